@@ -1,0 +1,67 @@
+// Between a media sample and the bytes of a track: one handler per track knows the codec's framing.
+#pragma once
+
+#include "Platform/DirectShow/IMediaSample.h"
+#include "Platform/DirectShow/MediaType.h"
+#include "VideoIO/StreamFilters/Container/byte_stream.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace Norvane::MediaKit::Filters::details {
+
+/// Departures from the usual treatment of H.265, off unless a host asks for them.
+struct HandlerOptions {
+    /// Units of type 0 (TRAIL_N) are found and written too.
+    bool keepEveryH265Unit = false;
+    /// All random access pictures (unit types 16 to 21) are sync samples, not IDR_W_RADL alone.
+    bool everyRandomAccessPictureIsSync = false;
+};
+
+/// What became of a sample in the file.
+struct WrittenSample {
+    std::uint64_t offset = 0;  ///< position of the first byte in the stream
+    std::uint32_t size = 0;    ///< bytes written; may be 0 or differ from the sample's length
+    bool isSync = false;
+};
+
+/// The handler of a codec without framing of its own; codecs that have one derive from it.
+///
+/// Threads: no lock; a handler belongs to one track and is called under its filter's lock. Samples and
+/// streams are borrowed for the call. The operations keep this order.
+class byte_stream_handler {
+public:
+    explicit byte_stream_handler(const CMediaType& mediaType) : m_mediaType(mediaType) {}
+    byte_stream_handler(const byte_stream_handler&) = delete;
+    byte_stream_handler& operator=(const byte_stream_handler&) = delete;
+
+    virtual ~byte_stream_handler() = default;
+
+    /// Fills `sample` with the bytes of the stream that the sample's start and stop time name (they are byte
+    /// positions here, not times) and sets its actual length. E_INVALIDARG for a range that runs backwards,
+    /// VFW_E_BUFFER_OVERFLOW for one that the sample's buffer does not hold, E_FAIL when the stream ends before.
+    virtual HRESULT read(IMediaSample& sample, vio::byte_stream& stream);
+
+    /// Appends the sample's payload to the stream. E_FAIL when the stream refuses; `written` is then void.
+    virtual HRESULT write(IMediaSample& sample, vio::byte_stream& stream, WrittenSample& written);
+
+    /// The record for `avcC` or `hvcC`; empty for a codec without one.
+    virtual HRESULT decoder_configuration(std::vector<std::uint8_t>& record);
+
+    /// The media type of the track as written.
+    virtual HRESULT media_type(CMediaType& mediaType);
+
+protected:
+    const CMediaType& input_type() const { return m_mediaType; }
+
+private:
+    const CMediaType m_mediaType;
+};
+
+/// The handler for a media type. `firstSample`, when there is one, may give parameter sets that the type lacks.
+/// Null when no handler can be made.
+std::unique_ptr<byte_stream_handler> create_byte_stream_handler(const CMediaType& mediaType, IMediaSample* firstSample,
+                                                                const HandlerOptions& options = {});
+
+}  // namespace Norvane::MediaKit::Filters::details
