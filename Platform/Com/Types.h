@@ -42,19 +42,4 @@ struct SIZE {
     friend bool operator==(const SIZE&, const SIZE&) = default;
 };
 
-/// 64-bit values that interfaces pass by a name of their own (stream positions, counters).
-struct LARGE_INTEGER {
-    LONGLONG QuadPart;
-};
-
-struct ULARGE_INTEGER {
-    ULONGLONG QuadPart;
-};
-
-/// A time in units of 100 ns since 1601-01-01 00:00 UTC, in two halves.
-struct FILETIME {
-    DWORD dwLowDateTime;
-    DWORD dwHighDateTime;
-};
-
-static_assert(sizeof(RECT) == 16 && sizeof(SIZE) == 8 && sizeof(LARGE_INTEGER) == 8 && sizeof(FILETIME) == 8);
+static_assert(sizeof(RECT) == 16 && sizeof(SIZE) == 8);

@@ -11,6 +11,7 @@ inline constexpr DWORD AM_SAMPLE_PREROLL = 0x02;
 inline constexpr DWORD AM_SAMPLE_DATADISCONTINUITY = 0x04;
 inline constexpr DWORD AM_SAMPLE_TYPECHANGED = 0x08;
 inline constexpr DWORD AM_SAMPLE_TIMEVALID = 0x10;
+inline constexpr DWORD AM_SAMPLE_MEDIATIMEVALID = 0x20;  ///< Inside a sample only; records do not carry media times.
 inline constexpr DWORD AM_SAMPLE_TIMEDISCONTINUITY = 0x40;
 inline constexpr DWORD AM_SAMPLE_FLUSH_ON_PAUSE = 0x80;
 inline constexpr DWORD AM_SAMPLE_STOPVALID = 0x100;

@@ -1,8 +1,8 @@
 // An object that keeps its settings in a stream.
 #pragma once
 
-#include "Platform/Com/Types.h"
 #include "Platform/DirectShow/IPersist.h"
+#include "Platform/Kernel/LargeInteger.h"
 
 struct IStream;
 

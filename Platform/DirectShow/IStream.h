@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Com/Unknown.h"
+#include "Platform/Kernel/LargeInteger.h"
 
 /// Modes of opening (the STGM_ values combine: one access, one sharing, STGM_CREATE).
 inline constexpr DWORD STGM_READ = 0x0;
