@@ -1,0 +1,21 @@
+#include "VideoIO/StreamFilters/Container/mp4_writer.h"
+
+namespace vio::mp4 {
+namespace {
+
+/// "eng" as three letters of 5 bits (ISO 639-2/T).
+constexpr std::uint16_t text_language = 0x15C7;
+
+}  // namespace
+
+void mp4_writer::visit(const user_data_box& box) { write_box_header(box); }
+
+void mp4_writer::visit(const string_list_box& box) {
+    write_box_header(box);
+    if (box.text.empty()) return;
+    field_writer out = payload(on_failure::ignored);
+    out(static_cast<std::uint16_t>(box.text.size()), text_language);
+    out.bytes(box.text.data(), box.text.size());
+}
+
+}  // namespace vio::mp4
