@@ -1,0 +1,108 @@
+#include "Platform/Kernel/CriticalSection.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+namespace {
+
+thread_local const char* t_waitReason = nullptr;
+
+}  // namespace
+
+AllowWaitWithLocks::AllowWaitWithLocks(const char* reason) noexcept
+    : m_previous(std::exchange(t_waitReason, reason)) {}
+
+AllowWaitWithLocks::~AllowWaitWithLocks() { t_waitReason = m_previous; }
+
+#ifdef NDEBUG
+
+void CCritSec::Lock() { m_mutex.lock(); }
+void CCritSec::Unlock() { m_mutex.unlock(); }
+bool CCritSec::TryLock() { return m_mutex.try_lock(); }
+void AssertMayWait(const char*) noexcept {}
+bool LockChecksEnabled() noexcept { return false; }
+
+#else
+
+namespace {
+
+/// The locks that a thread holds, in the order of taking; a lock taken again stands again. Without a
+/// destructor, so that locks may still be taken while a thread's other locals go.
+struct HeldLocks {
+    static constexpr int kCapacity = 64;
+    const CCritSec* locks[kCapacity];
+    int count;
+
+    bool Has(const CCritSec* lock) const {
+        for (int i = 0; i < count; ++i)
+            if (locks[i] == lock) return true;
+        return false;
+    }
+};
+thread_local HeldLocks t_held{};
+
+[[noreturn]] void Fail(const char* text) {
+    std::fputs(text, stderr);
+    for (int i = 0; i < t_held.count; ++i)
+        std::fprintf(stderr, "  held: \"%s\" (rank %d)\n", t_held.locks[i]->Name(), t_held.locks[i]->Rank());
+    std::abort();
+}
+
+void CheckOrder(const CCritSec& lock) {
+    if (lock.Rank() == LockRank::Unchecked || t_held.Has(&lock)) return;
+    for (int i = 0; i < t_held.count; ++i) {
+        if (t_held.locks[i]->Rank() <= lock.Rank()) continue;
+        char text[256];
+        std::snprintf(text, sizeof text, "Lock order broken: taking \"%s\" (rank %d) after \"%s\" (rank %d)\n",
+                      lock.Name(), lock.Rank(), t_held.locks[i]->Name(), t_held.locks[i]->Rank());
+        Fail(text);
+    }
+}
+
+void Push(const CCritSec* lock) {
+    if (t_held.count == HeldLocks::kCapacity) Fail("One thread holds too many locks\n");
+    t_held.locks[t_held.count++] = lock;
+}
+
+void Pop(const CCritSec* lock) {
+    for (int i = t_held.count - 1; i >= 0; --i) {
+        if (t_held.locks[i] != lock) continue;
+        for (--t_held.count; i < t_held.count; ++i) t_held.locks[i] = t_held.locks[i + 1];
+        return;
+    }
+    char text[256];
+    std::snprintf(text, sizeof text, "Unlocking \"%s\", which this thread does not hold\n", lock->Name());
+    Fail(text);
+}
+
+}  // namespace
+
+void CCritSec::Lock() {
+    CheckOrder(*this);
+    m_mutex.lock();
+    Push(this);
+}
+
+void CCritSec::Unlock() {
+    Pop(this);
+    m_mutex.unlock();
+}
+
+bool CCritSec::TryLock() {
+    // A try cannot deadlock, so that the order is free.
+    if (!m_mutex.try_lock()) return false;
+    Push(this);
+    return true;
+}
+
+void AssertMayWait(const char* what) noexcept {
+    if (t_held.count == 0 || t_waitReason != nullptr) return;
+    char text[256];
+    std::snprintf(text, sizeof text, "%s with a lock held\n", what);
+    Fail(text);
+}
+
+bool LockChecksEnabled() noexcept { return true; }
+
+#endif

@@ -1,0 +1,60 @@
+#include "Platform/Kernel/Thread.h"
+
+#include "Platform/Kernel/CriticalSection.h"
+#include "Platform/Kernel/LastError.h"
+
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <exception>
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace {
+
+/// The system takes 15 bytes and refuses more.
+constexpr std::size_t kNameBytes = 15;
+
+void NameThisThread(const std::string& name) {
+    if (!name.empty()) pthread_setname_np(pthread_self(), name.substr(0, kNameBytes).c_str());
+}
+
+}  // namespace
+
+DWORD GetCurrentThreadId() noexcept {
+    thread_local const auto id = static_cast<DWORD>(syscall(SYS_gettid));
+    return id;
+}
+
+void Sleep(DWORD milliseconds) noexcept {
+    AssertMayWait("Sleep");
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+bool Thread::Start(std::function<void()> body, const char* name) noexcept {
+    if (m_thread.joinable()) {
+        SetLastError(ERROR_BUSY);
+        return false;
+    }
+    try {
+        m_thread = std::thread([run = std::move(body), text = std::string(name)] {
+            NameThisThread(text);
+            run();
+        });
+        return true;
+    } catch (const std::system_error& e) {
+        SetLastErrorFromErrno(e.code().value());
+    } catch (const std::exception&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    }
+    return false;
+}
+
+void Thread::Join() noexcept {
+    if (!m_thread.joinable()) return;
+    AssertMayWait("Thread::Join");
+    m_thread.join();
+}
