@@ -32,7 +32,7 @@ enum AM_SEEKING_SEEKING_CAPABILITIES : DWORD {
 /// SetTimeFormat chose another.
 struct IMediaSeeking : IUnknown {
     virtual HRESULT GetCapabilities(DWORD* pCapabilities) = 0;
-    /// Leaves those of *pCapabilities that are there: S_OK all, S_FALSE some, E_FAIL none.
+    /// S_OK when all of *pCapabilities are there, S_FALSE when some are missing.
     virtual HRESULT CheckCapabilities(DWORD* pCapabilities) = 0;
     /// S_OK or S_FALSE.
     virtual HRESULT IsFormatSupported(const GUID* pFormat) = 0;
@@ -54,7 +54,7 @@ struct IMediaSeeking : IUnknown {
     virtual HRESULT GetPositions(LONGLONG* pCurrent, LONGLONG* pStop) = 0;
     /// Stores the range that can be sought to; either may be null.
     virtual HRESULT GetAvailable(LONGLONG* pEarliest, LONGLONG* pLatest) = 0;
-    /// 1.0 is natural speed; 0 is refused.
+    /// 1.0 is natural speed.
     virtual HRESULT SetRate(double dRate) = 0;
     virtual HRESULT GetRate(double* pdRate) = 0;
     virtual HRESULT GetPreroll(LONGLONG* pllPreroll) = 0;

@@ -27,7 +27,7 @@ struct IMemAllocator : IUnknown {
     virtual HRESULT GetProperties(ALLOCATOR_PROPERTIES* pProps) = 0;
     /// Allocates; from now on GetBuffer gives samples.
     virtual HRESULT Commit() = 0;
-    /// Waiting and further GetBuffer calls answer VFW_E_NOT_COMMITTED. Memory goes when the last sample is back.
+    /// Waiting and further GetBuffer calls answer VFW_E_NOT_COMMITTED; samples that are out stay valid.
     virtual HRESULT Decommit() = 0;
     /// Stores a sample with one reference, empty and without times; waits for one unless AM_GBF_NOWAIT is given. The
     /// times (100 ns) are a hint and may be null.
