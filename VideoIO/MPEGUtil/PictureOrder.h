@@ -76,11 +76,14 @@ private:
     };
 
     bool IsSecondField(const H264SliceHeader& slice) const;
+    std::int64_t FrameNumOffset(const H264SliceHeader& slice, const H264SequenceSyntax& sps) const;
+    Counts CountPicture(const H264SliceHeader& slice, const H264SequenceSyntax& sps, std::int64_t frame_num_offset);
     Counts CountType0(const H264SliceHeader& slice, const H264SequenceSyntax& sps);
-    Counts CountType1(const H264SliceHeader& slice, const H264SequenceSyntax& sps);
-    Counts CountType2(const H264SliceHeader& slice, const H264SequenceSyntax& sps);
-    std::int64_t FrameNumOffset(const H264SliceHeader& slice, const H264SequenceSyntax& sps);
-    void Remember(const H264SliceHeader& slice, Counts counts, bool second_field);
+    static Counts CountType1(const H264SliceHeader& slice, const H264SequenceSyntax& sps,
+                             std::int64_t frame_num_offset);
+    static Counts CountType2(const H264SliceHeader& slice, std::int64_t frame_num_offset);
+    static std::int32_t PictureCount(const H264SliceHeader& slice, Counts& counts);
+    void Remember(const H264SliceHeader& slice, Counts counts, std::int64_t frame_num_offset, bool second_field);
 
     H264ParameterSetTables m_sets;
     bool m_started = false;
@@ -125,6 +128,9 @@ public:
     const H265SequenceParameterSet* ActiveSequence() const;
 
 private:
+    std::int32_t CountPicture(const H265SliceHeader& slice, const H265SequenceParameterSet& sps,
+                              bool starts_sequence) const;
+
     H265ParameterSetTables m_sets;
     bool m_started = false;
     bool m_firstInSequence = true;

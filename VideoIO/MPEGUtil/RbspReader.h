@@ -68,6 +68,9 @@ public:
         Bits(count);
     }
 
+    /// For a parser that met a value out of its range: the reader fails with QZ_E_BAD_DATA.
+    void Refuse() { Fail(QZ_E_BAD_DATA); }
+
     /// S_OK, QZ_E_MORE_DATA behind a read past the end, or QZ_E_BAD_DATA.
     HRESULT Result() const { return m_result; }
     bool Failed() const { return m_result != S_OK; }

@@ -86,7 +86,8 @@ struct H265SliceHeader {
     std::uint32_t slice_pic_order_cnt_lsb = 0;
 };
 
-/// Nothing for NAL unit types above 31, an unknown parameter set, truncated data or bad values.
+/// Nothing for NAL unit types above 31, layers other than the base layer, an unknown parameter set,
+/// truncated data or bad values.
 std::optional<H265SliceHeader> ReadH265SliceHeader(std::span<const std::uint8_t> nal,
                                                    const H265ParameterSetTables& sets);
 
