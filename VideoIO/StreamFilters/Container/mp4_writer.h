@@ -24,8 +24,8 @@ namespace vio::mp4 {
 /// written stays on the target. No lock: one movie owns a writer and uses it under its own lock.
 class mp4_writer
     : public details::const_visitors<
-          file_type_box, free_space_box, media_data_box, movie_box, movie_header_box, track_box, track_header_box,
-          media_box, media_header_box, media_information_box, edit_box, edit_list_box, handler_box,
+          details::const_base_visitor, file_type_box, free_space_box, media_data_box, movie_box, movie_header_box,
+          track_box, track_header_box, media_box, media_header_box, media_information_box, edit_box, edit_list_box, handler_box,
           video_media_header_box, sound_media_header_box, sample_table_box, sample_description_box,
           data_information_box, data_reference_box, data_entry_url_box, user_data_box, string_list_box,
           chunk_offset_box, chunk_large_offset_box, sample_size_box, compact_sample_size_box, sample_to_chunk_box,

@@ -34,12 +34,18 @@ protected:
     ~const_visitor() = default;
 };
 
-/// A visitor of the classes Ts, one base each, in this order.
-template <class... Ts>
-class visitors : public base_visitor, public visitor<Ts>... {};
+/// A Base that visits the classes Ts, one base each, in this order.
+template <class Base, class... Ts>
+class visitors : public Base, public visitor<Ts>... {
+public:
+    using Base::Base;
+};
 
-template <class... Ts>
-class const_visitors : public const_base_visitor, public const_visitor<Ts>... {};
+template <class Base, class... Ts>
+class const_visitors : public Base, public const_visitor<Ts>... {
+public:
+    using Base::Base;
+};
 
 /// Root of everything that can be visited. A visitor that has no base for the object's own class is
 /// passed over silently.
