@@ -24,6 +24,8 @@
 #include <cstdint>
 #include <memory>
 
+class SharedFile;
+
 enum class FileAccess {
     Read,
     Write,      ///< this object can still read; nobody who denies reading is asked
@@ -83,11 +85,16 @@ public:
     DWORD Flush() noexcept;
     DWORD GetTimes(FileTimes* times) noexcept;
 
-    const FileOpenMode& Mode() const noexcept;
-    const FileIdentity& Identity() const noexcept;
+    const FileOpenMode& Mode() const noexcept { return m_mode; }
+    const FileIdentity& Identity() const noexcept { return m_identity; }
 
 private:
-    class Impl;
-    explicit File(std::unique_ptr<Impl> impl) noexcept;
-    std::unique_ptr<Impl> m_impl;
+    File(int descriptor, const FileOpenMode& mode, const FileIdentity& identity)
+        : m_descriptor(descriptor), m_mode(mode), m_identity(identity) {}
+    static DWORD Adopt(int descriptor, FileOpenMode mode, std::shared_ptr<File>* file);
+
+    const int m_descriptor;
+    const FileOpenMode m_mode;
+    const FileIdentity m_identity;
+    std::shared_ptr<SharedFile> m_shared;  ///< with all Files of the same file in this process; null while opening
 };

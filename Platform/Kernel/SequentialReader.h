@@ -28,11 +28,11 @@ public:
     void Cancel() noexcept;
 
 private:
+    void Close() noexcept;
     DWORD Adopt(int descriptor, bool owned) noexcept;
     DWORD WaitReadable() noexcept;
 
     int m_descriptor = -1;
     int m_wake = -1;  ///< readable for good once cancelled
     bool m_owned = false;
-    bool m_awaitWriter = false;  ///< a pipe that no writer was seen on
 };
