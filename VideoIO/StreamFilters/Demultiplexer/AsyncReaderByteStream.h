@@ -1,0 +1,38 @@
+// An MP4 file read from an upstream pin.
+#pragma once
+
+#include "Platform/Com/ComPtr.h"
+#include "Platform/DirectShow/IAsyncReader.h"
+#include "VideoIO/StreamFilters/Container/byte_stream.h"
+
+namespace Norvane::MediaKit::Filters {
+
+/// Read-only: writing always answers false. The position is the stream's own; moving it never fails and asks nothing of
+/// the reader. Failed calls of the reader are logged. Used by one thread at a time; after close() every read fails.
+class AsyncReaderByteStream : public vio::byte_stream {
+public:
+    explicit AsyncReaderByteStream(IAsyncReader* reader) : m_reader(reader) {}
+
+    void close() override { m_reader.reset(); }
+    /// What can be read now; a growing source may answer more later.
+    std::uint64_t size() override;
+    std::uint64_t tell() override { return m_position; }
+    bool skip(std::int64_t delta) override;
+    bool seek(std::uint64_t position) override;
+    /// A reader may answer a read that meets the end of its file with success and fewer bytes; here that is false.
+    bool read(void* buffer, std::uint32_t count) override;
+    bool write(const void*, std::uint32_t) override { return false; }
+    bool write_zeros(std::uint32_t) override { return false; }
+    void flush() override {}
+    void move(std::uint64_t, std::uint64_t, std::uint64_t) override {}
+
+private:
+    bool Available(LONGLONG& available);
+    bool Reaches(std::uint64_t end);
+
+    ComPtr<IAsyncReader> m_reader;
+    std::uint64_t m_position = 0;
+    std::uint64_t m_knownSize = 0;  ///< asked again only for what lies behind it
+};
+
+}  // namespace Norvane::MediaKit::Filters

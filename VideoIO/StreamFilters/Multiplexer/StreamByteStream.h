@@ -1,0 +1,35 @@
+// An MP4 file written through a platform stream.
+#pragma once
+
+#include "Platform/Com/ComPtr.h"
+#include "Platform/DirectShow/IStream.h"
+#include "VideoIO/StreamFilters/Container/byte_stream.h"
+
+namespace Norvane::MediaKit::Filters {
+
+/// Write-only: reading always answers false. Each write is passed on as it comes. Failed calls of the stream below are
+/// logged. Used by one thread at a time; after close() every operation fails.
+class StreamByteStream : public vio::byte_stream {
+public:
+    /// The stream's position is taken to be 0.
+    explicit StreamByteStream(IStream* stream) : m_stream(stream) {}
+
+    void close() override { m_stream.reset(); }
+    std::uint64_t size() override;
+    std::uint64_t tell() override { return m_position; }
+    bool skip(std::int64_t delta) override;
+    bool seek(std::uint64_t position) override;
+    bool read(void*, std::uint32_t) override { return false; }
+    bool write(const void* buffer, std::uint32_t size) override;
+    bool write_zeros(std::uint32_t count) override;
+    void flush() override;
+    /// Shifts a region towards the end of the stream; both positions are absolute. A move towards the start does nothing.
+    /// Failures go unnoticed, and the position told afterwards is the one from before: seek before the next write.
+    void move(std::uint64_t from, std::uint64_t to, std::uint64_t count) override;
+
+private:
+    ComPtr<IStream> m_stream;
+    std::uint64_t m_position = 0;
+};
+
+}  // namespace Norvane::MediaKit::Filters
