@@ -1,0 +1,167 @@
+#include "VideoIO/StreamFilters/Authoring/LiveIndex.h"
+
+#include "Logging/Checks.h"
+#include "VideoIO/FilterUtil/TimeConversionUtil.h"
+#include "VideoIO/StreamFilters/Authoring/TimeMath.h"
+
+#include <algorithm>
+
+namespace Norvane::MediaKit::Filters {
+
+namespace {
+
+constexpr REFERENCE_TIME StatusPeriod = 300000000;  // 30 s
+
+/// Samples copied to a reader with the lock held at a time: a long history does not hold the writer up.
+constexpr std::size_t FetchPortion = 4096;
+
+}  // namespace
+
+void LiveIndex::BeginRecording() {
+    const CAutoLock lock(&m_lock);
+    m_liveSource.m_ended = false;
+}
+
+void LiveIndex::Append(std::uint32_t track, std::span<const LiveSampleInfo> samples) {
+    if (samples.empty()) return;
+    const CAutoLock lock(&m_lock);
+    Track& index = m_liveSource.m_tracks[track];
+    for (const LiveSampleInfo& sample : samples) AppendEntry(index, sample);
+    for (const auto& [key, consumer] : m_liveSource.m_consumers)
+        if (consumer->track == track && !consumer->closed) consumer->event.SetEvent();
+}
+
+void LiveIndex::AppendEntry(Track& track, const LiveSampleInfo& sample) {
+    track.samples.push_back({sample.offset, sample.start, sample.stop, sample.mediaStart, sample.mediaStop,
+                             sample.size, sample.sync});
+    track.duration = AddTimes(track.duration, SubtractTimes(sample.stop, sample.start));
+    const std::size_t last = track.samples.size() - 1;
+    if (!track.statusMark) {
+        track.statusMark = 0;
+    } else if (SubtractTimes(sample.start, track.samples[*track.statusMark].start) > StatusPeriod) {
+        if (QZ_LOG_ENABLED(5))
+            QZReport(5, L"MP4 writer status: %s, duration %s, %d samples",
+                     qz_DSFilters::FormatTime(sample.start).c_str(), qz_DSFilters::FormatTime(track.duration).c_str(),
+                     static_cast<int>(track.samples.size()));
+        track.statusMark = last;
+    }
+}
+
+bool LiveIndex::HaveReached(std::span<const std::uint32_t> tracks, REFERENCE_TIME stop) const {
+    const CAutoLock lock(&m_lock);
+    for (const std::uint32_t track : tracks) {
+        const auto found = m_liveSource.m_tracks.find(track);
+        if (found == m_liveSource.m_tracks.end() || found->second.samples.back().stop < stop) return false;
+    }
+    return true;
+}
+
+void LiveIndex::EndRecording() {
+    const CAutoLock lock(&m_lock);
+    m_liveSource.m_ended = true;
+    for (const auto& [key, consumer] : m_liveSource.m_consumers) {
+        consumer->finished = true;
+        if (!consumer->closed) consumer->event.SetEvent();
+    }
+}
+
+REFERENCE_TIME LiveIndex::TrackPosition(std::uint32_t track) const {
+    const CAutoLock lock(&m_lock);
+    const auto found = m_liveSource.m_tracks.find(track);
+    return found == m_liveSource.m_tracks.end() ? 0 : found->second.samples.back().start;
+}
+
+REFERENCE_TIME LiveIndex::Position() const {
+    const CAutoLock lock(&m_lock);
+    if (m_liveSource.m_tracks.empty()) return 0;
+    REFERENCE_TIME position = MaxTime;
+    for (const auto& [number, track] : m_liveSource.m_tracks) position = std::min(position, track.samples.back().start);
+    return position;
+}
+
+LiveIndex::History LiveIndex::AddConsumer(std::uint32_t track, std::uint64_t key, const wchar_t* name) {
+    auto added = std::make_shared<Consumer>();
+    added->track = track;
+    if (name != nullptr) added->name = name;
+
+    const CAutoLock lock(&m_lock);
+    added->finished = m_liveSource.m_ended;
+    const ConsumerPtr consumer = m_liveSource.m_consumers.try_emplace(key, std::move(added)).first->second;
+    if (Available(*consumer) > 0 && !consumer->closed) consumer->event.SetEvent();
+    const auto found = m_liveSource.m_tracks.find(track);
+    if (found == m_liveSource.m_tracks.end()) return {};
+    const auto& samples = found->second.samples;
+    return {samples.size(), samples.front().start, samples.front().size, samples.back().start};
+}
+
+std::optional<std::wstring> LiveIndex::RemoveConsumer(std::uint64_t key) {
+    const CAutoLock lock(&m_lock);
+    const auto found = m_liveSource.m_consumers.find(key);
+    if (found == m_liveSource.m_consumers.end()) return std::nullopt;
+    std::wstring name = found->second->name;
+    m_liveSource.m_consumers.erase(found);
+    return name;
+}
+
+HRESULT LiveIndex::GetSamples(std::uint64_t key, std::vector<LiveSampleInfo>& samples, std::uint32_t timeoutMs,
+                              HANDLE abortEvent) {
+    ConsumerPtr consumer;  // keeps it alive if it is removed during the wait
+    if (const HRESULT hr = Find(key, consumer); FAILED(hr)) return hr;
+    if (const auto result = Look(*consumer, samples, false)) return *result;
+
+    const HANDLE events[] = {consumer->event.get(), abortEvent};
+    switch (WaitForMultipleObjects(2, events, FALSE, timeoutMs)) {
+        case WAIT_OBJECT_0: return Look(*consumer, samples, true).value_or(S_OK);
+        case WAIT_OBJECT_0 + 1: return E_ABORT;
+        case WAIT_TIMEOUT: return VFW_E_TIMEOUT;
+        default: return E_UNEXPECTED;
+    }
+}
+
+HRESULT LiveIndex::Find(std::uint64_t key, ConsumerPtr& consumer) const {
+    const CAutoLock lock(&m_lock);
+    const auto it = m_liveSource.m_consumers.find(key);
+    QZCheckCondition(it != m_liveSource.m_consumers.end(), E_INVALIDARG);
+    consumer = it->second;
+    return S_OK;
+}
+
+std::size_t LiveIndex::Available(const Consumer& consumer) const {
+    const auto found = m_liveSource.m_tracks.find(consumer.track);
+    return found == m_liveSource.m_tracks.end() ? 0 : found->second.samples.size() - consumer.next;
+}
+
+std::optional<HRESULT> LiveIndex::Look(Consumer& consumer, std::vector<LiveSampleInfo>& samples, bool woken) {
+    std::size_t count = 0;
+    {
+        const CAutoLock lock(&m_lock);
+        count = Available(consumer);
+        if (count == 0) {
+            if (woken && !consumer.closed) consumer.event.ResetEvent();
+            if (!consumer.finished) return std::nullopt;
+            if (!woken) consumer.closed = true;
+            return S_FALSE;
+        }
+    }
+    samples.clear();
+    samples.reserve(count);
+    Fetch(consumer, count, samples);
+    return S_OK;
+}
+
+void LiveIndex::Fetch(Consumer& consumer, std::size_t count, std::vector<LiveSampleInfo>& samples) {
+    while (samples.size() < count) {
+        const CAutoLock lock(&m_lock);
+        const auto& index = m_liveSource.m_tracks.find(consumer.track)->second.samples;
+        const std::size_t end = std::min(consumer.next + std::min(count - samples.size(), FetchPortion), index.size());
+        if (consumer.next == end) return;
+        for (; consumer.next < end; ++consumer.next) samples.push_back(Expand(index[consumer.next]));
+        if (consumer.next == index.size()) consumer.event.ResetEvent();
+    }
+}
+
+LiveSampleInfo LiveIndex::Expand(const Entry& entry) {
+    return {entry.offset, entry.size, 0, entry.start, entry.stop, entry.mediaStart, entry.mediaStop, entry.sync};
+}
+
+}  // namespace Norvane::MediaKit::Filters

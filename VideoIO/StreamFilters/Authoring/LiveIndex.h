@@ -1,0 +1,111 @@
+// Which samples have reached the file, for readers that follow a recording while it is written.
+#pragma once
+
+#include "MediaKit/ILiveSourceProvider.h"
+#include "Platform/Kernel/CriticalSection.h"
+#include "Platform/Kernel/Wil.h"
+#include "VideoIO/StreamFilters/Authoring/SegmentedVector.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace Norvane::MediaKit::Filters {
+
+/// An index of samples for each track, and the readers ("consumers") that fetch from it. It is never pruned,
+/// and outlives the recording: a reader may ask for the history at any time.
+///
+/// Threads: any. The lock is taken after the filter lock, never the other way, and nothing but
+/// the log is called with it held; the one wait, in GetSamples, holds no lock.
+///
+/// A consumer holds no copy of what it has not fetched, just its place in the index, so that a reader that
+/// has fallen behind, or never comes, costs neither the writer nor memory anything.
+class LiveIndex {
+public:
+    /// A consumer as the log tells of it.
+    struct History {
+        std::size_t samples = 0;
+        REFERENCE_TIME firstStart = 0;
+        std::uint32_t firstSize = 0;  ///< bytes
+        REFERENCE_TIME lastStart = 0;
+    };
+
+    /// Consumers that come from now on wait for samples again. What is in the index stays.
+    void BeginRecording() EXCLUDES(m_lock);
+
+    /// The samples have reached the file: enters them and wakes the track's consumers.
+    void Append(std::uint32_t track, std::span<const LiveSampleInfo> samples) EXCLUDES(m_lock);
+    void Append(std::uint32_t track, const LiveSampleInfo& sample) { Append(track, std::span(&sample, 1)); }
+
+    /// Every one of these tracks has a sample, and the last one's stop time is at least `stop`.
+    bool HaveReached(std::span<const std::uint32_t> tracks, REFERENCE_TIME stop) const EXCLUDES(m_lock);
+
+    /// No more samples come: consumers are told so once they have fetched what is there.
+    void EndRecording() EXCLUDES(m_lock);
+
+    /// Start time of the track's last sample, 0 when there is none.
+    REFERENCE_TIME TrackPosition(std::uint32_t track) const EXCLUDES(m_lock);
+    /// The smallest of these among the tracks that have samples, 0 when none has.
+    REFERENCE_TIME Position() const EXCLUDES(m_lock);
+
+    /// Adds a consumer that is given the whole history first. A key that is there already stays as it is.
+    History AddConsumer(std::uint32_t track, std::uint64_t key, const wchar_t* name) EXCLUDES(m_lock);
+    /// The removed consumer's name, or nothing for an unknown key.
+    std::optional<std::wstring> RemoveConsumer(std::uint64_t key) EXCLUDES(m_lock);
+    /// See ILiveSourceProvider::GetSamples.
+    HRESULT GetSamples(std::uint64_t key, std::vector<LiveSampleInfo>& samples, std::uint32_t timeoutMs,
+                       HANDLE abortEvent) EXCLUDES(m_lock);
+
+private:
+    /// A LiveSampleInfo without its reserved words.
+    struct Entry {
+        std::uint64_t offset;
+        std::int64_t start;
+        std::int64_t stop;
+        std::int64_t mediaStart;
+        std::int64_t mediaStop;
+        std::uint32_t size;
+        std::uint32_t sync;
+    };
+    static_assert(sizeof(Entry) == 48);
+
+    struct Track {
+        /// The sample that opened the current status period, none before the first sample.
+        std::optional<std::size_t> statusMark;
+        REFERENCE_TIME duration = 0;  ///< sum of stop - start
+        SegmentedVector<Entry> samples;
+    };
+
+    struct Consumer {
+        std::uint32_t track = 0;
+        wil::unique_event event{wil::EventOptions::ManualReset};
+        std::size_t next = 0;  ///< first sample that has not been fetched
+        bool finished = false;
+        bool closed = false;  ///< was told of the end; its event is not signalled any more
+        std::wstring name;
+    };
+    using ConsumerPtr = std::shared_ptr<Consumer>;
+
+    static LiveSampleInfo Expand(const Entry& entry);
+    static void AppendEntry(Track& track, const LiveSampleInfo& sample);
+    HRESULT Find(std::uint64_t key, ConsumerPtr& consumer) const EXCLUDES(m_lock);
+    std::size_t Available(const Consumer& consumer) const REQUIRES(m_lock);
+    /// The result when there is one without waiting. `woken`: after a wait.
+    std::optional<HRESULT> Look(Consumer& consumer, std::vector<LiveSampleInfo>& samples, bool woken) EXCLUDES(m_lock);
+    void Fetch(Consumer& consumer, std::size_t count, std::vector<LiveSampleInfo>& samples) EXCLUDES(m_lock);
+
+    struct LiveSource {
+        std::map<std::uint32_t, Track> m_tracks;
+        std::map<std::uint64_t, ConsumerPtr> m_consumers;
+        bool m_ended = false;
+    };
+
+    mutable CCritSec m_lock{"live source", LockRank::FilterInner};
+    LiveSource m_liveSource GUARDED_BY(m_lock);
+};
+
+}  // namespace Norvane::MediaKit::Filters

@@ -1,0 +1,138 @@
+#include "VideoIO/StreamFilters/Authoring/MovieTrack.h"
+
+#include "Logging/Checks.h"
+#include "VideoIO/FilterUtil/MediaTypeUtil.h"
+#include "VideoIO/FilterUtil/TimeConversionUtil.h"
+#include "VideoIO/StreamFilters/Authoring/MediaKinds.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+namespace Norvane::MediaKit::Filters {
+
+namespace {
+
+/// Samples looked back over for one that falls on the same tick; reordering does not reach further.
+constexpr std::size_t CollisionLookBack = 12;
+
+HRESULT VideoRate(const CMediaType& type, qz_DSFilters::StreamRate& rate) {
+    REFERENCE_TIME frameTime = 0;
+    QZCheckHRESULT(qz_DSFilters::GetAvgTimePerFrame(type, frameTime));
+    QZCheckHRESULT(qz_DSFilters::GetStreamRate(frameTime, rate));
+    return S_OK;
+}
+
+HRESULT AudioRate(const CMediaType& type, qz_DSFilters::StreamRate& rate) {
+    WAVEFORMATEX format{};
+    if (type.formattype == FORMAT_WaveFormatEx && type.pbFormat != nullptr)
+        std::memcpy(&format, type.pbFormat, std::min<std::size_t>(sizeof format, type.cbFormat));
+    QZCheckCondition(format.nSamplesPerSec > 0, E_INVALIDARG);
+    rate = {format.nSamplesPerSec, 1};
+    return S_OK;
+}
+
+}  // namespace
+
+void MovieTrack::BeginRecording() {
+    tkhd.reset();
+    mdhd.reset();
+    elst.reset();
+    stco.reset();
+    co64.reset();
+    samples.clear();
+    presentationOrder.clear();
+    reorderDetected = false;
+    lastStart = 0;
+    timeBase = MinTime;
+    chunks.clear();
+    needsCo64 = false;
+    syncSamples.clear();
+    endTime = 0;
+}
+
+HRESULT MovieTrack::SetupFromMediaType(const CMediaType& type, IMediaSample* firstSample, bool forceTimescale90000) {
+    qz_DSFilters::StreamRate streamRate{DefaultTimescale, 1};
+    if (IsVideoTrack(type)) {
+        if (!forceTimescale90000) QZCheckHRESULT(VideoRate(type, streamRate));
+    } else if (IsAudioTrack(type)) {
+        QZCheckHRESULT(AudioRate(type, streamRate));
+    } else {
+        return S_OK;
+    }
+    rate = streamRate;
+    timescale = static_cast<std::uint32_t>(rate.m_numerator);
+    return handler ? S_OK : CreateHandler(type, firstSample);
+}
+
+HRESULT MovieTrack::CreateHandler(const CMediaType& type, IMediaSample* firstSample) {
+    handler = details::create_byte_stream_handler(type, firstSample, handlerOptions);
+    if (!handler && QZ_LOG_ENABLED(2))
+        QZReport(2, L"Failed to create byte stream handler %s", qz_DSFilters::DumpMediaType(type).c_str());
+    return S_OK;
+}
+
+void MovieTrack::NoteVideoArrival(REFERENCE_TIME start) {
+    if (!reorderDetected && start < lastStart) {
+        reorderDetected = true;
+        for (std::size_t i = 0; i < samples.size(); ++i) InsertInPresentationOrder(samples[i].start);
+    }
+    lastStart = start;
+}
+
+void MovieTrack::AppendSample(MovieSample sample, REFERENCE_TIME stop, bool isVideo, const wchar_t* streamName) {
+    if (isVideo) {
+        if (sample.sync != 0) syncSamples.push_back(static_cast<std::uint32_t>(samples.size() + 1));
+        if (SharesTickWithRecentSample(sample.start)) ResolveTickCollision(sample.start, streamName);
+        if (reorderDetected) InsertInPresentationOrder(sample.start);
+    } else {
+        sample.sync = 0;
+    }
+    samples.push_back(sample);
+    endTime = std::max(endTime, stop);
+}
+
+void MovieTrack::AppendChunk(std::size_t firstSample, std::uint64_t maxStcoOffset) {
+    if (firstSample == samples.size()) return;
+    const std::uint64_t offset = samples[firstSample].offset;
+    chunks.push_back({offset, static_cast<std::uint32_t>(firstSample),
+                      static_cast<std::uint32_t>(samples.size() - firstSample)});
+    if (offset > maxStcoOffset) needsCo64 = true;
+}
+
+/// Walks from the back: a new sample is never far from the end.
+void MovieTrack::InsertInPresentationOrder(REFERENCE_TIME start) {
+    presentationOrder.push_back(start);
+    std::size_t at = presentationOrder.size() - 1;
+    for (; at > 0 && presentationOrder[at - 1] > start; --at) presentationOrder[at] = presentationOrder[at - 1];
+    presentationOrder[at] = start;
+}
+
+bool MovieTrack::SharesTickWithRecentSample(REFERENCE_TIME start) const {
+    const std::int64_t tick = ToTicks(timescale, start);
+    const std::size_t end = samples.size();
+    for (std::size_t i = end - std::min(end, CollisionLookBack); i < end; ++i)
+        if (ToTicks(timescale, samples[i].start) == tick) return true;
+    return false;
+}
+
+/// The ticks of all samples so far change with the timescale, since they are worked out from the start times.
+void MovieTrack::ResolveTickCollision(REFERENCE_TIME start, const wchar_t* streamName) {
+    if (timescale != DefaultTimescale) {
+        // An integer quotient, 0 for rates above 90000; the numerator alone is used later.
+        rate.m_denominator *= DefaultTimescale / std::max<std::int64_t>(rate.m_numerator, 1);
+        rate.m_numerator = DefaultTimescale;
+        timescale = DefaultTimescale;
+        if (QZ_LOG_ENABLED(3))
+            QZReport(3,
+                     L"Found non-monotonically increasing DTS at %s, in stream %s, switching to 90000 timescale, "
+                     L"new stream rate %I64d / %I64d",
+                     qz_DSFilters::FormatTime(start).c_str(), streamName, rate.m_numerator, rate.m_denominator);
+        return;
+    }
+    if (QZ_LOG_ENABLED(3))
+        QZReport(3, L"Found non-monotonically increasing DTS at %s, in stream %s, compensating.",
+                 qz_DSFilters::FormatTime(start).c_str(), streamName);
+}
+
+}  // namespace Norvane::MediaKit::Filters

@@ -1,0 +1,95 @@
+// The tables of one track, grown sample by sample while it is recorded.
+#pragma once
+
+#include "MediaKit/StreamRate.h"
+#include "VideoIO/StreamFilters/Authoring/MP4ByteStreamHandler.h"
+#include "VideoIO/StreamFilters/Authoring/SegmentedVector.h"
+#include "VideoIO/StreamFilters/Authoring/TimeMath.h"
+#include "VideoIO/StreamFilters/Container/sample_table_boxes.h"
+#include "VideoIO/StreamFilters/Container/track_boxes.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace Norvane::MediaKit::Filters {
+
+// What is kept of each sample until the file is finished, in bytes:
+//   MovieSample                 24
+//   presentation order           8  (video with reordering)
+//   sync sample number           4  (sync samples of video)
+//   MovieChunk                  16  a chunk; a recording of one track has one a sample
+//   index offered to readers    48  (LiveIndex)
+// 100 at most. Decode and composition times are worked out from the start times when they are asked for.
+
+/// One written sample.
+struct MovieSample {
+    std::uint64_t offset = 0;  ///< position of its first byte in the file
+    REFERENCE_TIME start = 0;  ///< 100 ns
+    std::uint32_t size = 0;    ///< bytes in the file
+    std::uint32_t sync = 0;    ///< 1 for a sync sample of a video track
+};
+static_assert(sizeof(MovieSample) == 24);
+
+/// Samples that follow each other in the file.
+struct MovieChunk {
+    std::uint64_t offset = 0;  ///< position of the first sample's first byte
+    std::uint32_t firstSample = 0;
+    std::uint32_t sampleCount = 0;
+};
+static_assert(sizeof(MovieChunk) == 16);
+
+inline constexpr std::uint32_t DefaultTimescale = 90000;
+
+/// Lives in an input pin, which outlives every movie that refers to it. No lock of its own: the filter
+/// lock is held around every use.
+struct MovieTrack {
+    // Boxes of the file being finished, kept to be patched.
+    std::shared_ptr<vio::mp4::track_header_box> tkhd;
+    std::shared_ptr<vio::mp4::media_header_box> mdhd;
+    std::shared_ptr<vio::mp4::edit_list_box> elst;
+    std::shared_ptr<vio::mp4::chunk_offset_box> stco;
+    std::shared_ptr<vio::mp4::chunk_large_offset_box> co64;
+
+    SegmentedVector<MovieSample> samples;
+    /// Start times of the samples in ascending order, once reorderDetected is set.
+    SegmentedVector<REFERENCE_TIME> presentationOrder;
+    bool reorderDetected = false;  ///< a video sample started before the one received before it
+    REFERENCE_TIME lastStart = 0;  ///< of the sample received last
+    REFERENCE_TIME timeBase = MinTime;  ///< first entry of presentationOrder; MinTime: not set yet
+    SegmentedVector<MovieChunk> chunks;
+    bool needsCo64 = false;
+    SegmentedVector<std::uint32_t> syncSamples;  ///< counted from 1, video only
+    REFERENCE_TIME endTime = 0;                  ///< greatest stop time seen
+
+    // Of the stream, kept from one recording to the next.
+    std::uint32_t timescale = DefaultTimescale;  ///< ticks a second
+    qz_DSFilters::StreamRate rate{DefaultTimescale, 1};
+    std::unique_ptr<details::byte_stream_handler> handler;
+    details::HandlerOptions handlerOptions;
+    std::uint32_t orientation = 4;  ///< quarter turns clockwise; 4: none
+
+    /// Empties what belongs to one recording, before its first sample comes.
+    void BeginRecording();
+
+    /// Sets rate, timescale and handler by the stream's media type at its first sample. A type that cannot be
+    /// a track changes nothing. With `forceTimescale90000` video counts in ticks of 1/90000 s from the start.
+    HRESULT SetupFromMediaType(const CMediaType& type, IMediaSample* firstSample, bool forceTimescale90000);
+
+    /// Watches the order in which samples of a video stream arrive.
+    void NoteVideoArrival(REFERENCE_TIME start);
+
+    /// Enters a sample that is in the file. A video track whose timescale cannot tell two start times apart
+    /// goes over to 90000. `streamName` is for the log.
+    void AppendSample(MovieSample sample, REFERENCE_TIME stop, bool isVideo, const wchar_t* streamName);
+
+    /// Enters the samples from `firstSample` on as a chunk. Nothing when there are none.
+    void AppendChunk(std::size_t firstSample, std::uint64_t maxStcoOffset);
+
+private:
+    HRESULT CreateHandler(const CMediaType& type, IMediaSample* firstSample);
+    void InsertInPresentationOrder(REFERENCE_TIME start);
+    bool SharesTickWithRecentSample(REFERENCE_TIME start) const;
+    void ResolveTickCollision(REFERENCE_TIME start, const wchar_t* streamName);
+};
+
+}  // namespace Norvane::MediaKit::Filters

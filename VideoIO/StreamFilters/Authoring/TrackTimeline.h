@@ -1,0 +1,35 @@
+// Decode and composition times of a track's samples, worked out when the tables are built.
+#pragma once
+
+#include "VideoIO/StreamFilters/Authoring/MovieTrack.h"
+
+#include <cstdint>
+
+namespace Norvane::MediaKit::Filters {
+
+/// Times in ticks of the track's timescale. Without reordering both are the start time; with it, decode
+/// times are the start times in ascending order, from the first of them on. A composition time that would lie
+/// before its decode time moves all of them up by the greatest such distance.
+class TrackTimeline {
+public:
+    /// Of a finished recording. Sets the track's time base when it is not set yet.
+    explicit TrackTimeline(MovieTrack& track);
+
+    std::size_t size() const { return m_track.samples.size(); }
+    bool HasCompositionOffsets() const { return m_track.reorderDetected; }
+
+    std::int64_t DecodeTime(std::size_t sample) const;
+    std::int64_t CompositionTime(std::size_t sample) const { return SubtractTimes(StartTick(sample), m_minimalOffset); }
+    /// Least composition minus decode time before the shift; 0 when that is not negative.
+    std::int64_t MinimalOffset() const { return m_minimalOffset; }
+
+private:
+    std::int64_t StartTick(std::size_t sample) const {
+        return ToTicks(m_track.timescale, m_track.samples[sample].start);
+    }
+
+    const MovieTrack& m_track;
+    std::int64_t m_minimalOffset = 0;
+};
+
+}  // namespace Norvane::MediaKit::Filters
