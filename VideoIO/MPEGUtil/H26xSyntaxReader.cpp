@@ -87,6 +87,13 @@ HRESULT H26xSyntaxReader::SavePosition(Position& position) const {
     return S_OK;
 }
 
+void H26xSyntaxReader::Reset() {
+    m_bitPosition = 8;
+    m_currentByte = 0;
+    m_emulationCount = 0;
+    m_zeroCount = 0;
+}
+
 void H26xSyntaxReader::RestorePosition(const Position& position) {
     QZLogHRESULT(m_source->SetReadPointer(position.readPointer));
     m_bitPosition = position.bitPosition;

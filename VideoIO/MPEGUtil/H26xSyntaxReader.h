@@ -31,13 +31,14 @@ public:
     HRESULT SavePosition(Position& position) const;
     void RestorePosition(const Position& position);
 
+    /// For a buffer with new content: reading begins with a whole byte.
+    void Reset();
+
     /// Bytes between the buffer's start and the read pointer.
     std::size_t GetBytesRead() const { return m_source->BytesRead(); }
     const BYTE* GetReadPointer() const { return m_source->ReadPointer(); }
     /// Bytes left to read.
     std::size_t GetPosition() const { return m_source->BytesLeft(); }
-    /// The first byte that the buffer holds.
-    const BYTE* GetBufferStart() const { return m_source->Begin(); }
 
 private:
     HRESULT FetchByte();
