@@ -71,7 +71,7 @@ protected:
     REFERENCE_TIME m_tStart = 0;          ///< Clock time of stream time 0.
     const CLSID m_clsid;
     CCritSec* const m_pLock;
-    const wchar_t* m_pName;               ///< Into m_name.
+    const wchar_t* m_pName = L"";         ///< Into m_name.
     IFilterGraph* m_pGraph = nullptr;     ///< Not counted: the graph counts the filter.
     IMediaEventSink* m_pSink = nullptr;   ///< The graph's, not counted.
     std::atomic<LONG> m_PinVersion{1};

@@ -1,9 +1,9 @@
 // The enumerators that filters and pins of the base classes hand out.
 #pragma once
 
+#include "Platform/Com/Unknown.h"
 #include "Platform/DirectShow/IEnumMediaTypes.h"
 #include "Platform/DirectShow/IEnumPins.h"
-#include "Platform/Com/ComPtr.h"
 
 class CBaseFilter;
 class CBasePin;

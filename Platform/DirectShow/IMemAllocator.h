@@ -29,8 +29,8 @@ struct IMemAllocator : IUnknown {
     virtual HRESULT Commit() = 0;
     /// Waiting and further GetBuffer calls answer VFW_E_NOT_COMMITTED; samples that are out stay valid.
     virtual HRESULT Decommit() = 0;
-    /// Stores a sample with one reference, empty and without times; waits for one unless AM_GBF_NOWAIT is given. The
-    /// times (100 ns) are a hint and may be null.
+    /// Stores a sample with one reference, without times, marks and type; waits for one unless AM_GBF_NOWAIT is given.
+    /// The times (100 ns) are a hint and may be null.
     virtual HRESULT GetBuffer(IMediaSample** ppBuffer, REFERENCE_TIME* pStartTime, REFERENCE_TIME* pEndTime,
                               DWORD dwFlags) = 0;
     /// Called by a sample on its last Release, and by nobody else.
