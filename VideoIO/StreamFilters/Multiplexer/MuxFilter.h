@@ -1,0 +1,141 @@
+// What the plain and the fragmented multiplexer have in common: pins, settings, the index for readers, the end of
+// stream, and counters. How samples wait and are written is the derived filter's.
+#pragma once
+
+#include "MediaKit/ILiveSourceProvider.h"
+#include "MediaKit/IMPEG4Mux.h"
+#include "MediaKit/IPerformanceInfoProvider.h"
+#include "Platform/DirectShow/CBaseFilter.h"
+#include "Platform/Kernel/CriticalSection.h"
+#include "VideoIO/StreamFilters/Authoring/LiveIndex.h"
+#include "VideoIO/StreamFilters/Authoring/MovieBoxes.h"
+#include "VideoIO/StreamFilters/Authoring/MovieSettings.h"
+#include "VideoIO/StreamFilters/Authoring/TimeMath.h"
+#include "VideoIO/StreamFilters/Multiplexer/MuxInputPin.h"
+#include "VideoIO/StreamFilters/Multiplexer/MuxOutputPin.h"
+#include "VideoIO/StreamFilters/Multiplexer/MuxPerformanceCounters.h"
+
+#include <atomic>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace Norvane::MediaKit::Filters {
+
+/// One free input pin is always on offer; the output pin comes last.
+///
+/// Threads: each input pin's upstream thread receives, and writes the file; the graph's thread stops, pauses and seeks;
+/// readers use the index. Lock order: the filter lock, then the index's. All authoring, delivery downstream
+/// included, runs under the filter lock; nothing waits under it: the one wait, for a delivery buffer,
+/// does not come to pass, since each buffer is given back before the next is taken.
+class MuxFilter : public ILiveSourceProvider,
+                  public CBaseFilter,
+                  public qz_ChannelIO::IPerformanceInfoProvider,
+                  public qz_MPEGSystemFilters::IMPEG4Mux {
+public:
+    DECLARE_IUNKNOWN
+    HRESULT NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
+
+    /// For hosts in this process, with the filter stopped: what has no operation of its own.
+    MovieSettings& Settings() { return m_settings; }
+    const MuxPerformanceCounters& Counters() const { return m_counters; }
+
+    // Called by the pins
+    HRESULT OnInputConnected(const MP4MediaMuxInputPin& pin) EXCLUDES(m_lock);
+    HRESULT OnEndOfStream(MP4MediaMuxInputPin& pin) EXCLUDES(m_lock);
+    /// On the upstream's thread. S_FALSE: no more samples are wanted.
+    virtual HRESULT OnSampleReceived(MP4MediaMuxInputPin& pin, IMediaSample& sample, REFERENCE_TIME start)
+        EXCLUDES(m_lock) = 0;
+    bool StatisticsEnabled() const { return m_statisticsEnabled.load(std::memory_order_relaxed); }
+    REFERENCE_TIME StopPosition() const { return m_stopPosition; }
+    HRESULT SetPositions(LONGLONG* pCurrent, DWORD dwCurrentFlags, LONGLONG* pStop, DWORD dwStopFlags)
+        EXCLUDES(m_lock);
+
+    // CBaseFilter
+    int GetPinCount() override EXCLUDES(m_lock);
+    CBasePin* GetPin(int n) override EXCLUDES(m_lock);
+    /// Finishes the file. Samples that still wait are released unwritten.
+    HRESULT Stop() override EXCLUDES(m_lock);
+    HRESULT Pause() override EXCLUDES(m_lock);
+
+    // ILiveSourceProvider
+    int GetTrackCount() override EXCLUDES(m_lock);
+    HRESULT GetTrackMediaType(int track, CMediaType* type) override EXCLUDES(m_lock);
+    bool GetBeginTime(std::uint32_t, REFERENCE_TIME*) override { return false; }
+    bool GetEndTime(std::uint32_t, REFERENCE_TIME*) override { return false; }
+    HRESULT AddConsumer(std::uint32_t track, std::uint64_t key, const wchar_t* name, REFERENCE_TIME start,
+                        REFERENCE_TIME span, REFERENCE_TIME* firstTime) override;
+    HRESULT RemoveConsumer(std::uint32_t track, std::uint64_t key) override = 0;
+    HRESULT GetSamples(std::uint32_t track, std::uint64_t key, std::vector<LiveSampleInfo>* samples,
+                       std::uint32_t timeoutMs, HANDLE abortEvent) override;
+    HRESULT GetSample(std::uint32_t, std::uint64_t, std::uint32_t, HANDLE, IMediaSample**) override {
+        return E_NOTIMPL;
+    }
+    REFERENCE_TIME GetTrackPosition(std::uint32_t track) override { return m_index.TrackPosition(track); }
+
+    // IMPEG4Mux
+    HRESULT Reserved1() override { return S_OK; }
+    HRESULT SetMoveMoovToFront(BOOL moveToFront) override;
+    HRESULT SetSoftware(const wchar_t* text) override;
+    HRESULT SetSecondSoftware(const wchar_t* text) override;
+    HRESULT SetDescription(const wchar_t* text) override;
+    HRESULT Reserved6() override { return E_NOTIMPL; }
+    HRESULT GetCurrentPosition(REFERENCE_TIME* position) override;
+    HRESULT SetFlag(BOOL flag) override;
+
+    // IPerformanceInfoProvider
+    HRESULT EnableStatistics() override;
+    HRESULT GetWriterName(const wchar_t** name) override;
+    HRESULT GetStatistic(REFGUID majorType, qz_ChannelIO::StreamStatistic* statistic) override EXCLUDES(m_lock);
+    HRESULT UpdateTotals(REFGUID majorType) override EXCLUDES(m_lock);
+    HRESULT GetSummaries(std::vector<qz_ChannelIO::StreamSummary>* summaries) override EXCLUDES(m_lock);
+
+protected:
+    MuxFilter(const char* name, IUnknown* outer, REFCLSID clsid, HRESULT* phr);
+    ~MuxFilter() override;
+
+    /// Brings all that waits to the file; every track has ended.
+    virtual void WriteRest() REQUIRES(m_lock) = 0;
+    /// Completes the file, if there is one, and makes ready for the next.
+    virtual void FinishMovie() REQUIRES(m_lock) = 0;
+
+    /// A sample beyond the stop position, if one is set, ends its stream.
+    bool IsBeyondStop(const MP4MediaMuxInputPin& pin, REFERENCE_TIME start) const;
+    /// Tells upstream that nothing more is taken: S_OK to go on.
+    HRESULT CheckTakesSamples(MP4MediaMuxInputPin& pin) REQUIRES(m_lock);
+    std::vector<MovieTrackRef> TrackRefs() REQUIRES(m_lock);
+    /// The peer's file, for boxes; a null answer comes with the reason in `hr`.
+    std::shared_ptr<vio::byte_stream> OpenOutput(HRESULT& hr) REQUIRES(m_lock);
+    std::span<TrackInput* const> Inputs() REQUIRES(m_lock) { return m_trackInputs; }
+    MP4MediaMuxInputPin& Pin(const TrackInput& input) REQUIRES(m_lock) { return *m_inputPins[input.TrackIndex()]; }
+    /// Signals the end of a track, and when it was the last one ends the recording, once a run.
+    void CheckEndOfStream(MP4MediaMuxInputPin& pin) REQUIRES(m_lock);
+    /// Enters samples that are in the file, and tells the graph once when every track has a second.
+    void EnterInIndex(std::uint32_t track, std::span<const LiveSampleInfo> samples) REQUIRES(m_lock);
+
+    mutable CCritSec m_lock{"multiplexer", LockRank::Filter};
+    MP4MediaMuxOutputPin m_outputPin;
+    MovieSettings m_settings;
+    LiveIndex m_index;  ///< has a lock of its own
+
+private:
+    void AddInputPin() REQUIRES(m_lock);
+    MP4MediaMuxInputPin* ConnectedPin(REFGUID majorType) REQUIRES(m_lock);
+    HRESULT CheckSettingsAreOpen() const EXCLUDES(m_lock);
+    HRESULT AddMetadata(std::uint32_t fourcc, const wchar_t* text);
+    HRESULT SetStopPosition(REFERENCE_TIME stop);
+    HRESULT SeekUpstream(LONGLONG* pCurrent, DWORD dwCurrentFlags, LONGLONG* pStop, DWORD dwStopFlags);
+    HRESULT ForgetEndOfStream(int pinNumber, ComPtr<IPin>& peer) EXCLUDES(m_lock);
+
+    std::vector<std::unique_ptr<MP4MediaMuxInputPin>> m_inputPins GUARDED_BY(m_lock);
+    std::vector<TrackInput*> m_trackInputs GUARDED_BY(m_lock);  ///< the same
+    bool m_ended GUARDED_BY(m_lock) = false;                    ///< the end of stream was delivered in this run
+    bool m_enoughRecorded GUARDED_BY(m_lock) = false;
+    std::vector<std::uint32_t> m_connected GUARDED_BY(m_lock);  ///< kept for its room
+    MuxPerformanceCounters m_counters;                          ///< under m_lock
+    std::atomic<REFERENCE_TIME> m_stopPosition{MaxTime};
+    std::atomic<bool> m_statisticsEnabled{false};
+    std::atomic<bool> m_flag{false};  ///< stored for the host
+};
+
+}  // namespace Norvane::MediaKit::Filters

@@ -1,0 +1,95 @@
+// The input pins of the multiplexers: one elementary stream each.
+#pragma once
+
+#include "MediaKit/IOverrideMediaType.h"
+#include "MediaKit/IRecordingPolicy.h"
+#include "Platform/DirectShow/CBaseInputPin.h"
+#include "Platform/Kernel/Wil.h"
+#include "VideoIO/StreamFilters/Authoring/TrackInput.h"
+#include "VideoIO/StreamFilters/Multiplexer/MuxStatistic.h"
+
+#include <cstdint>
+#include <string>
+
+namespace Norvane::MediaKit::Filters {
+
+class MuxFilter;
+
+/// Takes samples on the upstream's thread and hands them to the filter, which queues and writes them under its
+/// lock. What the queue's keys are, and when samples are written, is the filter's.
+class MP4MediaMuxInputPin : public CBaseInputPin,
+                            public qz_DSFilters::IOverrideMediaType,
+                            public IRecordingPolicy,
+                            public TrackInput {
+public:
+    MP4MediaMuxInputPin(MuxFilter& filter, CCritSec* lock, HRESULT* phr, std::uint32_t index);
+    ~MP4MediaMuxInputPin() override;
+
+    DECLARE_IUNKNOWN
+    HRESULT NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
+
+    MuxStatistic& Statistic() { return m_statistic; }
+    /// The major type, for log lines.
+    std::wstring MajorTypeName() const;
+
+    // The marks of the track's end, under the filter lock. Null before the pin was active for the first time.
+    void SignalEndOfTrack();
+    void SignalDrained();
+    void ForgetEndOfStream();
+
+    // TrackInput
+    bool IsTrackConnected() const override { return IsConnected(); }
+    std::uint32_t TrackIndex() const override { return m_index; }
+    const wchar_t* TrackName() const override { return Name(); }
+    const CMediaType& TrackMediaType() const override { return m_mt; }
+    MovieTrack& Track() override { return m_track; }
+    InputState& State() override { return m_state; }
+
+    // CBasePin, IPin
+    HRESULT CheckMediaType(const CMediaType* pmt) override;
+    HRESULT SetMediaType(const CMediaType* pmt) override;
+    HRESULT CompleteConnect(IPin* pReceivePin) override;
+    HRESULT BreakConnect() override;
+    HRESULT Active() override;
+    HRESULT Inactive() override;
+    HRESULT EndOfStream() override;
+    /// Empties the queue; samples go on being taken.
+    HRESULT BeginFlush() override;
+    HRESULT EndFlush() override { return S_OK; }
+    HRESULT NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop, double dRate) override;
+
+    // IMemInputPin
+    HRESULT GetAllocatorRequirements(ALLOCATOR_PROPERTIES* pProps) override;
+    /// E_INVALIDARG for an allocator of fewer than 20 buffers: samples wait here for the other tracks.
+    HRESULT NotifyAllocator(IMemAllocator* pAllocator, BOOL bReadOnly) override;
+    HRESULT Receive(IMediaSample* pSample) override;
+
+    // IOverrideMediaType
+    HRESULT SetAspectRatio(const SIZE*) override { return S_FALSE; }
+    HRESULT SetInterlaceFlags(DWORD) override { return S_FALSE; }
+    HRESULT SetRate(const qz_DSFilters::StreamRate*) override { return S_FALSE; }
+    HRESULT SetOrientation(DWORD orientation) override;
+
+    // IRecordingPolicy
+    HRESULT SetKeepEveryUnit(BOOL keep) override;
+    HRESULT SetEveryRandomAccessPictureIsSync(BOOL sync) override;
+
+private:
+    HRESULT ApplyTypeOf(IMediaSample& sample);
+    HRESULT SetPolicy(bool details::HandlerOptions::*option, BOOL value);
+
+    // Constant after construction
+    MuxFilter& m_mux;
+    const std::uint32_t m_index;
+
+    // Under the filter lock
+    MovieTrack m_track;
+    InputState m_state;
+    wil::unique_event m_endOfTrack;  ///< auto-reset
+    wil::unique_event m_drained;     ///< manual-reset
+    REFERENCE_TIME m_segmentStart = 0;
+
+    MuxStatistic m_statistic;  ///< has a lock of its own
+};
+
+}  // namespace Norvane::MediaKit::Filters
