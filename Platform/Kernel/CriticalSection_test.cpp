@@ -1,0 +1,123 @@
+#include "Platform/Kernel/CriticalSection.h"
+
+#include "Platform/Kernel/Event.h"
+#include "Platform/Kernel/Thread.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace {
+
+/// clang's analysis knows no recursion and no order by rank, which these tests are about.
+struct Unanalysed {
+    explicit Unanalysed(CCritSec& l) NO_THREAD_SAFETY_ANALYSIS : lock(l) { lock.Lock(); }
+    ~Unanalysed() NO_THREAD_SAFETY_ANALYSIS { lock.Unlock(); }
+    CCritSec& lock;
+};
+
+bool CanTakeOnAnotherThread(CCritSec& lock) NO_THREAD_SAFETY_ANALYSIS {
+    bool taken = false;
+    std::thread([&]() NO_THREAD_SAFETY_ANALYSIS {
+        taken = lock.TryLock();
+        if (taken) lock.Unlock();
+    }).join();
+    return taken;
+}
+
+TEST(CriticalSectionTest, IsFreeAfterAsManyUnlocksAsLocks) {
+    CCritSec lock;
+    {
+        Unanalysed outer(lock);
+        {
+            Unanalysed inner(lock);
+            EXPECT_FALSE(CanTakeOnAnotherThread(lock));
+        }
+        EXPECT_FALSE(CanTakeOnAnotherThread(lock));
+    }
+    EXPECT_TRUE(CanTakeOnAnotherThread(lock));
+}
+
+TEST(CriticalSectionTest, KeepsThreadsApart) {
+    CCritSec lock;
+    int count = 0;
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([&] {
+                for (int n = 0; n < 10000; ++n) {
+                    CAutoLock hold(&lock);
+                    ++count;
+                }
+            });
+    }
+    EXPECT_EQ(count, 40000);
+}
+
+class LockChecksTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!LockChecksEnabled()) GTEST_SKIP() << "this kernel was built without checks";
+        testing::FLAGS_gtest_death_test_style = "threadsafe";
+    }
+
+    CCritSec m_low{"the low one", 10};
+    CCritSec m_high{"the high one", 20};
+    CCritSec m_peer{"another low one", 10};
+    CCritSec m_free{"an unranked one"};
+};
+
+TEST_F(LockChecksTest, AllowsAscendingRanksPeersRecursionAndUnrankedLocks) {
+    Unanalysed first(m_low);
+    Unanalysed peer(m_peer);
+    Unanalysed second(m_high);
+    Unanalysed again(m_low);
+    Unanalysed free(m_free);
+}
+
+TEST_F(LockChecksTest, EndsTheProcessOnADescendingRankAndNamesBothLocks) {
+    const auto descend = [this] {
+        Unanalysed first(m_high);
+        Unanalysed second(m_low);
+    };
+    EXPECT_DEATH(descend(), "taking \"the low one\" \\(rank 10\\) after \"the high one\" \\(rank 20\\)");
+}
+
+TEST_F(LockChecksTest, ForgetsALockThatWasGivenBackOutOfOrder) {
+    const auto outOfOrder = [this]() NO_THREAD_SAFETY_ANALYSIS {
+        m_low.Lock();
+        m_high.Lock();
+        m_low.Unlock();
+        m_high.Unlock();
+        m_low.Lock();
+        m_low.Unlock();
+    };
+    outOfOrder();
+}
+
+TEST_F(LockChecksTest, EndsTheProcessOnAnUnlockWithoutALock) {
+    const auto unlock = [this]() NO_THREAD_SAFETY_ANALYSIS { m_low.Unlock(); };
+    EXPECT_DEATH(unlock(), "Unlocking \"the low one\"");
+}
+
+TEST_F(LockChecksTest, EndsTheProcessOnAnyWaitWithALockHeld) {
+    Unanalysed hold(m_free);
+    CAMEvent event;
+    EXPECT_DEATH(event.Wait(1), "Waiting for events with a lock held\n  held: \"an unranked one\"");
+    EXPECT_DEATH(Sleep(1), "Sleep with a lock held");
+    EXPECT_FALSE(event.Check()) << "looking is no wait";
+}
+
+TEST_F(LockChecksTest, ExemptsTheScopeThatSaysWhy) {
+    Unanalysed hold(m_low);
+    CAMEvent event;
+    {
+        AllowWaitWithLocks outer("the signalling thread takes no lock");
+        { AllowWaitWithLocks inner("nested"); }
+        EXPECT_FALSE(event.Wait(1));
+    }
+    EXPECT_DEATH(event.Wait(1), "with a lock held");
+}
+
+}  // namespace
