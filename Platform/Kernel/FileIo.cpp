@@ -48,6 +48,10 @@ FileInfo describe(const struct stat& st) {
     return {{st.st_dev, st.st_ino}, static_cast<std::uint64_t>(st.st_size), S_ISREG(st.st_mode), S_ISDIR(st.st_mode)};
 }
 
+bool fits(std::uint64_t position, std::size_t size) {
+    return position <= kLastPosition && size <= kLastPosition - position;
+}
+
 DWORD read_at(int descriptor, std::uint64_t position, std::span<std::uint8_t> buffer, std::size_t* read) {
     *read = 0;
     if (position > kLastPosition) return ERROR_INVALID_PARAMETER;
@@ -67,7 +71,6 @@ DWORD read_at(int descriptor, std::uint64_t position, std::span<std::uint8_t> bu
 DWORD write_at(int descriptor, std::uint64_t position, Bytes first, Bytes second, std::size_t* written) {
     *written = 0;
     const std::size_t size = first.size() + second.size();
-    if (position > kLastPosition || size > kLastPosition - position) return ERROR_FILE_TOO_LARGE;
     while (*written < size) {
         const std::size_t fromFirst = std::min(*written, first.size());
         const iovec vectors[] = {Vector(first.subspan(fromFirst)), Vector(second.subspan(*written - fromFirst))};

@@ -20,9 +20,12 @@ void close_descriptor(int descriptor);
 DWORD status(int descriptor, struct stat* st);
 FileInfo describe(const struct stat& st);
 
+/// Whether a file can have that many bytes at that position at all.
+bool fits(std::uint64_t position, std::size_t size);
+
 /// Fills `buffer` as far as the file goes from `position`.
 DWORD read_at(int descriptor, std::uint64_t position, std::span<std::uint8_t> buffer, std::size_t* read);
-/// Writes `first` and behind it `second`; *written counts over both, also when the rest failed.
+/// Writes `first` and behind it `second`, which must fit; *written counts over both, also when the rest failed.
 DWORD write_at(int descriptor, std::uint64_t position, Bytes first, Bytes second, std::size_t* written);
 DWORD truncate(int descriptor, std::uint64_t size);
 

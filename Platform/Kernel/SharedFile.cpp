@@ -25,6 +25,7 @@ DWORD SharedFile::ReaderHandOn() {
 DWORD SharedFile::Write(int descriptor, std::uint64_t position, file_io::Bytes data, std::size_t* written) {
     *written = 0;
     if (data.empty()) return NO_ERROR;
+    if (!file_io::fits(position, data.size())) return ERROR_FILE_TOO_LARGE;
     CAutoLock lock(&m_lock);
     const bool large = data.size() >= File::kGatherLimit;
     if (FollowsOn(position)) {
