@@ -1,0 +1,70 @@
+// The library's exported functions. How each treats its pointer and what it reports is told in MediaKit/Factories.h.
+#include "MediaKit/Factories.h"
+
+#include "Logging/Checks.h"
+#include "VideoIO/StreamFilters/Frame/VoidFilter.h"
+#include "VideoIO/StreamFilters/SharedFile/SharedFileSinkFilter.h"
+#include "VideoIO/StreamFilters/SharedFile/SharedFileSourceFilter.h"
+#if __has_include("VideoIO/StreamFilters/Multiplexer/MP4MediaMuxFilter2.h")
+#include "VideoIO/StreamFilters/Multiplexer/MP4MediaMuxFilter2.h"
+#define MEDIAKIT_HAS_MUX 1
+#endif
+
+#include <new>
+
+namespace Norvane::MediaKit::Filters {
+
+namespace {
+
+/// Hands out a new filter with its first reference.
+template <class Filter>
+Filter* HandOut(Filter* filter, IBaseFilter** ppFilter) {
+    if (filter != nullptr) filter->AddRef();
+    *ppFilter = filter;
+    return filter;
+}
+
+HRESULT NotAvailable(IBaseFilter** ppFilter) {
+    *ppFilter = nullptr;
+    return E_NOTIMPL;
+}
+
+}  // namespace
+
+HRESULT CreateFragmentedMP4MediaMuxFilter(IBaseFilter** ppFilter) { return NotAvailable(ppFilter); }
+
+HRESULT CreateLiveSourceFilter(IBaseFilter** ppFilter) { return NotAvailable(ppFilter); }
+
+HRESULT CreateMP4MediaDemuxFilter(IBaseFilter** ppFilter) { return NotAvailable(ppFilter); }
+
+HRESULT CreateMP4MediaMuxFilter(IBaseFilter** ppFilter) {
+#ifdef MEDIAKIT_HAS_MUX
+    // What the constructor reports is not passed on: an object that came back is a success.
+    HRESULT constructed = S_OK;
+    auto* const filter = HandOut(new (std::nothrow) MP4MediaMuxFilter(nullptr, &constructed), ppFilter);
+    return filter != nullptr ? S_OK : E_OUTOFMEMORY;
+#else
+    return NotAvailable(ppFilter);
+#endif
+}
+
+HRESULT CreateSharedFileSinkFilter(IBaseFilter** ppFilter) {
+    HRESULT constructed = S_OK;
+    HandOut(new SharedFileSinkFilter(nullptr, &constructed), ppFilter);
+    return S_OK;
+}
+
+HRESULT CreateSharedFileSourceFilter(IBaseFilter** ppFilter) {
+    QZCheckCondition(ppFilter != nullptr, E_POINTER);
+    HRESULT constructed = S_OK;
+    auto* const filter = HandOut(new (std::nothrow) SharedFileSourceFilter(nullptr, &constructed), ppFilter);
+    return filter != nullptr ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT CreateVoidFilter(IBaseFilter** ppFilter) {
+    HRESULT constructed = S_OK;
+    HandOut(new VoidFilter(nullptr, &constructed), ppFilter)->AddPin();
+    return S_OK;
+}
+
+}  // namespace Norvane::MediaKit::Filters

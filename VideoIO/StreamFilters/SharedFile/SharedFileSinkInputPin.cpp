@@ -1,0 +1,110 @@
+#include "VideoIO/StreamFilters/SharedFile/SharedFileSinkInputPin.h"
+
+#include "Logging/Checks.h"
+#include "Platform/DirectShow/FileStream.h"
+#include "Platform/DirectShow/IAMAsyncReaderTimestampScaling.h"
+#include "VideoIO/StreamFilters/SharedFile/SharedFileSinkFilter.h"
+
+namespace Norvane::MediaKit::Filters {
+
+namespace {
+
+/// A byte position in a scaled sample time is a number of seconds, in units of 100 ns.
+constexpr REFERENCE_TIME kScaledTimePerByte = 10'000'000;
+
+REFERENCE_TIME TimePerByteOf(IPin* peer) {
+    const auto scaling = ComPtr<IPin>(peer).query<IAMAsyncReaderTimestampScaling>();
+    BOOL raw = TRUE;
+    return scaling && SUCCEEDED(scaling->GetTimestampMode(&raw)) && raw == FALSE ? kScaledTimePerByte : 1;
+}
+
+}  // namespace
+
+SharedFileSinkInputPin::SharedFileSinkInputPin(SharedFileSinkFilter* filter, CCritSec* lock, HRESULT* phr)
+    : CBaseInputPin("SharedFileSinkInputPin", filter, lock, phr, L"input") {}
+
+SharedFileSinkInputPin::~SharedFileSinkInputPin() = default;
+
+HRESULT SharedFileSinkInputPin::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
+    if (riid == IID_IStream || riid == IID_ISequentialStream) return GetInterface<IStream>(this, ppv);
+    return CBaseInputPin::NonDelegatingQueryInterface(riid, ppv);
+}
+
+HRESULT SharedFileSinkInputPin::CheckMediaType(const CMediaType*) { return S_OK; }
+
+HRESULT SharedFileSinkInputPin::CompleteConnect(IPin* pReceivePin) {
+    m_timePerByte = TimePerByteOf(pReceivePin);
+    return S_OK;
+}
+
+HRESULT SharedFileSinkInputPin::Active() {
+    if (!m_stream) {
+        QZCheckHRESULT(SHCreateStreamOnFileW(m_fileName.c_str(), STGM_CREATE | STGM_SHARE_DENY_WRITE | STGM_WRITE,
+                                             m_stream.put()));
+    }
+    return S_OK;
+}
+
+HRESULT SharedFileSinkInputPin::Inactive() { return S_OK; }
+
+HRESULT SharedFileSinkInputPin::Receive(IMediaSample* pSample) {
+    QZCheckHRESULT(CBaseInputPin::Receive(pSample));
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    QZCheckHRESULT(pSample->GetTime(&start, &stop));
+    QZCheckHRESULT(Seek({start / m_timePerByte}, STREAM_SEEK_SET, nullptr));
+    BYTE* data = nullptr;
+    pSample->GetPointer(&data);
+    const LONG length = pSample->GetActualDataLength();
+    QZCheckCondition(length >= 0, E_INVALIDARG);
+    QZCheckHRESULT(Write(data, static_cast<ULONG>(length), nullptr));
+    QZCheckHRESULT(Commit(STGC_DEFAULT));
+    return S_OK;
+}
+
+template <class Operation, class... Args>
+HRESULT SharedFileSinkInputPin::PassOn(Operation operation, Args... args) {
+    QZCheckCondition(m_stream.get() != nullptr, E_UNEXPECTED);
+    const HRESULT hr = (m_stream.get()->*operation)(args...);
+    QZCheckHRESULT(hr);
+    return hr;
+}
+
+HRESULT SharedFileSinkInputPin::Read(void* pv, ULONG cb, ULONG* pcbRead) {
+    return PassOn(&IStream::Read, pv, cb, pcbRead);
+}
+
+HRESULT SharedFileSinkInputPin::Write(const void* pv, ULONG cb, ULONG* pcbWritten) {
+    return PassOn(&IStream::Write, pv, cb, pcbWritten);
+}
+
+HRESULT SharedFileSinkInputPin::Seek(LARGE_INTEGER dlibMove, DWORD dwOrigin, ULARGE_INTEGER* plibNewPosition) {
+    return PassOn(&IStream::Seek, dlibMove, dwOrigin, plibNewPosition);
+}
+
+HRESULT SharedFileSinkInputPin::SetSize(ULARGE_INTEGER libNewSize) { return PassOn(&IStream::SetSize, libNewSize); }
+
+HRESULT SharedFileSinkInputPin::CopyTo(IStream* pstm, ULARGE_INTEGER cb, ULARGE_INTEGER* pcbRead,
+                                       ULARGE_INTEGER* pcbWritten) {
+    return PassOn(&IStream::CopyTo, pstm, cb, pcbRead, pcbWritten);
+}
+
+HRESULT SharedFileSinkInputPin::Commit(DWORD grfCommitFlags) { return PassOn(&IStream::Commit, grfCommitFlags); }
+
+HRESULT SharedFileSinkInputPin::Revert() { return PassOn(&IStream::Revert); }
+
+HRESULT SharedFileSinkInputPin::LockRegion(ULARGE_INTEGER libOffset, ULARGE_INTEGER cb, DWORD dwLockType) {
+    return PassOn(&IStream::LockRegion, libOffset, cb, dwLockType);
+}
+
+HRESULT SharedFileSinkInputPin::UnlockRegion(ULARGE_INTEGER libOffset, ULARGE_INTEGER cb, DWORD dwLockType) {
+    return PassOn(&IStream::UnlockRegion, libOffset, cb, dwLockType);
+}
+
+HRESULT SharedFileSinkInputPin::Stat(STATSTG* pstatstg, DWORD grfStatFlag) {
+    return PassOn(&IStream::Stat, pstatstg, grfStatFlag);
+}
+
+HRESULT SharedFileSinkInputPin::Clone(IStream** ppstm) { return PassOn(&IStream::Clone, ppstm); }
+
+}  // namespace Norvane::MediaKit::Filters
