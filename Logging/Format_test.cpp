@@ -1,18 +1,22 @@
-#include "Logging/Format.h"
+// The log's printf, as a report sees it.
+#include "Logging/LogSink.h"
+#include "Logging/qz_log.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cstdint>
+#include <string>
 
 namespace qz_log {
 namespace {
 
-std::wstring Formatted(const wchar_t* format, ...) {
-    std::va_list arguments;
-    va_start(arguments, format);
-    std::wstring text = format_message(format, arguments);
-    va_end(arguments);
+template <class... Args>
+std::wstring Formatted(const wchar_t* format, Args... args) {
+    std::wstring text;
+    set_sink([&text](const record& r) { text = r.message; });
+    EXPECT_TRUE(_reportW(0, 1, "", 0, format, args...));
+    set_sink({});
     return text;
 }
 
@@ -39,7 +43,7 @@ TEST(FormatTest, NumbersOfEveryWidth) {
 TEST(FormatTest, TextWideAndNarrow) {
     EXPECT_EQ(Formatted(L"%s-%s", L"Stre\xE4m", L""), L"Stre\xE4m-");
     EXPECT_EQ(Formatted(L"%S %hs %ls %ws", "K\xC3\xB6ln", "x", L"y", L"z"), L"K\xF6ln x y z");
-    EXPECT_EQ(Formatted(L"%s %S", nullptr, nullptr), L"(null) (null)");
+    EXPECT_EQ(Formatted(L"%s %S", static_cast<const wchar_t*>(nullptr), static_cast<const char*>(nullptr)), L"(null) (null)");
     EXPECT_EQ(Formatted(L"[%5s|%-5s|%.2s|%5.1S|%.0s]", L"ab", L"ab", L"abcdef", "xyz", L"abc"),
               L"[   ab|ab   |ab|    x|]");
     EXPECT_EQ(Formatted(L"%c%C%3c|%-3c|", L'\x416', 'n', L'r', L'l'), L"\x416n  r|l  |");

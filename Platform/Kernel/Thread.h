@@ -28,7 +28,6 @@ public:
     /// Waits for the thread's end; a wait in the sense of AssertMayWait. Nothing to join is no fault.
     void Join() noexcept;
     bool Running() const noexcept { return m_thread.joinable(); }
-    bool IsCurrent() const noexcept { return m_thread.get_id() == std::this_thread::get_id(); }
 
 private:
     std::thread m_thread;
