@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace Norvane::MediaKit::Filters::details {
@@ -55,12 +56,22 @@ public:
 protected:
     const CMediaType& input_type() const { return m_mediaType; }
 
+    /// The sample's valid bytes, which stay the sample's.
+    static HRESULT payload_of(IMediaSample& sample, std::span<const std::uint8_t>& payload);
+
 private:
     const CMediaType m_mediaType;
 };
 
-/// The handler for a media type. `firstSample`, when there is one, may give parameter sets that the type lacks.
-/// Null when no handler can be made.
+/// Big-endian 16-bit samples of QuickTime files: swapped on reading.
+class pcm16be_byte_stream_handler : public byte_stream_handler {
+public:
+    using byte_stream_handler::byte_stream_handler;
+    HRESULT read(IMediaSample& sample, vio::byte_stream& stream) override;
+};
+
+/// The handler for a media type. `firstSample`, when there is one, may give parameter sets that the type lacks. Never
+/// null today: a type without framing of its own has the plain handler.
 std::unique_ptr<byte_stream_handler> create_byte_stream_handler(const CMediaType& mediaType, IMediaSample* firstSample,
                                                                 const HandlerOptions& options = {});
 
