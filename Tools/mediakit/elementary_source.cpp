@@ -1,0 +1,88 @@
+#include "Tools/mediakit/elementary_source.h"
+
+#include <algorithm>
+
+namespace mediakit_tool {
+
+namespace {
+
+// Of the host's own; nothing is registered under it.
+constexpr CLSID kElementarySource = make_guid("2F0D6B4E-7C1A-4E52-9B3D-5A8E61C40F97");
+
+/// The multiplexer's chunk is a quarter of a second; twice that lets it choose.
+constexpr REFERENCE_TIME kChunkSpans = 5'000'000;
+/// Pictures that may stand out of order at the ends of the span.
+constexpr int kReorderSlack = 18;
+
+SliceAllocator::Limits LimitsFor(const TrackFacts& facts) {
+    SliceAllocator::Limits limits;
+    limits.span = kChunkSpans + (facts.video ? kReorderSlack * facts.rate.AvgTimePerFrame() : 0);
+    return limits;
+}
+
+/// The one writer adds; readers see some recent value.
+void Add(std::atomic<std::uint64_t>& counter, std::uint64_t amount) {
+    counter.store(counter.load(std::memory_order_relaxed) + amount, std::memory_order_relaxed);
+}
+
+}  // namespace
+
+// The pin adds itself to the filter, which deletes it.
+ElementarySource::ElementarySource(UnitReader& reader, HANDLE endEvent, HRESULT* phr)
+    : CSource("Elementary source", nullptr, kElementarySource, phr), m_reader(reader) {
+    new ElementaryStream(*this, endEvent, phr);
+}
+
+ElementaryStream::ElementaryStream(ElementarySource& source, HANDLE endEvent, HRESULT* phr)
+    : CSourceStream("Elementary stream", phr, &source, L"Output"),
+      m_reader(source.m_reader),
+      m_progress(source.m_progress),
+      m_endEvent(endEvent) {}
+
+HRESULT ElementaryStream::GetMediaType(CMediaType* pMediaType) {
+    return pMediaType == nullptr ? E_POINTER : pMediaType->Set(m_reader.MediaType());
+}
+
+HRESULT ElementaryStream::DecideAllocator(IMemInputPin* pPin, IMemAllocator** pAlloc) {
+    *pAlloc = nullptr;
+    ComPtr<SliceAllocator> allocator(new SliceAllocator(LimitsFor(m_reader.Facts())));
+    const HRESULT hr = pPin->NotifyAllocator(allocator.get(), TRUE);
+    if (FAILED(hr)) return hr;
+    m_allocator = allocator.get();
+    *pAlloc = allocator.detach();
+    return S_OK;
+}
+
+HRESULT ElementaryStream::DecideBufferSize(IMemAllocator*, ALLOCATOR_PROPERTIES*) { return S_OK; }
+
+HRESULT ElementaryStream::FillBuffer(IMediaSample* pSample) {
+    Unit unit;
+    if (!m_reader.Next(&unit)) return S_FALSE;
+    const std::size_t size = unit.slice.size;
+    const HRESULT hr = m_allocator->Fill(pSample, unit);
+    if (SUCCEEDED(hr)) Count(unit, size);
+    return hr;
+}
+
+void ElementaryStream::Count(const Unit& unit, std::size_t size) {
+    Add(m_progress.samples, 1);
+    Add(m_progress.syncSamples, unit.sync);
+    Add(m_progress.bytes, size);
+    const REFERENCE_TIME duration = m_progress.duration.load(std::memory_order_relaxed);
+    m_progress.duration.store(std::max(duration, unit.stop), std::memory_order_relaxed);
+}
+
+HRESULT ElementaryStream::Deliver(IMediaSample* pSample) {
+    const HRESULT hr = CSourceStream::Deliver(pSample);
+    if (hr != S_OK) m_progress.refused = hr;
+    return hr;
+}
+
+HRESULT ElementaryStream::DoBufferProcessingLoop() {
+    const HRESULT hr = CSourceStream::DoBufferProcessingLoop();
+    m_progress.ended = true;
+    SetEvent(m_endEvent);
+    return hr;
+}
+
+}  // namespace mediakit_tool

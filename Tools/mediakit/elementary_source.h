@@ -1,0 +1,62 @@
+// The host's source filter: one elementary stream, pushed as fast as downstream takes it.
+#pragma once
+
+#include "Platform/Com/ComPtr.h"
+#include "Platform/DirectShow/CSource.h"
+#include "Tools/mediakit/slice_allocator.h"
+#include "Tools/mediakit/unit_reader.h"
+
+#include <atomic>
+
+namespace mediakit_tool {
+
+/// How far a source has come. Written by its thread, read by any.
+struct SourceProgress {
+    std::atomic<std::uint64_t> samples{0};
+    std::atomic<std::uint64_t> syncSamples{0};
+    std::atomic<std::uint64_t> bytes{0};      ///< of the samples
+    std::atomic<REFERENCE_TIME> duration{0};  ///< latest stop time, 100 ns
+    std::atomic<HRESULT> refused{S_OK};       ///< how downstream answered when it took no more samples
+    std::atomic<bool> ended{false};           ///< the thread delivers nothing more
+};
+
+/// A CSource with one output pin over an opened reader, which outlives it. The pin brings its own
+/// allocator; its thread delivers units as samples, then the end of the stream.
+class ElementarySource final : public CSource {
+public:
+    /// `endEvent` is set when the thread has delivered its last.
+    ElementarySource(UnitReader& reader, HANDLE endEvent, HRESULT* phr);
+
+    IPin* Output() { return GetPin(0); }
+    const SourceProgress& Progress() const { return m_progress; }
+    UnitReader& Reader() const { return m_reader; }
+
+private:
+    friend class ElementaryStream;
+
+    UnitReader& m_reader;
+    SourceProgress m_progress;
+};
+
+/// Its pin.
+class ElementaryStream final : public CSourceStream {
+public:
+    ElementaryStream(ElementarySource& source, HANDLE endEvent, HRESULT* phr);
+
+    HRESULT GetMediaType(CMediaType* pMediaType) override;
+    HRESULT DecideAllocator(IMemInputPin* pPin, IMemAllocator** pAlloc) override;
+    HRESULT DecideBufferSize(IMemAllocator* pAlloc, ALLOCATOR_PROPERTIES* ppropInputRequest) override;
+    HRESULT FillBuffer(IMediaSample* pSample) override;
+    HRESULT Deliver(IMediaSample* pSample) override;
+    HRESULT DoBufferProcessingLoop() override;
+
+private:
+    void Count(const Unit& unit, std::size_t size);
+
+    UnitReader& m_reader;
+    SourceProgress& m_progress;
+    const HANDLE m_endEvent;
+    SliceAllocator* m_allocator = nullptr;  ///< the base's m_pAllocator, which counts it
+};
+
+}  // namespace mediakit_tool

@@ -1,0 +1,57 @@
+// The graph of a recording: sources, multiplexer, file sink.
+#pragma once
+
+#include "MediaKit/IMPEG4Mux.h"
+#include "Platform/Com/ComPtr.h"
+#include "Platform/DirectShow/IBaseFilter.h"
+#include "Platform/DirectShow/IGraphBuilder.h"
+#include "Platform/DirectShow/IMediaControl.h"
+#include "Platform/DirectShow/IMediaEvent.h"
+#include "Tools/mediakit/elementary_source.h"
+#include "Tools/mediakit/record_options.h"
+
+#include <string>
+#include <vector>
+
+namespace mediakit_tool {
+
+/// Built, run and stopped on the host's thread. The readers outlive it. The file is closed when the
+/// graph goes.
+class RecordingGraph {
+public:
+    ~RecordingGraph();
+
+    /// Makes filters, settings and connections; nothing touches the disk yet. One source for each
+    /// opened reader, in track order; `endEvent` is set whenever one of them has ended. False: see Failure.
+    bool Build(const RecordOptions& options, const std::vector<UnitReader*>& readers, HANDLE endEvent);
+    /// Opens the file and starts the sources.
+    bool Run();
+    /// Finishes the file.
+    bool Stop();
+
+    const std::string& Failure() const { return m_failure; }
+    const std::vector<ElementarySource*>& Sources() const { return m_sources; }
+    /// Start time of what has reached the file on all tracks, 100 ns.
+    REFERENCE_TIME Position() const;
+    /// Set while the graph has an event to tell.
+    HANDLE EventHandle() const;
+    /// Takes what the graph has to tell. False when a filter has given up; see Failure.
+    bool HandleEvents();
+
+private:
+    bool MakeFilters();
+    bool Configure(const RecordOptions& options);
+    bool AddSource(const RecordOptions& options, UnitReader& reader, HANDLE endEvent);
+    bool Check(HRESULT hr, const std::string& what);
+
+    ComPtr<IGraphBuilder> m_graph;
+    ComPtr<IMediaControl> m_control;
+    ComPtr<IMediaEvent> m_events;
+    ComPtr<IBaseFilter> m_multiplexer;
+    ComPtr<qz_MPEGSystemFilters::IMPEG4Mux> m_settings;
+    ComPtr<IBaseFilter> m_sink;
+    std::vector<ElementarySource*> m_sources;  ///< the graph counts them
+    std::string m_failure;
+};
+
+}  // namespace mediakit_tool
