@@ -18,13 +18,33 @@ std::uint8_t NalType(std::span<const std::uint8_t> nal) {
     return nal.empty() || (nal[0] & 0x80) != 0 ? 0 : nal[0] & 0x1F;
 }
 
+/// Clause 7.4.2.1.1: the cropping units of a chroma format, for frames or for pairs of fields.
+struct CropUnits {
+    std::uint64_t x;
+    std::uint64_t y;
+};
+
+CropUnits CropUnitsOf(const H264SequenceSyntax& sps) {
+    const std::uint32_t chroma = ChromaArrayType(sps);
+    return {chroma == 1 || chroma == 2 ? 2u : 1u, (chroma == 1 ? 2u : 1u) * (2 - sps.frame_mbs_only_flag)};
+}
+
+/// Something is left of the picture behind the cropping.
+bool CropInRange(const H264SequenceSyntax& sps) {
+    const CropUnits units = CropUnitsOf(sps);
+    const std::uint64_t columns = std::uint64_t{sps.frame_crop_left_offset} + sps.frame_crop_right_offset;
+    const std::uint64_t rows = std::uint64_t{sps.frame_crop_top_offset} + sps.frame_crop_bottom_offset;
+    return columns * units.x < (sps.pic_width_in_mbs_minus1 + 1) * 16 &&
+           rows * units.y < (sps.pic_height_in_map_units_minus1 + 1) * 16 * (2 - sps.frame_mbs_only_flag);
+}
+
 bool InRange(const H264SequenceSyntax& sps) {
     return sps.seq_parameter_set_id <= max_sequence_id && sps.chroma_format_idc <= 3 &&
            sps.bit_depth_luma_minus8 <= 6 && sps.bit_depth_chroma_minus8 <= 6 &&
            sps.log2_max_frame_num_minus4 <= 12 && sps.log2_max_pic_order_cnt_lsb_minus4 <= 12 &&
            sps.pic_order_cnt_type <= 2 && sps.max_num_ref_frames <= 16 &&
            sps.pic_width_in_mbs_minus1 < max_side_in_macroblocks &&
-           sps.pic_height_in_map_units_minus1 < max_side_in_macroblocks;
+           sps.pic_height_in_map_units_minus1 < max_side_in_macroblocks && CropInRange(sps);
 }
 
 /// Clause 7.3.2.2: the slice group map is read past.
@@ -139,19 +159,14 @@ std::uint32_t ChromaArrayType(const H264SequenceSyntax& sps) {
 }
 
 H264PictureSize PictureSize(const H264SequenceSyntax& sps) {
-    const std::uint32_t fields = 2 - sps.frame_mbs_only_flag;
-    const std::uint32_t chroma = ChromaArrayType(sps);
-    const std::uint32_t unit_x = chroma == 1 || chroma == 2 ? 2 : 1;
-    const std::uint32_t unit_y = (chroma == 1 ? 2 : 1) * fields;
+    const CropUnits units = CropUnitsOf(sps);
     H264PictureSize size;
     size.coded_width = (sps.pic_width_in_mbs_minus1 + 1) * 16;
-    size.coded_height = (sps.pic_height_in_map_units_minus1 + 1) * 16 * fields;
-    const auto cut = [](std::uint32_t side, std::uint64_t first, std::uint64_t second, std::uint32_t unit) {
-        const std::uint64_t off = (first + second) * unit;
-        return off < side ? static_cast<std::uint32_t>(side - off) : side;
-    };
-    size.width = cut(size.coded_width, sps.frame_crop_left_offset, sps.frame_crop_right_offset, unit_x);
-    size.height = cut(size.coded_height, sps.frame_crop_top_offset, sps.frame_crop_bottom_offset, unit_y);
+    size.coded_height = (sps.pic_height_in_map_units_minus1 + 1) * 16 * (2 - sps.frame_mbs_only_flag);
+    const std::uint32_t columns = sps.frame_crop_left_offset + sps.frame_crop_right_offset;
+    const std::uint32_t rows = sps.frame_crop_top_offset + sps.frame_crop_bottom_offset;
+    size.width = size.coded_width - columns * static_cast<std::uint32_t>(units.x);
+    size.height = size.coded_height - rows * static_cast<std::uint32_t>(units.y);
     return size;
 }
 

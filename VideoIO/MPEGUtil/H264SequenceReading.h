@@ -1,14 +1,13 @@
 // The syntax of an H.264 sequence parameter set, written once for both bit readers.
 //
-// `Cursor` is RbspReader or H26xSyntaxCursor. Counts that come from the stream are only trusted behind
-// a look at the cursor's result, and bounded by the limits of the standard.
+// `Cursor` is RbspReader or H26xSyntaxCursor: behind a first failure every value is 0, so that loops end
+// and the result is looked at once. A count beyond the standard's limit makes the cursor fail.
 #pragma once
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 
-#include "Logging/Checks.h"
 #include "MediaKit/Results.h"
 #include "VideoIO/MPEGUtil/H264ParameterSets.h"
 
@@ -68,7 +67,7 @@ void ReadChromaFields(Cursor& cursor, H264SequenceRules rules, H264SequenceSynta
 }
 
 template <typename Cursor>
-HRESULT ReadPictureOrderFields(Cursor& cursor, H264SequenceSyntax& sps) {
+void ReadPictureOrderFields(Cursor& cursor, H264SequenceSyntax& sps) {
     sps.pic_order_cnt_type = cursor.UE();
     if (sps.pic_order_cnt_type == 0) {
         sps.log2_max_pic_order_cnt_lsb_minus4 = cursor.UE();
@@ -77,13 +76,15 @@ HRESULT ReadPictureOrderFields(Cursor& cursor, H264SequenceSyntax& sps) {
         sps.offset_for_non_ref_pic = cursor.SE();
         sps.offset_for_top_to_bottom_field = cursor.SE();
         sps.num_ref_frames_in_pic_order_cnt_cycle = cursor.UE();
-        QZCheckCondition(sps.num_ref_frames_in_pic_order_cnt_cycle <= 255, QZ_E_BAD_DATA);
+        if (sps.num_ref_frames_in_pic_order_cnt_cycle > 255) {
+            cursor.Refuse();
+            return;
+        }
         sps.offset_for_ref_frame.resize(std::max(sps.num_ref_frames_in_pic_order_cnt_cycle, 1u));
         for (std::uint32_t i = 0; i < sps.num_ref_frames_in_pic_order_cnt_cycle; ++i) {
             sps.offset_for_ref_frame[i] = cursor.SE();
         }
     }
-    return S_OK;
 }
 
 template <typename Cursor>
@@ -107,9 +108,12 @@ void ReadFrameFields(Cursor& cursor, H264SequenceSyntax& sps) {
 }
 
 template <typename Cursor>
-HRESULT ReadHrdParameters(Cursor& cursor, H264HrdParameters& hrd) {
+void ReadHrdParameters(Cursor& cursor, H264HrdParameters& hrd) {
     hrd.cpb_cnt_minus1 = cursor.UE();
-    QZCheckCondition(hrd.cpb_cnt_minus1 < H264HrdParameters::max_cpb_count, QZ_E_BAD_DATA);
+    if (hrd.cpb_cnt_minus1 >= H264HrdParameters::max_cpb_count) {
+        cursor.Refuse();
+        return;
+    }
     hrd.bit_rate_scale = cursor.Bits(4);
     hrd.cpb_size_scale = cursor.Bits(4);
     for (std::uint32_t schedule = 0; schedule <= hrd.cpb_cnt_minus1; ++schedule) {
@@ -121,7 +125,6 @@ HRESULT ReadHrdParameters(Cursor& cursor, H264HrdParameters& hrd) {
     hrd.cpb_removal_delay_length_minus1 = cursor.Bits(5);
     hrd.dpb_output_delay_length_minus1 = cursor.Bits(5);
     hrd.time_offset_length = cursor.Bits(5);
-    return S_OK;
 }
 
 template <typename Cursor>
@@ -157,23 +160,22 @@ void ReadVideoSignalFields(Cursor& cursor, H264VuiParameters& vui) {
 }
 
 template <typename Cursor>
-HRESULT ReadBufferingFields(Cursor& cursor, H264VuiParameters& vui) {
+void ReadBufferingFields(Cursor& cursor, H264VuiParameters& vui) {
     vui.nal_hrd_parameters_present_flag = cursor.Bits(1);
     if (vui.nal_hrd_parameters_present_flag != 0) {
-        QZCheckHRESULT(ReadHrdParameters(cursor, vui.nal_hrd_parameters));
+        ReadHrdParameters(cursor, vui.nal_hrd_parameters);
     }
     vui.vcl_hrd_parameters_present_flag = cursor.Bits(1);
     if (vui.vcl_hrd_parameters_present_flag != 0) {
-        QZCheckHRESULT(ReadHrdParameters(cursor, vui.vcl_hrd_parameters));
+        ReadHrdParameters(cursor, vui.vcl_hrd_parameters);
     }
     if (vui.nal_hrd_parameters_present_flag != 0 || vui.vcl_hrd_parameters_present_flag != 0) {
         vui.low_delay_hrd_flag = cursor.Bits(1);
     }
-    return S_OK;
 }
 
 template <typename Cursor>
-HRESULT ReadVuiParameters(Cursor& cursor, H264VuiParameters& vui) {
+void ReadVuiParameters(Cursor& cursor, H264VuiParameters& vui) {
     ReadVideoSignalFields(cursor, vui);
     vui.timing_info_present_flag = cursor.Bits(1);
     if (vui.timing_info_present_flag != 0) {
@@ -181,7 +183,7 @@ HRESULT ReadVuiParameters(Cursor& cursor, H264VuiParameters& vui) {
         vui.time_scale = cursor.Bits(32);
         vui.fixed_frame_rate_flag = cursor.Bits(1);
     }
-    QZCheckHRESULT(ReadBufferingFields(cursor, vui));
+    ReadBufferingFields(cursor, vui);
     vui.pic_struct_present_flag = cursor.Bits(1);
     vui.bitstream_restriction_flag = cursor.Bits(1);
     if (vui.bitstream_restriction_flag != 0) {
@@ -193,11 +195,10 @@ HRESULT ReadVuiParameters(Cursor& cursor, H264VuiParameters& vui) {
         vui.max_num_reorder_frames = cursor.UE();
         vui.max_dec_frame_buffering = cursor.UE();
     }
-    return S_OK;
 }
 
 /// seq_parameter_set_data from profile_idc to the last VUI field, over a record in its initial state.
-/// S_OK, or the cursor's QZ_E_MORE_DATA, which is not logged, or QZ_E_BAD_DATA.
+/// The cursor's result: S_OK, QZ_E_MORE_DATA or QZ_E_BAD_DATA. Logs nothing.
 template <typename Cursor>
 HRESULT ReadH264SequenceSyntax(Cursor& cursor, H264SequenceRules rules, H264SequenceSyntax& sps) {
     sps.profile_idc = cursor.Bits(8);
@@ -214,11 +215,11 @@ HRESULT ReadH264SequenceSyntax(Cursor& cursor, H264SequenceRules rules, H264Sequ
         ReadChromaFields(cursor, rules, sps);
     }
     sps.log2_max_frame_num_minus4 = cursor.UE();
-    QZCheckHRESULT(ReadPictureOrderFields(cursor, sps));
+    ReadPictureOrderFields(cursor, sps);
     ReadFrameFields(cursor, sps);
     sps.vui_parameters_present_flag = cursor.Bits(1);
     if (sps.vui_parameters_present_flag != 0) {
-        QZCheckHRESULT(ReadVuiParameters(cursor, sps.vui_parameters));
+        ReadVuiParameters(cursor, sps.vui_parameters);
     }
     return cursor.Result();
 }

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "Platform/Com/Results.h"
+#include "MediaKit/Results.h"
 #include "VideoIO/MPEGUtil/DataBuffer.h"
 
 namespace qz_MPEGUtil {
@@ -59,27 +59,35 @@ public:
 
     std::uint32_t Bits(unsigned count) {
         std::uint32_t value = 0;
-        return Take(Failed() ? m_result : m_reader.ReadBits(count, value), value);
+        if (!Failed()) {
+            m_result = m_reader.ReadBits(count, value);
+        }
+        return Failed() ? 0 : value;
     }
     bool Flag() { return Bits(1) != 0; }
     std::uint32_t UE() {
         std::uint32_t value = 0;
-        return Take(Failed() ? m_result : m_reader.ReadUE(value), value);
+        if (!Failed()) {
+            m_result = m_reader.ReadUE(value);
+        }
+        return Failed() ? 0 : value;
     }
     std::int32_t SE() {
         std::int32_t value = 0;
-        return Take(Failed() ? m_result : m_reader.ReadSE(value), value);
+        if (!Failed()) {
+            m_result = m_reader.ReadSE(value);
+        }
+        return Failed() ? 0 : value;
+    }
+    void Refuse() {
+        if (!Failed()) {
+            m_result = QZ_E_BAD_DATA;
+        }
     }
     HRESULT Result() const { return m_result; }
     bool Failed() const { return m_result != S_OK; }
 
 private:
-    template <typename Value>
-    Value Take(HRESULT result, Value value) {
-        m_result = result;
-        return Failed() ? 0 : value;
-    }
-
     H26xSyntaxReader& m_reader;
     HRESULT m_result = S_OK;
 };

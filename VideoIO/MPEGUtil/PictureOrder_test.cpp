@@ -1,0 +1,346 @@
+#include "VideoIO/MPEGUtil/PictureOrder.h"
+
+#include <algorithm>
+#include <random>
+#include <span>
+#include <tuple>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Testing/Kit/bit_writer.h"
+#include "VideoIO/MPEGUtil/Hex_test.h"
+#include "VideoIO/MPEGUtil/MPEGTestClips_test.h"
+
+namespace qz_MPEGUtil {
+namespace {
+
+using namespace test;
+using mediakit_test::bit_writer;
+using testing::ElementsAreArray;
+
+/// A frame put together from its one or two access units.
+struct Frame {
+    ShownFrame units;
+    std::uint64_t sequence;
+    std::int32_t count;
+    bool output;
+};
+
+/// Both classes by one face.
+class Order {
+public:
+    explicit Order(bool h265) : m_h265(h265) {}
+    bool Add(std::string_view set) {
+        return m_h265 ? m_second.AddParameterSet(FromHex(set)) : m_first.AddParameterSet(FromHex(set));
+    }
+    std::optional<PictureInfo> Picture(std::span<const std::uint8_t> slice) {
+        return m_h265 ? m_second.AddPicture(slice) : m_first.AddPicture(slice);
+    }
+    void EndOfSequence() { m_second.EndOfSequence(); }
+    std::uint32_t ReorderDepth() const { return m_h265 ? m_second.ReorderDepth() : m_first.ReorderDepth(); }
+
+private:
+    bool m_h265;
+    H264PictureOrder m_first;
+    H265PictureOrder m_second;
+};
+
+bool EndsSequence(const Clip& clip, std::size_t unit) {
+    return std::string_view(clip.name) == "end of sequence" && unit == std::size_t{end_of_sequence_at};
+}
+
+std::vector<PictureInfo> PicturesOf(const Clip& clip, Order& order) {
+    for (const std::string_view set : clip.parameter_sets) {
+        EXPECT_TRUE(order.Add(set)) << set;
+    }
+    std::vector<PictureInfo> pictures;
+    for (std::size_t unit = 0; unit < clip.slices.size(); ++unit) {
+        if (EndsSequence(clip, unit)) {
+            order.EndOfSequence();
+        }
+        const auto picture = order.Picture(FromHex(clip.slices[unit]));
+        EXPECT_TRUE(picture.has_value()) << "access unit " << unit;
+        pictures.push_back(picture.value_or(PictureInfo{}));
+    }
+    return pictures;
+}
+
+std::vector<Frame> FramesOf(const std::vector<PictureInfo>& pictures) {
+    std::vector<Frame> frames;
+    for (std::size_t i = 0; i < pictures.size(); ++i) {
+        const PictureInfo& picture = pictures[i];
+        const int unit = static_cast<int>(i);
+        if (picture.second_field) {
+            Frame& frame = frames.back();
+            (picture.bottom_field ? frame.units.bottom : frame.units.top) = unit;
+            frame.count = std::min(frame.count, picture.picture_order_count);
+        } else {
+            frames.push_back({{unit, unit}, picture.sequence, picture.picture_order_count, picture.output});
+        }
+    }
+    return frames;
+}
+
+bool Earlier(const Frame& a, const Frame& b) { return std::tie(a.sequence, a.count) < std::tie(b.sequence, b.count); }
+
+std::vector<ShownFrame> Shown(std::vector<Frame> frames) {
+    std::stable_sort(frames.begin(), frames.end(), Earlier);
+    std::vector<ShownFrame> shown;
+    for (const Frame& frame : frames) {
+        if (frame.output) {
+            shown.push_back(frame.units);
+        }
+    }
+    return shown;
+}
+
+/// The order in which a recorder that never holds more than `depth` frames gives them on.
+std::vector<ShownFrame> ShownWithin(std::uint32_t depth, const std::vector<Frame>& frames) {
+    std::vector<Frame> held, given;
+    const auto give = [&] {
+        const auto first = std::min_element(held.begin(), held.end(), Earlier);
+        given.push_back(*first);
+        held.erase(first);
+    };
+    for (const Frame& frame : frames) {
+        while (!held.empty() && held.front().sequence != frame.sequence) {
+            give();
+        }
+        held.push_back(frame);
+        if (held.size() > depth) {
+            give();
+        }
+    }
+    while (!held.empty()) {
+        give();
+    }
+    std::vector<ShownFrame> shown;
+    for (const Frame& frame : given) {
+        if (frame.output) {
+            shown.push_back(frame.units);
+        }
+    }
+    return shown;
+}
+
+class PictureOrderOfClip : public testing::TestWithParam<Clip> {};
+
+TEST_P(PictureOrderOfClip, SortsLikeADecoder) {
+    const Clip& clip = GetParam();
+    Order order(clip.h265);
+    const auto pictures = PicturesOf(clip, order);
+    const auto frames = FramesOf(pictures);
+    EXPECT_THAT(Shown(frames), ElementsAreArray(clip.shown));
+    EXPECT_EQ(order.ReorderDepth(), clip.reorder_depth);
+    EXPECT_THAT(ShownWithin(order.ReorderDepth(), frames), ElementsAreArray(clip.shown));
+
+    std::vector<int> starts;
+    for (std::size_t i = 0; i < pictures.size(); ++i) {
+        if (pictures[i].starts_sequence) {
+            starts.push_back(static_cast<int>(i));
+        }
+    }
+    EXPECT_THAT(starts, ElementsAreArray(clip.sequence_starts));
+    EXPECT_EQ(pictures.back().sequence + 1, starts.size());
+}
+
+TEST_P(PictureOrderOfClip, RefusesCutHeadersWithoutAChange) {
+    const Clip& clip = GetParam();
+    Order whole(clip.h265), disturbed(clip.h265);
+    const auto expected = PicturesOf(clip, whole);
+    for (const std::string_view set : clip.parameter_sets) {
+        ASSERT_TRUE(disturbed.Add(set));
+    }
+    std::size_t refused = 0;
+    for (std::size_t unit = 0; unit < clip.slices.size(); ++unit) {
+        if (EndsSequence(clip, unit)) {
+            disturbed.EndOfSequence();
+        }
+        const auto slice = FromHex(clip.slices[unit]);
+        std::optional<PictureInfo> picture;
+        for (std::size_t size = 0; size <= slice.size() && !picture; ++size) {
+            // A block of exactly that size, so that a read past it shows.
+            const std::vector<std::uint8_t> cut(slice.begin(), slice.begin() + static_cast<std::ptrdiff_t>(size));
+            picture = disturbed.Picture(cut);
+            refused += picture ? 0 : 1;
+        }
+        ASSERT_TRUE(picture) << unit;
+        EXPECT_EQ(picture->picture_order_count, expected[unit].picture_order_count) << unit;
+        EXPECT_EQ(picture->second_field, expected[unit].second_field) << unit;
+        EXPECT_EQ(picture->starts_sequence, expected[unit].starts_sequence) << unit;
+    }
+    EXPECT_GE(refused, 3 * clip.slices.size());
+}
+
+TEST_P(PictureOrderOfClip, SurvivesDamage) {
+    const Clip& clip = GetParam();
+    std::mt19937 random(20240611);
+    const auto damage = [&random](std::vector<std::uint8_t> bytes) {
+        for (int flips = static_cast<int>(random() % 4); flips >= 0; --flips) {
+            bytes[random() % bytes.size()] ^= static_cast<std::uint8_t>(1u << random() % 8);
+        }
+        bytes.resize(1 + random() % bytes.size());
+        return bytes;
+    };
+    for (int round = 0; round < 60; ++round) {
+        H264PictureOrder first;
+        H265PictureOrder second;
+        for (const std::string_view set : clip.parameter_sets) {
+            first.AddParameterSet(FromHex(set));
+            second.AddParameterSet(FromHex(set));
+            const auto damaged = damage(FromHex(set));
+            first.AddParameterSet(damaged);
+            second.AddParameterSet(damaged);
+        }
+        for (const std::string_view slice : clip.slices) {
+            const auto damaged = damage(FromHex(slice));
+            first.AddPicture(damaged);
+            if (const auto picture = second.AddPicture(damaged)) {
+                EXPECT_LE(picture->temporal_id, 6);
+            }
+            ASSERT_LE(first.ReorderDepth(), 16u);
+            ASSERT_LE(second.ReorderDepth(), 15u);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Clips, PictureOrderOfClip, testing::ValuesIn(clips), [](const auto& parameters) {
+    std::string name = parameters.param.name;
+    name.erase(std::remove_if(name.begin(), name.end(), [](char c) { return std::isalnum(c) == 0; }), name.end());
+    return name;
+});
+
+const Clip& ClipNamed(std::string_view name) {
+    return *std::find_if(clips.begin(), clips.end(), [name](const Clip& clip) { return clip.name == name; });
+}
+
+TEST(H264PictureOrder, TellsReferenceAndIdrPictures) {
+    Order order(false);
+    const auto pictures = PicturesOf(ClipNamed("pyramid"), order);
+    // I0 P4 B2 b1 b3: the first of the small ones is the fourth in decoding order.
+    EXPECT_TRUE(pictures[0].idr && pictures[0].random_access && pictures[0].reference);
+    EXPECT_EQ(pictures[0].nal_ref_idc, 3);
+    EXPECT_TRUE(pictures[2].reference);
+    EXPECT_FALSE(pictures[3].reference);
+    EXPECT_FALSE(pictures[3].idr || pictures[3].random_access || pictures[3].field);
+    EXPECT_EQ(pictures[1].picture_order_count, 8);
+}
+
+/// Slices of the grey test streams' parameter sets: frame_num in 4 bits, order count in 4 bits.
+std::vector<std::uint8_t> FieldSlice(unsigned nal_header, unsigned frame_num, int bottom, unsigned lsb,
+                                     int idr_pic_id = -1) {
+    bit_writer slice;
+    slice.u(8, nal_header).ue(0).ue(7).ue(0).u(4, frame_num).u(1, 1).u(1, static_cast<unsigned>(bottom));
+    if (idr_pic_id >= 0) {
+        slice.ue(static_cast<unsigned>(idr_pic_id));
+    }
+    return slice.u(4, lsb).u(8, 0).trailing().nal();
+}
+
+TEST(H264PictureOrder, PairsOnlyFieldsThatBelongTogether) {
+    constexpr unsigned idr = 0x65, reference = 0x41, disposable = 0x01;
+    const auto second = [](std::vector<std::vector<std::uint8_t>> slices) {
+        H264PictureOrder order;
+        for (const std::string_view set : ClipNamed("pcm paff").parameter_sets) {
+            EXPECT_TRUE(order.AddParameterSet(FromHex(set)));
+        }
+        std::vector<bool> answers;
+        for (const auto& slice : slices) {
+            const auto picture = order.AddPicture(slice);
+            EXPECT_TRUE(picture && picture->field);
+            answers.push_back(picture && picture->second_field);
+        }
+        return answers;
+    };
+    const auto are = [](std::vector<bool> answers) { return answers; };
+    EXPECT_EQ(second({FieldSlice(idr, 0, 0, 0, 0), FieldSlice(reference, 0, 1, 1)}), are({false, true}));
+    EXPECT_EQ(second({FieldSlice(idr, 0, 1, 0, 0), FieldSlice(reference, 0, 0, 1)}), are({false, true}));
+    // One parity twice, another frame_num, reference with non-reference.
+    EXPECT_EQ(second({FieldSlice(idr, 0, 0, 0, 0), FieldSlice(reference, 0, 0, 1)}), are({false, false}));
+    EXPECT_EQ(second({FieldSlice(idr, 0, 0, 0, 0), FieldSlice(reference, 1, 1, 1)}), are({false, false}));
+    EXPECT_EQ(second({FieldSlice(idr, 0, 0, 0, 0), FieldSlice(disposable, 0, 1, 1)}), are({false, false}));
+    // A pair is complete: a third field begins another.
+    EXPECT_EQ(second({FieldSlice(disposable, 3, 0, 0), FieldSlice(disposable, 3, 1, 1),
+                      FieldSlice(disposable, 3, 0, 2), FieldSlice(disposable, 3, 1, 3)}),
+              are({false, true, false, true}));
+    // Two IDR fields are one picture when they share their id.
+    EXPECT_EQ(second({FieldSlice(idr, 0, 0, 0, 5), FieldSlice(idr, 0, 1, 1, 5)}), are({false, true}));
+    EXPECT_EQ(second({FieldSlice(idr, 0, 0, 0, 5), FieldSlice(idr, 0, 1, 1, 6)}), are({false, false}));
+}
+
+TEST(H264PictureOrder, ForgetsTheSequenceAtAResetAndKeepsTheSets) {
+    const Clip& clip = ClipNamed("pyramid");
+    H264PictureOrder order;
+    EXPECT_EQ(order.ActiveSequence(), nullptr);
+    EXPECT_FALSE(order.AddPicture(FromHex(clip.slices[0])));  // no parameter sets yet
+    for (const std::string_view set : clip.parameter_sets) {
+        ASSERT_TRUE(order.AddParameterSet(FromHex(set)));
+    }
+    for (const std::string_view slice : clip.slices) {
+        ASSERT_TRUE(order.AddPicture(FromHex(slice)));
+    }
+    ASSERT_NE(order.ActiveSequence(), nullptr);
+    order.Reset();
+    EXPECT_EQ(order.ActiveSequence(), nullptr);
+    EXPECT_EQ(order.ReorderDepth(), 0u);
+    const auto picture = order.AddPicture(FromHex(clip.slices[1]));
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(picture->sequence, 0u);
+    EXPECT_EQ(picture->picture_order_count, 8);
+}
+
+TEST(H265PictureOrder, TellsLeadingPictures) {
+    const auto flags = [](std::string_view name) {
+        Order order(true);
+        std::vector<std::tuple<bool, bool, bool>> flagged;
+        for (const PictureInfo& picture : PicturesOf(ClipNamed(name), order)) {
+            EXPECT_EQ(picture.leading, picture.rasl || picture.radl);
+            if (picture.leading) {
+                flagged.emplace_back(picture.rasl, picture.radl, picture.output);
+            }
+        }
+        return flagged;
+    };
+    // Three times three pictures refer across their CRA picture, shown as long as decoding did not start there.
+    EXPECT_THAT(flags("open groups"), testing::AllOf(testing::SizeIs(9), testing::Each(std::tuple(true, false, true))));
+    const auto cut = flags("begins at a CRA picture");
+    ASSERT_EQ(cut.size(), 9u);
+    for (std::size_t i = 0; i < cut.size(); ++i) {
+        EXPECT_EQ(cut[i], std::tuple(true, false, i >= 3)) << i;
+    }
+    EXPECT_THAT(flags("decodable leading pictures"),
+                testing::AllOf(testing::SizeIs(4), testing::Each(std::tuple(false, true, true))));
+}
+
+TEST(H265PictureOrder, TakesASequenceEndForAStart) {
+    const Clip& clip = ClipNamed("end of sequence");
+    H265PictureOrder order;
+    for (const std::string_view set : clip.parameter_sets) {
+        ASSERT_TRUE(order.AddParameterSet(FromHex(set)));
+    }
+    // Without the end, the same pictures go on with one sequence and every leading picture is shown.
+    for (const std::string_view slice : clip.slices) {
+        const auto picture = order.AddPicture(FromHex(slice));
+        ASSERT_TRUE(picture);
+        EXPECT_EQ(picture->sequence, 0u);
+        EXPECT_TRUE(picture->output);
+    }
+}
+
+TEST(H265PictureOrder, ReadsOutputFlagBehindExtraBits) {
+    H265PictureOrder order;
+    ASSERT_TRUE(order.AddParameterSet(FromHex(h265_vps_all_branches)));
+    ASSERT_TRUE(order.AddParameterSet(FromHex(h265_sets.back().nal)));
+    ASSERT_TRUE(order.AddParameterSet(FromHex(h265_pps_all_branches)));
+    const auto picture = order.AddPicture(FromHex(h265_slice_all_branches));
+    ASSERT_TRUE(picture);
+    EXPECT_TRUE(picture->idr && picture->random_access && picture->starts_sequence);
+    EXPECT_FALSE(picture->output);
+    EXPECT_EQ(order.ReorderDepth(), 2u);
+    ASSERT_NE(order.ActiveSequence(), nullptr);
+    EXPECT_EQ(order.ActiveSequence()->sps_seq_parameter_set_id, 3u);
+}
+
+}  // namespace
+}  // namespace qz_MPEGUtil
