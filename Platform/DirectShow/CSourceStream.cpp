@@ -1,6 +1,7 @@
 #include "Platform/DirectShow/CSource.h"
 
 #include "Platform/Com/ComPtr.h"
+#include "Platform/DirectShow/IMediaSample.h"
 #include "Platform/DirectShow/TaskString.h"
 
 #include <string>
