@@ -22,7 +22,8 @@ struct parse_context {
 /// it. Every size that a file claims goes through this rule before anything is allocated for it.
 class chunk_reader {
 public:
-    explicit chunk_reader(parse_context context) : chunk_stack(std::move(context.chunk_stack)), stream(context.stream) {}
+    explicit chunk_reader(parse_context context)
+        : chunk_stack(std::move(context.chunk_stack)), stream(context.stream) {}
 
     /// The bytes left in each chunk being read, the innermost last.
     std::vector<std::uint64_t> chunk_stack;

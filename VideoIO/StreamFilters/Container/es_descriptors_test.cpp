@@ -254,9 +254,9 @@ TEST(DescriptorReader, AConfigurationKeepsItsFirstFieldsWhenCut) {
 }
 
 TEST(DescriptorReader, KeepsProfileIndications) {
+    const auto profile = tagged(20, box_builder().u8(1));
     const auto config =
-        reading(tagged(4, aac_config(box_builder().add(tagged(20, box_builder().u8(1))).add(tagged(20, box_builder().u8(2))))))
-            .at<DecoderConfigDescriptor>(0);
+        reading(tagged(4, aac_config(box_builder().add(profile).add(profile)))).at<DecoderConfigDescriptor>(0);
     EXPECT_EQ(config->profile_level_indication_index_descrs.size(), 2u);
 }
 

@@ -98,8 +98,7 @@ void fields(Archive& archive, Box& box) {
     if (box.flags & has::first_sample_flags) archive(box.first_sample_flags);
 
     // The vectors stand in the file as one row a sample.
-    using column = std::conditional_t<std::is_const_v<Box>, const std::vector<std::uint32_t>, std::vector<std::uint32_t>>;
-    std::vector<column*> columns;
+    std::vector<decltype(&box.sample_duration)> columns;
     if (box.flags & has::sample_duration) columns.push_back(&box.sample_duration);
     if (box.flags & has::sample_size) columns.push_back(&box.sample_size);
     if (box.flags & has::sample_flags) columns.push_back(&box.sample_flags);

@@ -96,8 +96,8 @@ TEST(TrackRun, KeepsColumnsWithoutTheirFlagEmpty) {
 }
 
 TEST(TrackRun, RefusesColumnsOfAnotherLengthBeforeAnySample) {
-    for (const auto column : {&track_run_box::sample_duration, &track_run_box::sample_size, &track_run_box::sample_flags,
-                              &track_run_box::sample_composition_time_offset}) {
+    for (const auto column : {&track_run_box::sample_duration, &track_run_box::sample_size,
+                              &track_run_box::sample_flags, &track_run_box::sample_composition_time_offset}) {
         track_run_box box = run(0xF00);
         (box.*column).pop_back();
         EXPECT_THROW(written(box), core::exception);

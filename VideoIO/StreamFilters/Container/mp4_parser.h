@@ -18,15 +18,14 @@ class mp4_parser
           mp4_parser_base, file_type_box, movie_box, movie_header_box, track_box, track_header_box, media_box,
           media_header_box, handler_box, media_information_box, video_media_header_box, sound_media_header_box,
           hint_media_header_box, null_media_header_box, sample_table_box, sample_description_box, time_to_sample_box,
-          composition_offset_box, composition_to_decode_box, sync_sample_box, sample_size_box,
-          compact_sample_size_box, sample_to_chunk_box, chunk_offset_box, chunk_large_offset_box,
-          sample_dependency_type_box, data_information_box, data_reference_box, edit_box, edit_list_box,
-          sample_group_description_box, sample_to_group_box, avc_configuration_box, avc_sample_entry,
-          avc2_sample_entry, hevc_configuration_box, hevc_sample_entry, mp4_visual_sample_entry, audio_sample_entry,
-          mp4_audio_sample_entry, sampling_rate_box, esd_box, movie_extends_box, movie_extends_header_box,
-          track_extends_box, movie_fragment_box, movie_fragment_header_box, track_fragment_box,
-          track_fragment_base_media_decode_time_box, track_fragment_header_box, track_run_box, segment_index_box,
-          wide_placeholder_box, data_entry_url_box> {
+          composition_offset_box, composition_to_decode_box, sync_sample_box, sample_size_box, compact_sample_size_box,
+          sample_to_chunk_box, chunk_offset_box, chunk_large_offset_box, sample_dependency_type_box,
+          data_information_box, data_reference_box, edit_box, edit_list_box, sample_group_description_box,
+          sample_to_group_box, avc_configuration_box, avc_sample_entry, avc2_sample_entry, hevc_configuration_box,
+          hevc_sample_entry, mp4_visual_sample_entry, audio_sample_entry, mp4_audio_sample_entry, sampling_rate_box,
+          esd_box, movie_extends_box, movie_extends_header_box, track_extends_box, movie_fragment_box,
+          movie_fragment_header_box, track_fragment_box, track_fragment_base_media_decode_time_box,
+          track_fragment_header_box, track_run_box, segment_index_box, wide_placeholder_box, data_entry_url_box> {
 public:
     /// The stream is looked at and must outlive the parser.
     explicit mp4_parser(parse_context context, const box_registry& from = main_registry())

@@ -75,7 +75,8 @@ TEST(Scan, ReportsUnknownTopLevelBoxesAndStopsBehindTheMovie) {
     const auto odd = make_box("odd!", box_builder().u32(0));
     log_capture log;
     {
-        const file early(box_builder().add(ftyp).add(odd).add(make_box("moov")).add(make_box("uuid", box_builder().zeros(16))));
+        const auto uuid = make_box("uuid", box_builder().zeros(16));
+        const file early(box_builder().add(ftyp).add(odd).add(make_box("moov")).add(uuid));
         EXPECT_TRUE(early.whole);
         EXPECT_THAT(early.offsets(), ElementsAre(0, 16, 28, 36));
     }
@@ -213,8 +214,8 @@ TEST(Scan, AllocatesNothingForSizesThatTheFileDoesNotHave) {
 
 TEST(FindBox, WalksTheSiblingsByTheirSizes) {
     const auto trak = [](std::uint8_t content) { return make_box("trak", box_builder().fill(content, 0)); };
-    file opened(make_box("moov", box_builder().add(trak(0)).add(make_box("free", box_builder().zeros(1))).add(trak(2)).add(
-                                     make_box("udta"))));
+    const auto odd = make_box("free", box_builder().zeros(1));
+    file opened(make_box("moov", box_builder().add(trak(0)).add(odd).add(trak(2)).add(make_box("udta"))));
     const auto moov = opened.parser.boxes.at(0);
     EXPECT_EQ(opened.parser.find_child(*moov, false, 0, fourcc("trak"))->offset, 8u);
     EXPECT_EQ(opened.parser.find_child(*moov, false, 1, fourcc("trak"))->offset, 25u);

@@ -25,16 +25,16 @@ namespace vio::mp4 {
 class mp4_writer
     : public details::const_visitors<
           details::const_base_visitor, file_type_box, free_space_box, media_data_box, movie_box, movie_header_box,
-          track_box, track_header_box, media_box, media_header_box, media_information_box, edit_box, edit_list_box, handler_box,
-          video_media_header_box, sound_media_header_box, sample_table_box, sample_description_box,
+          track_box, track_header_box, media_box, media_header_box, media_information_box, edit_box, edit_list_box,
+          handler_box, video_media_header_box, sound_media_header_box, sample_table_box, sample_description_box,
           data_information_box, data_reference_box, data_entry_url_box, user_data_box, string_list_box,
           chunk_offset_box, chunk_large_offset_box, sample_size_box, compact_sample_size_box, sample_to_chunk_box,
-          time_to_sample_box, composition_offset_box, composition_to_decode_box, sync_sample_box,
-          object_descriptor_box, sample_entry, visual_sample_entry, audio_sample_entry, esd_box,
-          avc_configuration_box, avc_sample_entry, avc2_sample_entry, hevc_configuration_box, hevc_sample_entry,
-          mp4_visual_sample_entry, mp4_audio_sample_entry, field_Image_Description_Extension, movie_extends_box,
-          movie_extends_header_box, track_extends_box, movie_fragment_box, movie_fragment_header_box,
-          track_fragment_box, track_fragment_base_media_decode_time_box, track_fragment_header_box, track_run_box> {
+          time_to_sample_box, composition_offset_box, composition_to_decode_box, sync_sample_box, object_descriptor_box,
+          sample_entry, visual_sample_entry, audio_sample_entry, esd_box, avc_configuration_box, avc_sample_entry,
+          avc2_sample_entry, hevc_configuration_box, hevc_sample_entry, mp4_visual_sample_entry, mp4_audio_sample_entry,
+          field_Image_Description_Extension, movie_extends_box, movie_extends_header_box, track_extends_box,
+          movie_fragment_box, movie_fragment_header_box, track_fragment_box, track_fragment_base_media_decode_time_box,
+          track_fragment_header_box, track_run_box> {
 public:
     struct item {
         box* parent;  ///< null at top level

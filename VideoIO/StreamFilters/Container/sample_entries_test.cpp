@@ -209,6 +209,13 @@ TEST(SampleDescription, AnEntryOfNoSizeIsNotCountedForEver) {
     EXPECT_EQ(read.stsd->entries.size(), 1u);
 }
 
+TEST(SampleDescription, AnEntryThatWrapsIsNotCountedForEver) {
+    // Media data may claim any size; this one leads back to the first entry.
+    const auto entry = make_box("avc1", visual_fields());
+    description read({entry, mediakit_test::make_lying_large_box(0 - std::uint64_t{entry.size()}, "mdat")}, 0xFFFFFFFF);
+    EXPECT_EQ(read.stsd->entries.size(), 1u);
+}
+
 TEST(SampleDescription, SiblingsBehindItAreRead) {
     const auto stsd = make_full_box("stsd", 0, 0, box_builder().u32(1).add(make_box("avc1", visual_fields())));
     failing_stream stream(box_builder().add(stsd).add(make_box("free", box_builder().u32(0))).bytes());

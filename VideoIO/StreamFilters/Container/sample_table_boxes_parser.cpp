@@ -10,8 +10,9 @@ void collect_entries(const mp4_parser_base& parser, std::uint32_t count,
     auto at = parser.boxes.begin();
     for (; count != 0 && at != parser.boxes.end(); --count) {
         if (auto entry = std::dynamic_pointer_cast<sample_entry>(at->second)) entries.push_back(std::move(entry));
-        if (at->second->size == 0) return;
-        at = parser.boxes.find(at->first + at->second->size);
+        const std::uint64_t next = at->first + at->second->size;
+        if (next <= at->first) return;  // a size of 0, or one that wraps
+        at = parser.boxes.find(next);
     }
 }
 
