@@ -31,44 +31,43 @@ void report_checked(int level, const char* path, int line, const wchar_t* format
 #define QZ_LOG_ENABLED(level) (qz_log::get_report_level(0) >= (level))
 
 /// A text as it stands, or a format with its arguments.
-#define QZReport(level, ...)                                                                            \
-    do {                                                                                                \
-        if (QZ_LOG_ENABLED(level)) qz_log::report_checked((level), __FILE__, __LINE__, __VA_ARGS__);    \
+#define QZReport(level, ...)                                                                         \
+    do {                                                                                             \
+        if (QZ_LOG_ENABLED(level)) qz_log::report_checked((level), __FILE__, __LINE__, __VA_ARGS__); \
     } while (false)
 
-#define QZCheckHRESULT(expr)                                                                            \
-    do {                                                                                                \
-        const HRESULT qzCheckedResult = (expr);                                                         \
-        if (qzCheckedResult < 0) {                                                                      \
-            if (QZ_LOG_ENABLED(1))                                                                      \
-                qz_log::_report_errW0(0, 1, __FILE__, __LINE__, qzCheckedResult, L"QZCheckHRESULT: ");  \
-            return qzCheckedResult;                                                                     \
-        }                                                                                               \
+#define QZCheckHRESULT(expr)                                                                           \
+    do {                                                                                               \
+        const HRESULT qzCheckedResult = (expr);                                                        \
+        if (qzCheckedResult < 0) {                                                                     \
+            if (QZ_LOG_ENABLED(1))                                                                     \
+                qz_log::_report_errW0(0, 1, __FILE__, __LINE__, qzCheckedResult, L"QZCheckHRESULT: "); \
+            return qzCheckedResult;                                                                    \
+        }                                                                                              \
     } while (false)
 
-#define QZLogHRESULT(expr)                                                                              \
-    do {                                                                                                \
-        const HRESULT qzLoggedResult = (expr);                                                          \
-        if (qzLoggedResult < 0 && QZ_LOG_ENABLED(1))                                                    \
-            qz_log::_report_errW0(0, 1, __FILE__, __LINE__, qzLoggedResult, L"QZLogHRESULT: ");         \
+#define QZLogHRESULT(expr)                                                                      \
+    do {                                                                                        \
+        const HRESULT qzLoggedResult = (expr);                                                  \
+        if (qzLoggedResult < 0 && QZ_LOG_ENABLED(1))                                            \
+            qz_log::_report_errW0(0, 1, __FILE__, __LINE__, qzLoggedResult, L"QZLogHRESULT: "); \
     } while (false)
 
-#define QZCheckCondition(cond, code)                                                                    \
-    do {                                                                                                \
-        if (!(cond)) {                                                                                  \
-            if (QZ_LOG_ENABLED(1))                                                                      \
-                qz_log::_report_condW0(0, 1, __FILE__, __LINE__, L"" #cond, L"QZCheckCondition: ");     \
-            return (code);                                                                              \
-        }                                                                                               \
+#define QZCheckCondition(cond, code)                                                                                   \
+    do {                                                                                                               \
+        if (!(cond)) {                                                                                                 \
+            if (QZ_LOG_ENABLED(1)) qz_log::_report_condW0(0, 1, __FILE__, __LINE__, L"" #cond, L"QZCheckCondition: "); \
+            return (code);                                                                                             \
+        }                                                                                                              \
     } while (false)
 
-#define CheckLastErrorCondition(cond)                                                                   \
-    do {                                                                                                \
-        if (!(cond)) {                                                                                  \
-            const DWORD qzLastError = ::GetLastError();                                                 \
-            if (QZ_LOG_ENABLED(1))                                                                      \
-                qz_log::_report_err_condW0(0, 1, __FILE__, __LINE__, static_cast<LONG>(qzLastError),    \
-                                           L"" #cond, L"CheckLastErrorCondition: ");                    \
-            return HRESULT_FROM_WIN32(qzLastError);                                                     \
-        }                                                                                               \
+#define CheckLastErrorCondition(cond)                                                                           \
+    do {                                                                                                        \
+        if (!(cond)) {                                                                                          \
+            const DWORD qzLastError = ::GetLastError();                                                         \
+            if (QZ_LOG_ENABLED(1))                                                                              \
+                qz_log::_report_err_condW0(0, 1, __FILE__, __LINE__, static_cast<LONG>(qzLastError), L"" #cond, \
+                                           L"CheckLastErrorCondition: ");                                       \
+            return HRESULT_FROM_WIN32(qzLastError);                                                             \
+        }                                                                                                       \
     } while (false)

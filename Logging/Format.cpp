@@ -31,9 +31,9 @@ constexpr struct {
     std::wstring_view name;
     Length length;
 } kLengths[] = {
-    {L"I64", Length::LongLong}, {L"I32", Length::None}, {L"ll", Length::LongLong}, {L"hh", Length::Char},
-    {L"h", Length::Short},      {L"l", Length::Long},   {L"w", Length::Long},      {L"j", Length::LongLong},
-    {L"z", Length::Pointer},    {L"t", Length::Pointer}, {L"I", Length::Pointer},  {L"L", Length::LongDouble},
+    {L"I64", Length::LongLong}, {L"I32", Length::None},  {L"ll", Length::LongLong}, {L"hh", Length::Char},
+    {L"h", Length::Short},      {L"l", Length::Long},    {L"w", Length::Long},      {L"j", Length::LongLong},
+    {L"z", Length::Pointer},    {L"t", Length::Pointer}, {L"I", Length::Pointer},   {L"L", Length::LongDouble},
 };
 
 /// The arguments; a struct, because a va_list may be an array and would decay.
@@ -162,8 +162,8 @@ private:
     /// All digits of an address, without a prefix.
     void pointer(Directive d) {
         d.precision = 2 * static_cast<int>(sizeof(void*));
-        formatted(d, "llX", static_cast<unsigned long long>(
-                                reinterpret_cast<std::uintptr_t>(va_arg(m_arguments.list, void*))));
+        formatted(d, "llX",
+                  static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(va_arg(m_arguments.list, void*))));
     }
 
     template <class Value>
@@ -200,7 +200,8 @@ private:
 
     void character(const Directive& d, bool narrow) {
         const int value = va_arg(m_arguments.list, int);
-        const wchar_t c = narrow ? static_cast<wchar_t>(static_cast<unsigned char>(value)) : static_cast<wchar_t>(value);
+        const wchar_t c =
+            narrow ? static_cast<wchar_t>(static_cast<unsigned char>(value)) : static_cast<wchar_t>(value);
         padded(d, {&c, 1});
     }
 

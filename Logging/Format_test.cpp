@@ -27,8 +27,7 @@ TEST(FormatTest, NumbersOfEveryWidth) {
         << "a long has 32 bits";
     EXPECT_EQ(Formatted(L"%I64d %I64u %I64x", INT64_MIN, UINT64_MAX, UINT64_MAX),
               L"-9223372036854775808 18446744073709551615 ffffffffffffffff");
-    EXPECT_EQ(Formatted(L"%lld %llu %I32d", INT64_MAX, UINT64_MAX, -7),
-              L"9223372036854775807 18446744073709551615 -7");
+    EXPECT_EQ(Formatted(L"%lld %llu %I32d", INT64_MAX, UINT64_MAX, -7), L"9223372036854775807 18446744073709551615 -7");
     EXPECT_EQ(Formatted(L"%zu %Iu %td", SIZE_MAX, std::size_t{7}, std::ptrdiff_t{-7}), L"18446744073709551615 7 -7");
     EXPECT_EQ(Formatted(L"%hd %hhu", 0x1FFFF, 0x1FF), L"-1 255");
     EXPECT_EQ(Formatted(L"[%5d|%-5d|%05d|%+d|% d|%.3d|%6.2d]", 42, 42, 42, 42, 42, 7, 7),
@@ -43,7 +42,8 @@ TEST(FormatTest, NumbersOfEveryWidth) {
 TEST(FormatTest, TextWideAndNarrow) {
     EXPECT_EQ(Formatted(L"%s-%s", L"Stre\xE4m", L""), L"Stre\xE4m-");
     EXPECT_EQ(Formatted(L"%S %hs %ls %ws", "K\xC3\xB6ln", "x", L"y", L"z"), L"K\xF6ln x y z");
-    EXPECT_EQ(Formatted(L"%s %S", static_cast<const wchar_t*>(nullptr), static_cast<const char*>(nullptr)), L"(null) (null)");
+    EXPECT_EQ(Formatted(L"%s %S", static_cast<const wchar_t*>(nullptr), static_cast<const char*>(nullptr)),
+              L"(null) (null)");
     EXPECT_EQ(Formatted(L"[%5s|%-5s|%.2s|%5.1S|%.0s]", L"ab", L"ab", L"abcdef", "xyz", L"abc"),
               L"[   ab|ab   |ab|    x|]");
     EXPECT_EQ(Formatted(L"%c%C%3c|%-3c|", L'\x416', 'n', L'r', L'l'), L"\x416n  r|l  |");

@@ -13,7 +13,7 @@ namespace qz_log {
 struct record {
     unsigned category;
     int level;
-    std::string_view path;         ///< source file from the root of the sources
+    std::string_view path;  ///< source file from the root of the sources
     int line;
     DWORD thread_id;
     std::string_view thread_name;  ///< UTF-8; empty for a thread without a name

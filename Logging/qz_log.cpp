@@ -32,7 +32,8 @@ void write_to_standard_error(const record& r) {
     line.append("] ").append(r.path).append(":").append(std::to_string(r.line)).append(": ");
     line += win32::NarrowForDisplay(r.message);
     // A text from a file must not look like a line of the log's own.
-    std::replace_if(line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
     line += '\n';
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
@@ -103,11 +104,17 @@ std::wstring hexadecimal(LONG code) {
 
 }  // namespace
 
-int get_report_level(unsigned) noexcept { return g_level.load(std::memory_order_relaxed); }
+int get_report_level(unsigned) noexcept {
+    return g_level.load(std::memory_order_relaxed);
+}
 
-void set_report_level(int level) noexcept { g_level.store(level, std::memory_order_relaxed); }
+void set_report_level(int level) noexcept {
+    g_level.store(level, std::memory_order_relaxed);
+}
 
-void set_sink(sink new_sink) { destination::instance().set_sink(std::move(new_sink)); }
+void set_sink(sink new_sink) {
+    destination::instance().set_sink(std::move(new_sink));
+}
 
 bool _reportW0(unsigned category, int level, const char* path, int line, const wchar_t* message) noexcept {
     return report(category, level, path, line, [&] { return std::wstring(message); });
@@ -116,8 +123,7 @@ bool _reportW0(unsigned category, int level, const char* path, int line, const w
 bool _reportW(unsigned category, int level, const char* path, int line, const wchar_t* format, ...) noexcept {
     std::va_list arguments;
     va_start(arguments, format);
-    const bool reported =
-        report(category, level, path, line, [&] { return format_message(format, arguments); });
+    const bool reported = report(category, level, path, line, [&] { return format_message(format, arguments); });
     va_end(arguments);
     return reported;
 }
@@ -134,9 +140,8 @@ bool _report_errW0(unsigned category, int level, const char* path, int line, LON
 
 bool _report_err_condW0(unsigned category, int level, const char* path, int line, LONG code, const wchar_t* condition,
                         const wchar_t* prefix) noexcept {
-    return report(category, level, path, line, [&] {
-        return std::wstring(prefix) + condition + L" (system error " + std::to_wstring(code) + L")";
-    });
+    return report(category, level, path, line,
+                  [&] { return std::wstring(prefix) + condition + L" (system error " + std::to_wstring(code) + L")"; });
 }
 
 bool set_thread_name(DWORD thread_id, const char* name) noexcept {

@@ -19,7 +19,8 @@ namespace qz_log {
 QZ_LOGGING_API int get_report_level(unsigned category) noexcept;
 
 /// A fixed message.
-QZ_LOGGING_API bool _reportW0(unsigned category, int level, const char* path, int line, const wchar_t* message) noexcept;
+QZ_LOGGING_API bool _reportW0(unsigned category, int level, const char* path, int line,
+                              const wchar_t* message) noexcept;
 /// A formatted message.
 QZ_LOGGING_API bool _reportW(unsigned category, int level, const char* path, int line, const wchar_t* format,
                              ...) noexcept;

@@ -30,8 +30,8 @@ protected:
         set_sink([this](const record& r) {
             std::lock_guard lock(m_mutex);
             EXPECT_EQ(r.category, 0u);
-            m_reports.push_back({r.level, std::string(r.path), r.line, std::string(r.thread_name),
-                                 std::wstring(r.message)});
+            m_reports.push_back(
+                {r.level, std::string(r.path), r.line, std::string(r.thread_name), std::wstring(r.message)});
         });
     }
     void TearDown() override {

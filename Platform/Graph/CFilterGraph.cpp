@@ -1,14 +1,14 @@
 // Making a graph, its filters and their connections. GraphControl.cpp moves it between states.
 #include "Platform/Graph/CFilterGraph.h"
 
+#include "Platform/DirectShow/MediaType.h"
+#include "Platform/Graph/EnumFilters.h"
+#include "Platform/Graph/FilterGraph.h"
+
 #include <algorithm>
 #include <cwchar>
 #include <iterator>
 #include <new>
-
-#include "Platform/DirectShow/MediaType.h"
-#include "Platform/Graph/EnumFilters.h"
-#include "Platform/Graph/FilterGraph.h"
 
 using namespace topology;
 

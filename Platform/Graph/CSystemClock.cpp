@@ -1,11 +1,11 @@
 #include "Platform/Graph/CSystemClock.h"
 
+#include "Platform/Com/ComPtr.h"
+#include "Platform/Kernel/Clock.h"
+
 #include <algorithm>
 #include <limits>
 #include <new>
-
-#include "Platform/Com/ComPtr.h"
-#include "Platform/Kernel/Clock.h"
 
 namespace {
 

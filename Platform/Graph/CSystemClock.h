@@ -1,13 +1,13 @@
 // The graph's default clock: the system's steady one.
 #pragma once
 
-#include <vector>
-
 #include "Platform/Com/Unknown.h"
 #include "Platform/DirectShow/IReferenceClock.h"
 #include "Platform/Kernel/CriticalSection.h"
 #include "Platform/Kernel/Event.h"
 #include "Platform/Kernel/Thread.h"
+
+#include <vector>
 
 /// A thread runs only while something is advised; it sleeps until the next advice is due. Advices are signalled to
 /// the nearest millisecond behind their time, never before it. The semaphore of a periodic advice is an event here:

@@ -1,10 +1,6 @@
 // The graph object itself; CFilterGraph.h tells what it does.
 #pragma once
 
-#include <atomic>
-#include <string>
-#include <vector>
-
 #include "Platform/DirectShow/IGraphBuilder.h"
 #include "Platform/DirectShow/IMediaControl.h"
 #include "Platform/DirectShow/IReferenceClock.h"
@@ -12,6 +8,10 @@
 #include "Platform/Graph/GraphLock.h"
 #include "Platform/Graph/GraphSeeking.h"
 #include "Platform/Graph/Topology.h"
+
+#include <atomic>
+#include <string>
+#include <vector>
 
 class CFilterGraph final : public CUnknown, public IGraphBuilder, public CDispatch<IMediaControl>, private SeekingHost {
 public:

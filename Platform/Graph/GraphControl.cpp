@@ -1,10 +1,10 @@
 // Moving a graph between states.
-#include <chrono>
-#include <new>
-
 #include "Platform/Graph/CSystemClock.h"
 #include "Platform/Graph/FilterGraph.h"
 #include "Platform/Kernel/Event.h"
+
+#include <chrono>
+#include <new>
 
 using namespace topology;
 

@@ -1,14 +1,14 @@
 // The graph's event queue: filters put in, the host takes out.
 #pragma once
 
-#include <deque>
-#include <set>
-
 #include "Platform/DirectShow/IMediaEvent.h"
 #include "Platform/DirectShow/IMediaEventSink.h"
 #include "Platform/Graph/Topology.h"
 #include "Platform/Kernel/CriticalSection.h"
 #include "Platform/Kernel/Event.h"
+
+#include <deque>
+#include <set>
 
 /// A part of the graph object, whose identity and count it shares. Any thread; the lock is the queue's own and no
 /// other is taken inside.

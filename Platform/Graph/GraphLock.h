@@ -1,9 +1,9 @@
 // The lock that makes host threads take turns in a graph.
 #pragma once
 
-#include <mutex>
-
 #include "Platform/Kernel/ThreadSafety.h"
+
+#include <mutex>
 
 /// Recursive: a filter may come back to its graph inside a call of the graph. Not a CCritSec, because it is held
 /// while filters change state and wait for their worker threads; that is safe as long as those threads leave it alone,

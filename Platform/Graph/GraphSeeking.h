@@ -1,11 +1,11 @@
 // Positions of a graph: those of its renderers.
 #pragma once
 
-#include <functional>
-#include <vector>
-
 #include "Platform/Com/ComPtr.h"
 #include "Platform/DirectShow/IMediaSeeking.h"
+
+#include <functional>
+#include <vector>
 
 /// What the graph gives to its seeking part.
 class SeekingHost {

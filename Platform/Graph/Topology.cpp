@@ -1,10 +1,10 @@
 #include "Platform/Graph/Topology.h"
 
-#include <algorithm>
-#include <set>
-
 #include "Platform/DirectShow/IAMFilterMiscFlags.h"
 #include "Platform/DirectShow/IEnumPins.h"
+
+#include <algorithm>
+#include <set>
 
 namespace topology {
 

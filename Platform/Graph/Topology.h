@@ -1,11 +1,11 @@
 // What can be read off a graph's connections. Host threads, with the graph's lock held; nothing is kept.
 #pragma once
 
-#include <vector>
-
 #include "Platform/Com/ComPtr.h"
 #include "Platform/DirectShow/IBaseFilter.h"
 #include "Platform/DirectShow/IPin.h"
+
+#include <vector>
 
 namespace topology {
 

@@ -124,7 +124,9 @@ REFERENCE_TIME ToReferenceTime(const timeval& time) {
 
 }  // namespace
 
-bool IsTerminal(StandardStream stream) noexcept { return isatty(static_cast<int>(stream)) == 1; }
+bool IsTerminal(StandardStream stream) noexcept {
+    return isatty(static_cast<int>(stream)) == 1;
+}
 
 int TerminalWidth(StandardStream stream, int fallback) noexcept {
     winsize size{};

@@ -10,18 +10,27 @@ thread_local const char* t_waitReason = nullptr;
 
 }  // namespace
 
-AllowWaitWithLocks::AllowWaitWithLocks(const char* reason) noexcept
-    : m_previous(std::exchange(t_waitReason, reason)) {}
+AllowWaitWithLocks::AllowWaitWithLocks(const char* reason) noexcept : m_previous(std::exchange(t_waitReason, reason)) {}
 
-AllowWaitWithLocks::~AllowWaitWithLocks() { t_waitReason = m_previous; }
+AllowWaitWithLocks::~AllowWaitWithLocks() {
+    t_waitReason = m_previous;
+}
 
 #ifdef NDEBUG
 
-void CCritSec::Lock() { m_mutex.lock(); }
-void CCritSec::Unlock() { m_mutex.unlock(); }
-bool CCritSec::TryLock() { return m_mutex.try_lock(); }
+void CCritSec::Lock() {
+    m_mutex.lock();
+}
+void CCritSec::Unlock() {
+    m_mutex.unlock();
+}
+bool CCritSec::TryLock() {
+    return m_mutex.try_lock();
+}
 void AssertMayWait(const char*) noexcept {}
-bool LockChecksEnabled() noexcept { return false; }
+bool LockChecksEnabled() noexcept {
+    return false;
+}
 
 #else
 
@@ -103,6 +112,8 @@ void AssertMayWait(const char* what) noexcept {
     Fail(text);
 }
 
-bool LockChecksEnabled() noexcept { return true; }
+bool LockChecksEnabled() noexcept {
+    return true;
+}
 
 #endif

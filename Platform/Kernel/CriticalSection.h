@@ -9,14 +9,14 @@
 /// The scale on which locks are ranked: a thread that holds a lock takes only locks of the same
 /// or a higher rank. Floors put their own locks between these.
 namespace LockRank {
-inline constexpr int Unchecked = 0;    ///< stands outside of the order
-inline constexpr int Graph = 100;      ///< held while the graph calls its filters
-inline constexpr int Filter = 200;     ///< a filter's state lock, shared by its pins
+inline constexpr int Unchecked = 0;      ///< stands outside of the order
+inline constexpr int Graph = 100;        ///< held while the graph calls its filters
+inline constexpr int Filter = 200;       ///< a filter's state lock, shared by its pins
 inline constexpr int FilterInner = 300;  ///< locks inside a filter: seeking, live source, index
-inline constexpr int Pool = 500;       ///< a sample pool's main lock
-inline constexpr int PoolInner = 600;  ///< budget, indexer, consumer map
-inline constexpr int Object = 800;     ///< single objects: a sample, an allocator, an event queue
-inline constexpr int Kernel = 900;     ///< the kernel's own, innermost
+inline constexpr int Pool = 500;         ///< a sample pool's main lock
+inline constexpr int PoolInner = 600;    ///< budget, indexer, consumer map
+inline constexpr int Object = 800;       ///< single objects: a sample, an allocator, an event queue
+inline constexpr int Kernel = 900;       ///< the kernel's own, innermost
 }  // namespace LockRank
 
 /// A recursive lock. In debug builds of the kernel (no NDEBUG) a breach of the order ends the

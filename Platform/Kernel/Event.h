@@ -53,7 +53,9 @@ public:
     void Set() noexcept { SetEvent(m_hEvent); }
     void Reset() noexcept { ResetEvent(m_hEvent); }
     /// True when the event was set within the time-out.
-    bool Wait(DWORD milliseconds = INFINITE) noexcept { return WaitForSingleObject(m_hEvent, milliseconds) == WAIT_OBJECT_0; }
+    bool Wait(DWORD milliseconds = INFINITE) noexcept {
+        return WaitForSingleObject(m_hEvent, milliseconds) == WAIT_OBJECT_0;
+    }
     /// True when it is set now; an auto-reset event is reset by that.
     bool Check() noexcept { return Wait(0); }
 

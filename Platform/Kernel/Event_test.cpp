@@ -240,8 +240,10 @@ TEST(EventStressTest, HandlesOfEventsThatComeAndGoNeverMix) {
             for (int i = 0; i < 3000; ++i) {
                 Event mine, gate(EventOptions::ManualReset);
                 std::jthread other;
-                if (i % 100 == 0) other = std::jthread([&] { mine.SetEvent(); });
-                else mine.SetEvent();
+                if (i % 100 == 0)
+                    other = std::jthread([&] { mine.SetEvent(); });
+                else
+                    mine.SetEvent();
                 ASSERT_EQ(WaitAny({gate.get(), mine.get()}, kLong), WAIT_OBJECT_0 + 1);
                 ASSERT_FALSE(gate.is_signaled());
             }

@@ -116,9 +116,10 @@ DWORD File::Read(std::uint64_t position, void* buffer, std::size_t size, std::si
 
 DWORD File::Write(std::uint64_t position, const void* data, std::size_t size, std::size_t* written) noexcept {
     std::size_t count = 0;
-    const DWORD error = m_mode.access == FileAccess::Read
-                            ? ERROR_ACCESS_DENIED
-                            : m_shared->Write(m_descriptor, position, {static_cast<const std::uint8_t*>(data), size}, &count);
+    const DWORD error =
+        m_mode.access == FileAccess::Read
+            ? ERROR_ACCESS_DENIED
+            : m_shared->Write(m_descriptor, position, {static_cast<const std::uint8_t*>(data), size}, &count);
     if (written != nullptr) *written = count;
     return Report(error);
 }
@@ -135,7 +136,9 @@ DWORD File::SetSize(std::uint64_t size) noexcept {
     return Report(m_shared->SetSize(m_descriptor, size));
 }
 
-DWORD File::Flush() noexcept { return m_mode.access == FileAccess::Read ? NO_ERROR : Report(m_shared->Flush()); }
+DWORD File::Flush() noexcept {
+    return m_mode.access == FileAccess::Read ? NO_ERROR : Report(m_shared->Flush());
+}
 
 DWORD File::GetTimes(FileTimes* times) noexcept {
     struct stat st {};

@@ -28,7 +28,7 @@ class SharedFile;
 
 enum class FileAccess {
     Read,
-    Write,      ///< this object can still read; nobody who denies reading is asked
+    Write,  ///< this object can still read; nobody who denies reading is asked
     ReadWrite,
 };
 

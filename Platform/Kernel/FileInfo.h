@@ -17,7 +17,7 @@ struct FileIdentity {
 struct FileInfo {
     FileIdentity identity;
     std::uint64_t size = 0;
-    bool is_regular = false;    ///< a file with a size and positions
+    bool is_regular = false;  ///< a file with a size and positions
     bool is_directory = false;
 };
 

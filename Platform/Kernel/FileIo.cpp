@@ -42,7 +42,9 @@ void close_descriptor(int descriptor) {
     ::close(descriptor);
 }
 
-DWORD status(int descriptor, struct stat* st) { return ::fstat(descriptor, st) == 0 ? NO_ERROR : ErrorFromErrno(errno); }
+DWORD status(int descriptor, struct stat* st) {
+    return ::fstat(descriptor, st) == 0 ? NO_ERROR : ErrorFromErrno(errno);
+}
 
 FileInfo describe(const struct stat& st) {
     return {{st.st_dev, st.st_ino}, static_cast<std::uint64_t>(st.st_size), S_ISREG(st.st_mode), S_ISDIR(st.st_mode)};

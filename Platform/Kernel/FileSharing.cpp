@@ -80,7 +80,9 @@ bool SharingCounts::Admit(const FileOpenMode& mode) {
     return true;
 }
 
-void SharingCounts::Dismiss(const FileOpenMode& mode) { Add(mode, -1); }
+void SharingCounts::Dismiss(const FileOpenMode& mode) {
+    Add(mode, -1);
+}
 
 void SharingCounts::Add(const FileOpenMode& mode, int count) {
     const SharingTraits t = TraitsOf(mode);

@@ -39,8 +39,10 @@ protected:
         char buffer[8];
         std::size_t read = 99;
         const DWORD result = m_reader.Read(buffer, sizeof buffer, &read);
-        if (error) *error = result;
-        else EXPECT_EQ(result, NO_ERROR);
+        if (error)
+            *error = result;
+        else
+            EXPECT_EQ(result, NO_ERROR);
         return {buffer, read};
     }
 
@@ -114,7 +116,9 @@ BOOL Earlier(DWORD) {
     return FALSE;
 }
 
-BOOL PassOn(DWORD) { return FALSE; }
+BOOL PassOn(DWORD) {
+    return FALSE;
+}
 
 TEST(ConsoleTest, HandlersRunOnAnOrdinaryThreadLastAddedFirst) {
     ASSERT_TRUE(SetConsoleCtrlHandler(Earlier, TRUE));

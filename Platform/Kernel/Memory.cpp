@@ -150,7 +150,9 @@ BOOL VirtualFree(void* address, std::size_t size, DWORD type) noexcept {
     return FALSE;
 }
 
-void* CoTaskMemAlloc(std::size_t size) noexcept { return std::malloc(size); }
+void* CoTaskMemAlloc(std::size_t size) noexcept {
+    return std::malloc(size);
+}
 
 void* CoTaskMemRealloc(void* block, std::size_t size) noexcept {
     if (block != nullptr && size == 0) {
@@ -160,4 +162,6 @@ void* CoTaskMemRealloc(void* block, std::size_t size) noexcept {
     return std::realloc(block, size);
 }
 
-void CoTaskMemFree(void* block) noexcept { std::free(block); }
+void CoTaskMemFree(void* block) noexcept {
+    std::free(block);
+}

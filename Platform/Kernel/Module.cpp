@@ -20,7 +20,9 @@ std::string NativeName(std::string_view name) {
     return "lib" + std::string(name) + ".so";
 }
 
-HMODULE Load(const std::string& name) { return dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL); }
+HMODULE Load(const std::string& name) {
+    return dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+}
 
 }  // namespace
 

@@ -20,7 +20,9 @@ DWORD Report(DWORD error) {
 
 }  // namespace
 
-SequentialReader::~SequentialReader() { Close(); }
+SequentialReader::~SequentialReader() {
+    Close();
+}
 
 void SequentialReader::Close() noexcept {
     if (m_owned) file_io::close_descriptor(m_descriptor);

@@ -102,10 +102,18 @@ TEST(TimeTest, SpellsDurationsToTheDigitsAskedFor) {
         int digits;
         const wchar_t* text;
     } cases[] = {
-        {34000, 3, L" 34 sec"},      {34000, 2, L" 34 sec"},         {34000, 1, L" 30 sec"},
-        {74000, 3, L" 1 min 14 sec"}, {74000, 2, L" 1 min 10 sec"},  {74000, 1, L" 1 min"},
-        {0, 30, L" 0 sec"},          {499, 30, L" 0 sec"},           {500, 30, L" 1 sec"},
-        {3600000, 30, L" 1 hr"},     {3723000, 30, L" 1 hr 2 min 3 sec"}, {3605000, 30, L" 1 hr 5 sec"},
+        {34000, 3, L" 34 sec"},
+        {34000, 2, L" 34 sec"},
+        {34000, 1, L" 30 sec"},
+        {74000, 3, L" 1 min 14 sec"},
+        {74000, 2, L" 1 min 10 sec"},
+        {74000, 1, L" 1 min"},
+        {0, 30, L" 0 sec"},
+        {499, 30, L" 0 sec"},
+        {500, 30, L" 1 sec"},
+        {3600000, 30, L" 1 hr"},
+        {3723000, 30, L" 1 hr 2 min 3 sec"},
+        {3605000, 30, L" 1 hr 5 sec"},
         {0xFFFFFFFF, 30, L" 1193 hr 2 min 47 sec"},
     };
     for (const auto& c : cases) {
@@ -155,7 +163,10 @@ TEST(LastErrorTest, IsEachThreadsOwnAndTranslatesTheSystemsNumbers) {
     SetLastError(5);
     Thread other;
     DWORD seen = 99;
-    other.Start([&] { seen = GetLastError(); SetLastError(7); });
+    other.Start([&] {
+        seen = GetLastError();
+        SetLastError(7);
+    });
     other.Join();
     EXPECT_EQ(seen, NO_ERROR);
     EXPECT_EQ(GetLastError(), 5u);

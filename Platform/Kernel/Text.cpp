@@ -18,8 +18,7 @@ int Convert(UINT codePage, DWORD flags, DWORD strictFlag, const From* from, int 
     if (capacity < 0 || (capacity > 0 && to == nullptr)) return Fail(ERROR_INVALID_PARAMETER);
     if ((flags & ~strictFlag) != 0) return Fail(ERROR_INVALID_FLAGS);
 
-    const std::size_t count =
-        length < 0 ? std::char_traits<From>::length(from) + 1 : static_cast<std::size_t>(length);
+    const std::size_t count = length < 0 ? std::char_traits<From>::length(from) + 1 : static_cast<std::size_t>(length);
     std::size_t needed = 0;
     const auto result = utf::convert(from, from + count, flags != 0, capacity > 0 ? to : nullptr,
                                      static_cast<std::size_t>(capacity), &needed);
@@ -64,8 +63,7 @@ template <class To, class From, class Call>
 std::basic_string<To> TwoPasses(std::basic_string_view<From> text, const Messages& messages, DWORD direction,
                                 Call call) {
     if (text.empty()) return {};
-    if (text.size() > INT_MAX)
-        throw std::overflow_error("Input string too long: size_t-length doesn't fit into int.");
+    if (text.size() > INT_MAX) throw std::overflow_error("Input string too long: size_t-length doesn't fit into int.");
     const int length = static_cast<int>(text.size());
     const int needed = call(length, nullptr, 0);
     if (needed == 0) Throw(messages, messages.sizePass, direction);
@@ -107,7 +105,11 @@ std::wstring ConvertFromUtf8(std::string_view text) {
         });
 }
 
-std::wstring WidenForDisplay(std::string_view text) { return Lenient<char, wchar_t>(text); }
-std::string NarrowForDisplay(std::wstring_view text) { return Lenient<wchar_t, char>(text); }
+std::wstring WidenForDisplay(std::string_view text) {
+    return Lenient<char, wchar_t>(text);
+}
+std::string NarrowForDisplay(std::wstring_view text) {
+    return Lenient<wchar_t, char>(text);
+}
 
 }  // namespace win32

@@ -53,15 +53,15 @@ TEST(TextTest, RefusesWhatIsNoTextAndReplacesItWhenLenient) {
         std::string_view bytes;
         std::u32string_view lenient;
     } narrow[] = {
-        {"\x80", U"\xFFFD"},                          // a continuation without a beginning
-        {"\xC0\xAF", U"\xFFFD\xFFFD"},                // overlong forms of '/'
+        {"\x80", U"\xFFFD"},            // a continuation without a beginning
+        {"\xC0\xAF", U"\xFFFD\xFFFD"},  // overlong forms of '/'
         {"\xE0\x80\xAF", U"\xFFFD\xFFFD\xFFFD"},
         {"\xF0\x80\x80\xAF", U"\xFFFD\xFFFD\xFFFD\xFFFD"},
-        {"\xED\xA0\x80", U"\xFFFD\xFFFD\xFFFD"},      // a surrogate
+        {"\xED\xA0\x80", U"\xFFFD\xFFFD\xFFFD"},            // a surrogate
         {"\xF4\x90\x80\x80", U"\xFFFD\xFFFD\xFFFD\xFFFD"},  // above U+10FFFF
         {"\xF8\x88\x80\x80\x80", U"\xFFFD\xFFFD\xFFFD\xFFFD\xFFFD"},
-        {"\xE2\x82", U"\xFFFD"},                      // cut off at the end
-        {"\xE2\x82z", U"\xFFFDz"},                    // and by another character
+        {"\xE2\x82", U"\xFFFD"},    // cut off at the end
+        {"\xE2\x82z", U"\xFFFDz"},  // and by another character
         {"a\xFFz", U"a\xFFFDz"},
     };
     for (const auto& c : narrow) {
@@ -138,7 +138,9 @@ TEST(TextTest, TheConversionsThrowWithMessageErrorAndDirection) {
     }
     EXPECT_THROW(win32::ConvertFromUtf8(TooLong<char>()), std::overflow_error);
     EXPECT_EQ(win32::WidenForDisplay("\xC3("), L"\xFFFD(");
-    EXPECT_EQ(win32::NarrowForDisplay(lone), "a\xEF\xBF\xBD" "b");
+    EXPECT_EQ(win32::NarrowForDisplay(lone),
+              "a\xEF\xBF\xBD"
+              "b");
 }
 
 }  // namespace
