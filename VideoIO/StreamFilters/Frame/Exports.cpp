@@ -3,12 +3,9 @@
 
 #include "Logging/Checks.h"
 #include "VideoIO/StreamFilters/Frame/VoidFilter.h"
+#include "VideoIO/StreamFilters/Multiplexer/MP4MediaMuxFilter2.h"
 #include "VideoIO/StreamFilters/SharedFile/SharedFileSinkFilter.h"
 #include "VideoIO/StreamFilters/SharedFile/SharedFileSourceFilter.h"
-#if __has_include("VideoIO/StreamFilters/Multiplexer/MP4MediaMuxFilter2.h")
-#include "VideoIO/StreamFilters/Multiplexer/MP4MediaMuxFilter2.h"
-#define MEDIAKIT_HAS_MUX 1
-#endif
 
 #include <new>
 
@@ -38,14 +35,10 @@ HRESULT CreateLiveSourceFilter(IBaseFilter** ppFilter) { return NotAvailable(ppF
 HRESULT CreateMP4MediaDemuxFilter(IBaseFilter** ppFilter) { return NotAvailable(ppFilter); }
 
 HRESULT CreateMP4MediaMuxFilter(IBaseFilter** ppFilter) {
-#ifdef MEDIAKIT_HAS_MUX
     // What the constructor reports is not passed on: an object that came back is a success.
     HRESULT constructed = S_OK;
     auto* const filter = HandOut(new (std::nothrow) MP4MediaMuxFilter(nullptr, &constructed), ppFilter);
     return filter != nullptr ? S_OK : E_OUTOFMEMORY;
-#else
-    return NotAvailable(ppFilter);
-#endif
 }
 
 HRESULT CreateSharedFileSinkFilter(IBaseFilter** ppFilter) {

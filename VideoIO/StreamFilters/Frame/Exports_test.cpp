@@ -1,0 +1,69 @@
+#include "MediaKit/Factories.h"
+
+#include "Platform/Com/ComPtr.h"
+#include "Platform/DirectShow/IBaseFilter.h"
+#include "Testing/Kit/log_capture.h"
+
+#include <gtest/gtest.h>
+
+namespace Norvane::MediaKit::Filters {
+namespace {
+
+using Factory = HRESULT (*)(IBaseFilter**);
+
+CLSID ClassOf(IBaseFilter* filter) {
+    CLSID clsid{};
+    filter->GetClassID(&clsid);
+    return clsid;
+}
+
+}  // namespace
+
+TEST(Exports, FiltersComeWithOneReferenceAndTheirClass) {
+    const struct {
+        Factory create;
+        CLSID clsid;
+    } kFactories[] = {{CreateSharedFileSinkFilter, CLSID_SharedFileSinkFilter},
+                      {CreateSharedFileSourceFilter, CLSID_SharedFileSourceFilter},
+                      {CreateMP4MediaMuxFilter, CLSID_MP4MediaMuxFilter}};
+    for (const auto& factory : kFactories) {
+        IBaseFilter* filter = nullptr;
+        ASSERT_EQ(factory.create(&filter), S_OK);
+        EXPECT_EQ(ClassOf(filter), factory.clsid);
+        EXPECT_EQ(filter->Release(), 0u);
+    }
+}
+
+TEST(Exports, VoidFilterHoldsOneReferenceToItself) {
+    IBaseFilter* filter = nullptr;
+    ASSERT_EQ(CreateVoidFilter(&filter), S_OK);
+    EXPECT_EQ(ClassOf(filter), CLSID_VoidFilter);
+    EXPECT_EQ(filter->Release(), 1u);
+    // The test gives back what nobody else does.
+    EXPECT_EQ(filter->Release(), 0u);
+}
+
+TEST(Exports, OnlyTheSharedFileSourceTestsItsPointer) {
+    mediakit_test::log_capture log;
+    EXPECT_EQ(CreateSharedFileSourceFilter(nullptr), E_POINTER);
+    EXPECT_EQ(log.count(1, L"ppFilter != nullptr"), 1u);
+}
+
+TEST(Exports, AQuietLogChangesNoResult) {
+    mediakit_test::log_capture log(0);
+    EXPECT_EQ(CreateSharedFileSourceFilter(nullptr), E_POINTER);
+    EXPECT_TRUE(log.messages().empty());
+}
+
+TEST(Exports, FiltersThatAreNotAvailableSaySo) {
+    const Factory kFactories[] = {CreateFragmentedMP4MediaMuxFilter, CreateLiveSourceFilter, CreateMP4MediaDemuxFilter};
+    for (const Factory create : kFactories) {
+        ComPtr<IBaseFilter> other;
+        CreateSharedFileSinkFilter(other.put());
+        IBaseFilter* filter = other.get();
+        EXPECT_EQ(create(&filter), E_NOTIMPL);
+        EXPECT_EQ(filter, nullptr) << "what stood there before must not look like a filter";
+    }
+}
+
+}  // namespace Norvane::MediaKit::Filters
