@@ -20,6 +20,7 @@ public:
     HRESULT RemoveConsumer(std::uint32_t track, std::uint64_t key) override;
 
 protected:
+    void WriteReady() override REQUIRES(m_lock) { RunInterleaver(false); }
     void WriteRest() override REQUIRES(m_lock) { RunInterleaver(true); }
     void FinishMovie() override REQUIRES(m_lock);
 

@@ -102,6 +102,8 @@ HRESULT MuxFilter::OnEndOfStream(MP4MediaMuxInputPin& pin) {
     const CAutoLock lock(&m_lock);
     pin.State().endOfStream = true;
     CheckEndOfStream(pin);
+    // The sources of the other pins may be waiting for their samples, so that no Receive would do it.
+    if (!m_ended) WriteReady();
     return S_OK;
 }
 

@@ -94,6 +94,8 @@ protected:
     MuxFilter(const char* name, IUnknown* outer, REFCLSID clsid, HRESULT* phr);
     ~MuxFilter() override;
 
+    /// One more pass over the queues: a pin that has ended holds the others back no longer.
+    virtual void WriteReady() REQUIRES(m_lock) = 0;
     /// Brings all that waits to the file; every track has ended.
     virtual void WriteRest() REQUIRES(m_lock) = 0;
     /// Completes the file, if there is one, and makes ready for the next.
