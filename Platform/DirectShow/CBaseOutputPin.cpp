@@ -22,7 +22,7 @@ HRESULT CBaseOutputPin::TryAllocator(IMemInputPin* pPin, IMemAllocator* pAlloc, 
 HRESULT CBaseOutputPin::DecideAllocator(IMemInputPin* pPin, IMemAllocator** pAlloc) {
     *pAlloc = nullptr;
     ALLOCATOR_PROPERTIES request{};
-    // The peer may have no wish; what it stored then is not looked at further than the alignment.
+    // A peer without a wish leaves the zeros.
     pPin->GetAllocatorRequirements(&request);
     if (request.cbAlign == 0) request.cbAlign = 1;
 
