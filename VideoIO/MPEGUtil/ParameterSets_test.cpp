@@ -143,6 +143,40 @@ TEST(H264ParameterSets, RefusesValuesOutOfRange) {
     EXPECT_FALSE(Changed([](auto& f) { f.order_type = 1, f.cycle = 256; }));
 }
 
+TEST(H264ParameterSets, ReadsPastScalingLists) {
+    // A full list of 16 or 64, one that ends early, one that says "default", and absent ones; twelve of them for
+    // 4:4:4, eight for the other formats.
+    const auto set = [](unsigned chroma_format_idc, unsigned lists) {
+        bit_writer w;
+        w.u(8, 0x67).u(8, 244).u(8, 0).u(8, 40).ue(2).ue(chroma_format_idc);
+        if (chroma_format_idc == 3) {
+            w.u(1, 0);
+        }
+        w.ue(2).ue(1).u(1, 0).u(1, 1);
+        for (unsigned list = 0; list < lists; ++list) {
+            const unsigned entries = list < 6 ? 16 : 64;
+            w.u(1, list % 4 != 3 ? 1 : 0);
+            if (list % 4 == 0) {
+                for (unsigned i = 0; i < entries; ++i) w.se(i % 2 != 0 ? 200 : -100);
+            } else if (list % 4 == 1) {
+                w.se(1).se(2).se(-11);  // 8 + 1 + 2 - 11: the rest of the list is as the last entry
+            } else if (list % 4 == 2) {
+                w.se(-8);
+            }
+        }
+        w.ue(3).ue(2).ue(4).u(1, 0).ue(9).ue(8).u(1, 1).u(1, 1).u(1, 0).u(1, 0).trailing();
+        return ReadH264SequenceParameterSet(w.nal());
+    };
+    for (const auto& sps : {set(3, 12), set(1, 8), set(0, 8)}) {
+        ASSERT_TRUE(sps);
+        EXPECT_EQ(sps->bit_depth_luma_minus8, 2u);
+        EXPECT_EQ(sps->log2_max_frame_num_minus4, 3u);
+        EXPECT_EQ(sps->max_num_ref_frames, 4u);
+        EXPECT_EQ(PictureSize(*sps).width, 160u);
+        EXPECT_EQ(PictureSize(*sps).height, 144u);
+    }
+}
+
 TEST(H264ParameterSets, BoundsReorderingByTheLevel) {
     const auto depth = [](unsigned level, unsigned width_mbs, unsigned height_mbs, unsigned constraints = 0,
                           unsigned profile = 77, unsigned order_type = 0) {

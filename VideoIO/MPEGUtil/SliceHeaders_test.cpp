@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "Testing/Kit/bit_writer.h"
 #include "VideoIO/MPEGUtil/Hex_test.h"
 #include "VideoIO/MPEGUtil/MPEGTestClips_test.h"
 
@@ -10,6 +11,7 @@ namespace qz_MPEGUtil {
 namespace {
 
 using namespace test;
+using mediakit_test::bit_writer;
 using testing::ElementsAreArray;
 
 struct H264 {
@@ -123,6 +125,111 @@ TEST(SliceHeaders, FirstMarksNeedNoParameterSets) {
     EXPECT_FALSE(ReadFirstMbInSlice({}));
     EXPECT_FALSE(ReadFirstMbInSlice(std::vector<std::uint8_t>{0x41, 0x00}));
     EXPECT_FALSE(ReadFirstSliceSegmentInPicFlag(std::vector<std::uint8_t>{0x02, 0x01}));
+}
+
+/// A slice of a reference picture whose header holds every optional part there is before the marking.
+struct LongHeader {
+    unsigned slice_type = 0;
+    unsigned chroma_format_idc = 1;
+    bool weights = true;
+    bool modifications = true;
+    std::vector<std::vector<unsigned>> operations;
+
+    std::vector<std::uint8_t> Sequence() const {
+        bit_writer w;
+        w.u(8, 0x67).u(8, 100).u(8, 0).u(8, 40).ue(0).ue(chroma_format_idc).ue(0).ue(0).u(2, 0);
+        return w.ue(0).ue(0).ue(0).ue(4).u(1, 0).ue(9).ue(8).u(1, 1).u(1, 1).u(1, 0).u(1, 0).trailing().nal();
+    }
+    std::vector<std::uint8_t> Picture() const {
+        bit_writer w;
+        w.u(8, 0x68).ue(0).ue(0).u(1, 0).u(1, 1).ue(0).ue(1).ue(0).u(1, weights ? 1 : 0).u(2, weights ? 1 : 0);
+        return w.se(0).se(0).se(0).u(1, 0).u(1, 0).u(1, 1).trailing().nal();
+    }
+    std::vector<std::uint8_t> Slice() const {
+        const bool b = slice_type == 1, intra = slice_type == 2;
+        bit_writer w;
+        w.u(8, 0x61).ue(0).ue(slice_type + 5).ue(0).u(4, 3).u(4, 9).se(-1).ue(0);  // redundant_pic_cnt 0
+        std::vector<unsigned> sizes;
+        if (!intra) {
+            if (b) {
+                w.u(1, 1);
+            }
+            sizes = b ? std::vector<unsigned>{3, 2} : std::vector<unsigned>{2};
+            w.u(1, b ? 1 : 0);  // P slices keep the two entries of the picture parameter set
+            if (b) {
+                w.ue(2).ue(1);
+            }
+            for (std::size_t list = 0; list < sizes.size(); ++list) {
+                w.u(1, modifications ? 1 : 0);
+                if (modifications) {
+                    w.ue(0).ue(4).ue(1).ue(3).ue(2).ue(3).ue(3);
+                }
+            }
+        }
+        if (weights && !intra) {
+            WriteWeights(w, sizes);
+        }
+        w.u(1, operations.empty() ? 0 : 1);
+        for (const auto& operation : operations) {
+            for (const unsigned value : operation) w.ue(value);
+        }
+        if (!operations.empty()) {
+            w.ue(0);
+        }
+        return w.trailing().nal();
+    }
+
+private:
+    void WriteWeights(bit_writer& w, const std::vector<unsigned>& sizes) const {
+        const bool chroma = chroma_format_idc != 0;
+        w.ue(5);
+        if (chroma) {
+            w.ue(4);
+        }
+        for (const unsigned size : sizes) {
+            for (unsigned entry = 0; entry < size; ++entry) {
+                w.u(1, entry % 2);
+                if (entry % 2 != 0) {
+                    w.se(-30).se(7);
+                }
+                if (chroma) {
+                    w.u(1, (entry + 1) % 2);
+                    if (entry % 2 == 0) {
+                        w.se(1).se(-2).se(30).se(-40);
+                    }
+                }
+            }
+        }
+    }
+};
+
+TEST(SliceHeaders, FindOperation5BehindAllThatComesBefore) {
+    const std::vector<std::vector<unsigned>> others = {{1, 2}, {2, 5}, {3, 5, 5}, {4, 5}, {6, 5}};
+    auto with = others;
+    with.insert(with.begin() + 3, {5});
+    for (const unsigned slice_type : {0u, 1u, 2u}) {
+        for (const unsigned chroma_format_idc : {0u, 1u}) {
+            for (const bool weights : {false, true}) {
+                SCOPED_TRACE(testing::Message() << slice_type << chroma_format_idc << weights);
+                for (const auto& operations : {std::vector<std::vector<unsigned>>{}, others, with}) {
+                    const LongHeader header{slice_type, chroma_format_idc, weights, weights, operations};
+                    H264ParameterSetTables sets;
+                    ASSERT_TRUE(sets.Add(header.Sequence()) && sets.Add(header.Picture()));
+                    const auto nal = header.Slice();
+                    const auto slice = ReadH264SliceHeaderWithMarking(nal, sets);
+                    ASSERT_TRUE(slice);
+                    EXPECT_EQ(slice->memory_management_control_operation_5, operations == with);
+                    EXPECT_EQ(slice->slice_type, slice_type);
+                    EXPECT_EQ(slice->frame_num, 3u);
+                    EXPECT_EQ(slice->pic_order_cnt_lsb, 9u);
+                    EXPECT_EQ(slice->delta_pic_order_cnt_bottom, -1);
+                    // The last byte holds the end of the marking or the stop bit alone.
+                    const std::vector<std::uint8_t> cut(nal.begin(), nal.end() - 2);
+                    EXPECT_FALSE(ReadH264SliceHeaderWithMarking(cut, sets));
+                }
+            }
+        }
+    }
 }
 
 }  // namespace

@@ -127,15 +127,18 @@ TEST(H26xSyntaxReader, RefusesCodesThatNoValueHas) {
 }
 
 TEST(H26xSyntaxReader, GoesOnWhenMoreDataHaveCome) {
-    // A value that begins in the middle of a byte, with emulation prevention bytes before and in it.
-    const auto nal = bit_writer().u(8, 1).u(19, 0).ue(70000).u(7, 0x55).trailing().nal();
+    // A value that begins in the middle of a byte, right in front of an emulation prevention byte.
+    const auto nal = bit_writer().u(8, 1).u(27, 0).ue(70000).u(7, 0x55).trailing().nal();
+    ASSERT_EQ(nal[6], 3);
     DataBuffer buffer;
     H26xSyntaxReader reader(buffer);
     std::uint32_t value = 0;
-    ASSERT_EQ(buffer.Add(nal.data(), 5), 5u);
+    ASSERT_EQ(buffer.Add(nal.data(), 6), 6u);
+    ASSERT_EQ(reader.ReadBits(8, value), S_OK);
+    EXPECT_EQ(value, 1u);
     ASSERT_EQ(reader.ReadBits(27, value), S_OK);
-    EXPECT_EQ(value, 1u << 19);
-    for (std::size_t held = 5;; ++held) {
+    EXPECT_EQ(value, 0u);
+    for (std::size_t held = 6;; ++held) {
         H26xSyntaxReader::Position start;
         ASSERT_EQ(reader.SavePosition(start), S_OK);
         H26xSyntaxCursor cursor(reader);
@@ -144,7 +147,7 @@ TEST(H26xSyntaxReader, GoesOnWhenMoreDataHaveCome) {
         if (!cursor.Failed()) {
             EXPECT_EQ(number, 70000u);
             EXPECT_EQ(tail, 0x55u);
-            EXPECT_GT(held, 9u);
+            EXPECT_GT(held, 10u);
             break;
         }
         EXPECT_EQ(cursor.Result(), QZ_E_MORE_DATA);
