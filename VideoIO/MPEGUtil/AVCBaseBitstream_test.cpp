@@ -1,6 +1,6 @@
 #include "VideoIO/MPEGUtil/AVCBaseBitstream.h"
 
-#include "VideoIO/MPEGUtil/AVCReaderTestData.h"
+#include "VideoIO/MPEGUtil/AVCReader_test.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include "Testing/Kit/h264_clips.h"
 #include "VideoIO/MPEGUtil/AVCHeaderTable.h"
-#include "VideoIO/MPEGUtil/AVCReaderTestData.h"
+#include "VideoIO/MPEGUtil/AVCReader_test.h"
 #include "VideoIO/MPEGUtil/NALUnitSplitter.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "VideoIO/MPEGUtil/AVCReaderTestData.h"
+#include "VideoIO/MPEGUtil/AVCReader_test.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "VideoIO/StreamFilters/Authoring/AACByteStreamHandler.h"
 
 #include "Platform/DirectShow/WaveFormatTags.h"
-#include "VideoIO/StreamFilters/Authoring/HandlerTestData.h"
+#include "VideoIO/StreamFilters/Authoring/HandlerWriting_test.h"
 
 #include <gtest/gtest.h>
 

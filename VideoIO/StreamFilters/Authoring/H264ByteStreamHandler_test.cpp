@@ -4,7 +4,7 @@
 #include "Testing/Kit/h264_clips.h"
 #include "Testing/Kit/log_capture.h"
 #include "VideoIO/FilterUtil/MediaTypeUtil.h"
-#include "VideoIO/StreamFilters/Authoring/HandlerTestData.h"
+#include "VideoIO/StreamFilters/Authoring/HandlerWriting_test.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "VideoIO/StreamFilters/Authoring/H265ByteStreamHandler.h"
 
 #include "Testing/Kit/log_capture.h"
-#include "VideoIO/StreamFilters/Authoring/HandlerTestData.h"
+#include "VideoIO/StreamFilters/Authoring/HandlerWriting_test.h"
 
 #include <gtest/gtest.h>
 

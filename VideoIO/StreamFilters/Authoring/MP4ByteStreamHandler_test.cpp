@@ -1,4 +1,4 @@
-#include "VideoIO/StreamFilters/Authoring/HandlerTestData.h"
+#include "VideoIO/StreamFilters/Authoring/HandlerWriting_test.h"
 
 #include <gtest/gtest.h>
 

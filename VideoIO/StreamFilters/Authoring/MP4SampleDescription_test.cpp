@@ -2,7 +2,7 @@
 
 #include "Platform/DirectShow/WaveFormatTags.h"
 #include "VideoIO/FilterUtil/MediaTypeUtil.h"
-#include "VideoIO/StreamFilters/Authoring/HandlerTestData.h"
+#include "VideoIO/StreamFilters/Authoring/HandlerWriting_test.h"
 
 #include <gtest/gtest.h>
 
