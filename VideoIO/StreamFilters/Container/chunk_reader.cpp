@@ -1,5 +1,6 @@
 #include "VideoIO/StreamFilters/Container/chunk_reader.h"
 
+#include <algorithm>
 #include <numeric>
 #include <string>
 
@@ -12,6 +13,9 @@ namespace {
 /// the question may cost more than the read.
 constexpr std::uint64_t trusted_size = 1 << 16;
 
+/// Covers all of a small box, or all boxes of a small level, in one read.
+constexpr std::uint64_t look_ahead_size = 1024;
+
 /// Visits recurse with the chunks. Real files stay below 10.
 constexpr std::size_t deepest_nesting = 64;
 
@@ -21,14 +25,48 @@ bool chunk_reader::fits(std::uint64_t count) {
     if (count > left()) return false;
     if (count <= trusted_size) return true;
     const std::uint64_t size = stream->size();
-    const std::uint64_t position = stream->tell();
-    return position <= size && count <= size - position;
+    const std::uint64_t at = position();
+    return at <= size && count <= size - at;
+}
+
+bool chunk_reader::from_stream(void* buffer, std::uint64_t count) {
+    return count <= std::numeric_limits<std::uint32_t>::max() &&
+           stream->read(buffer, static_cast<std::uint32_t>(count));
+}
+
+bool chunk_reader::look_ahead(std::uint64_t taken) {
+    const std::uint64_t start = stream->tell();
+    ahead_.resize(std::min(left() - taken, look_ahead_size));
+    ahead_used_ = 0;
+    if (from_stream(ahead_.data(), ahead_.size())) return true;
+    // The stream ends before the chunk does. What is asked for may still be there.
+    ahead_.clear();
+    stream->seek(start);
+    return false;
 }
 
 bool chunk_reader::read(void* buffer, std::uint64_t count) {
     if (count == 0) return true;
-    if (count > std::numeric_limits<std::uint32_t>::max() || count > left()) return false;
-    if (!stream->read(buffer, static_cast<std::uint32_t>(count))) return false;
+    if (count > left()) return false;
+    auto* to = static_cast<std::uint8_t*>(buffer);
+    const std::uint64_t from_ahead = std::min<std::uint64_t>(count, ahead_.size() - ahead_used_);
+    to = std::copy_n(ahead_.data() + ahead_used_, from_ahead, to);
+    ahead_used_ += from_ahead;
+
+    const std::uint64_t rest = count - from_ahead;
+    if (rest != 0 && rest < look_ahead_size && look_ahead(from_ahead)) {
+        std::copy_n(ahead_.data(), rest, to);
+        ahead_used_ = rest;
+    } else if (rest != 0 && !from_stream(to, rest)) {
+        return false;
+    }
+    chunk_stack.back() -= count;
+    return true;
+}
+
+bool chunk_reader::read_exactly(void* buffer, std::uint64_t count) {
+    settle();
+    if (count > left() || !from_stream(buffer, count)) return false;
     chunk_stack.back() -= count;
     return true;
 }
@@ -36,7 +74,9 @@ bool chunk_reader::read(void* buffer, std::uint64_t count) {
 bool chunk_reader::skip(std::uint64_t count) {
     if (count == 0) return true;
     if (count > left() || count > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) return false;
-    if (!stream->skip(static_cast<std::int64_t>(count))) return false;
+    const std::uint64_t from_ahead = std::min<std::uint64_t>(count, ahead_.size() - ahead_used_);
+    ahead_used_ += from_ahead;
+    if (count != from_ahead && !stream->skip(static_cast<std::int64_t>(count - from_ahead))) return false;
     chunk_stack.back() -= count;
     return true;
 }
@@ -64,9 +104,17 @@ bool chunk_reader::close_chunks(std::size_t depth) {
     return skipped;
 }
 
-bool chunk_reader::restart(std::uint64_t position) {
+bool chunk_reader::restart(std::uint64_t to) {
     chunk_stack.clear();
-    return position <= stream->size() && stream->seek(position);
+    ahead_.clear();
+    ahead_used_ = 0;
+    return to <= stream->size() && stream->seek(to);
+}
+
+void chunk_reader::settle() {
+    if (ahead_used_ != ahead_.size()) stream->seek(position());
+    ahead_.clear();
+    ahead_used_ = 0;
 }
 
 }  // namespace vio::details

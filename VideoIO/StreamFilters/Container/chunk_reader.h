@@ -20,6 +20,9 @@ struct parse_context {
 
 /// Bytes may be read only while the innermost chunk has that many left; what is read is taken from
 /// it. Every size that a file claims goes through this rule before anything is allocated for it.
+///
+/// Small reads are gathered: the stream may stand up to look_ahead_size bytes in front of what has
+/// been read, never beyond the innermost chunk, until settle() or restart().
 class chunk_reader {
 public:
     explicit chunk_reader(parse_context context)
@@ -31,12 +34,17 @@ public:
 
     parse_context context() const { return {*stream, chunk_stack}; }
 
+    /// Where reading goes on.
+    std::uint64_t position() const { return stream->tell() - (ahead_.size() - ahead_used_); }
+
     /// Bytes left in the innermost chunk; 0 outside any.
     std::uint64_t left() const { return chunk_stack.empty() ? 0 : chunk_stack.back(); }
 
     /// Whether count bytes may be read: the chunk has them and, where it matters, so has the stream.
     bool fits(std::uint64_t count);
     bool read(void* buffer, std::uint64_t count);
+    /// The same without looking ahead, for what may stand in front of sample data.
+    bool read_exactly(void* buffer, std::uint64_t count);
     bool skip(std::uint64_t count);
 
     template <std::integral Number>
@@ -68,6 +76,16 @@ public:
     bool close_chunks(std::size_t depth);
     /// Empties the stack and goes to a position; false when the stream is shorter.
     bool restart(std::uint64_t position);
+    /// Takes the stream to where reading goes on, for others to read from there.
+    void settle();
+
+private:
+    bool from_stream(void* buffer, std::uint64_t count);
+    /// Reads ahead as far as the chunk allows; count bytes are taken from it already.
+    bool look_ahead(std::uint64_t taken);
+
+    std::vector<std::uint8_t> ahead_;
+    std::size_t ahead_used_ = 0;
 };
 
 }  // namespace vio::details

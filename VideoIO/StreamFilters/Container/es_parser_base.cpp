@@ -8,7 +8,7 @@ constexpr unsigned most_size_bytes = 4;
 
 }  // namespace
 
-bool es_parser_base::parse() { return scan(stream->tell(), stream->size(), false); }
+bool es_parser_base::parse() { return scan(position(), stream->size(), false); }
 
 bool es_parser_base::scan(std::uint64_t offset, std::uint64_t, bool seek) {
     if (seek && !restart(offset)) return false;
@@ -16,6 +16,7 @@ bool es_parser_base::scan(std::uint64_t offset, std::uint64_t, bool seek) {
     push_chunk(stream->size());
     read_descriptors(offset, 2, [](const auto&) {});
     close_chunks(depth);
+    settle();
     return true;
 }
 
@@ -89,7 +90,7 @@ void es_parser_base::visit(DecoderConfigDescriptor& descriptor) {
     read_number(descriptor.max_bitrate);
     read_number(descriptor.avg_bitrate);
 
-    read_descriptors(stream->tell(), 0, [&](const std::shared_ptr<BaseDescriptor>& child) {
+    read_descriptors(position(), 0, [&](const std::shared_ptr<BaseDescriptor>& child) {
         if (auto info = std::dynamic_pointer_cast<DecoderSpecificInfo>(child)) descriptor.dec_specific_info = info;
         if (auto profile = std::dynamic_pointer_cast<ProfileLevelIndicationIndexDescriptor>(child))
             descriptor.profile_level_indication_index_descrs.push_back(profile);
@@ -112,7 +113,7 @@ void es_parser_base::visit(ES_Descriptor& descriptor) {
     }
     if (descriptor.ocr_stream_flag != 0) read_number(descriptor.OCR_ES_ID);
 
-    read_descriptors(stream->tell(), 2, [&](const std::shared_ptr<BaseDescriptor>& child) {
+    read_descriptors(position(), 2, [&](const std::shared_ptr<BaseDescriptor>& child) {
         if (auto config = std::dynamic_pointer_cast<DecoderConfigDescriptor>(child))
             descriptor.dec_config_descr = config;
         if (auto sl = std::dynamic_pointer_cast<SLConfigDescriptor>(child)) descriptor.sl_config_descr = sl;

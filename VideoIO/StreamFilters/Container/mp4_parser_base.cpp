@@ -28,11 +28,15 @@ bool mp4_parser_base::scan(std::uint64_t offset, std::uint64_t size, bool seek, 
     if (seek && !restart(offset)) return false;
     push_chunk(size);
     level at{.offset = offset, .size = size, .top_level = top_level};
-    while (left() > most_padding) {
-        const outcome result = read_box(at);
-        if (result != outcome::read) return result == outcome::end;
-    }
-    return true;
+    const outcome result = read_boxes(at);
+    settle();
+    return result != outcome::cut_off;
+}
+
+mp4_parser_base::outcome mp4_parser_base::read_boxes(level& at) {
+    outcome result = outcome::read;
+    while (result == outcome::read && left() > most_padding) result = read_box(at);
+    return result;
 }
 
 mp4_parser_base::outcome mp4_parser_base::read_box(level& at) {
@@ -41,7 +45,8 @@ mp4_parser_base::outcome mp4_parser_base::read_box(level& at) {
         std::uint32_t type;
     } header;
     static_assert(sizeof header == 8);
-    if (!read(&header, sizeof header)) return outcome::cut_off;
+    const bool whole = at.top_level ? read_exactly(&header, sizeof header) : read(&header, sizeof header);
+    if (!whole) return outcome::cut_off;
     const std::uint32_t type = details::big_endian(header.type);
     at.ftyp_seen |= type == fourcc("ftyp");
     at.moov_seen |= type == fourcc("moov");

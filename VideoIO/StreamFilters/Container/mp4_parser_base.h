@@ -61,7 +61,7 @@ protected:
     /// What a box holds behind its header and `behind` more bytes, whole.
     void read_record(const box& box, std::uint32_t behind, std::vector<std::uint8_t>& record);
     /// Reads the boxes in the rest of the chunk, from within a visit.
-    void scan_rest(bool top_level) { scan(stream->tell(), left(), false, top_level); }
+    void scan_rest(bool top_level) { scan(position(), left(), false, top_level); }
 
 private:
     enum class outcome { read, cut_off, end };
@@ -73,6 +73,7 @@ private:
         bool moov_seen = false;
     };
 
+    outcome read_boxes(level& at);
     outcome read_box(level& at);
     /// The sizes behind the first 8 bytes of the header.
     bool read_extended_header(box& box, std::uint32_t size, std::uint64_t scan_size);

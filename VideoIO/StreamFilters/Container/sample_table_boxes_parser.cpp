@@ -35,7 +35,8 @@ void mp4_parser::visit(sample_description_box& box) {
     payload()(count);
     box.header_size += 4;
 
-    const std::uint64_t end = stream->tell() + left();
+    const std::uint64_t end = position() + left();
+    settle();
     mp4_sampleentry_parser entries(context());
     const std::uint64_t front = box.header_size + 4;
     entries.scan(box.offset + front, box.size - front, true, true);
