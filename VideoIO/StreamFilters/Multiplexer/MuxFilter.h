@@ -41,7 +41,7 @@ public:
     const MuxPerformanceCounters& Counters() const { return m_counters; }
 
     // Called by the pins
-    HRESULT OnInputConnected(const MP4MediaMuxInputPin& pin) EXCLUDES(m_lock);
+    HRESULT OnInputConnected(const MP4MediaMuxInputPin& pin);
     HRESULT OnEndOfStream(MP4MediaMuxInputPin& pin) EXCLUDES(m_lock);
     /// On the upstream's thread. S_FALSE: no more samples are wanted.
     virtual HRESULT OnSampleReceived(MP4MediaMuxInputPin& pin, IMediaSample& sample, REFERENCE_TIME start)
@@ -52,8 +52,8 @@ public:
         EXCLUDES(m_lock);
 
     // CBaseFilter
-    int GetPinCount() override EXCLUDES(m_lock);
-    CBasePin* GetPin(int n) override EXCLUDES(m_lock);
+    int GetPinCount() override;
+    CBasePin* GetPin(int n) override;
     /// Finishes the file. Samples that still wait are released unwritten.
     HRESULT Stop() override EXCLUDES(m_lock);
     HRESULT Pause() override EXCLUDES(m_lock);
@@ -103,7 +103,7 @@ protected:
 
     /// A sample beyond the stop position, if one is set, ends its stream.
     bool IsBeyondStop(const MP4MediaMuxInputPin& pin, REFERENCE_TIME start) const;
-    /// Tells upstream that nothing more is taken: S_OK to go on.
+    /// S_OK when a sample is welcome; what Receive answers otherwise.
     HRESULT CheckTakesSamples(MP4MediaMuxInputPin& pin) REQUIRES(m_lock);
     std::vector<MovieTrackRef> TrackRefs() REQUIRES(m_lock);
     /// The peer's file, for boxes; a null answer comes with the reason in `hr`.
