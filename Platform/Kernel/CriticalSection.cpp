@@ -8,6 +8,25 @@ namespace {
 
 thread_local const char* t_waitReason = nullptr;
 
+void PauseProcessor() {
+#if defined(__x86_64__)
+    __builtin_ia32_pause();
+#elif defined(__aarch64__)
+    asm volatile("yield");
+#endif
+}
+
+/// Two streams of a graph meet at a filter's lock for every sample, and hold it for less time than it takes to
+/// put a thread to sleep and wake it: a thread tries for some microseconds before it sleeps.
+void SpinThenLock(std::recursive_mutex& mutex) {
+    constexpr int kTries = 64;
+    for (int i = 0; i < kTries; ++i) {
+        if (mutex.try_lock()) return;
+        for (int pause = 0; pause < 8; ++pause) PauseProcessor();
+    }
+    mutex.lock();
+}
+
 }  // namespace
 
 AllowWaitWithLocks::AllowWaitWithLocks(const char* reason) noexcept : m_previous(std::exchange(t_waitReason, reason)) {}
@@ -19,7 +38,7 @@ AllowWaitWithLocks::~AllowWaitWithLocks() {
 #ifdef NDEBUG
 
 void CCritSec::Lock() {
-    m_mutex.lock();
+    SpinThenLock(m_mutex);
 }
 void CCritSec::Unlock() {
     m_mutex.unlock();
@@ -89,7 +108,7 @@ void Pop(const CCritSec* lock) {
 
 void CCritSec::Lock() {
     CheckOrder(*this);
-    m_mutex.lock();
+    SpinThenLock(m_mutex);
     Push(this);
 }
 

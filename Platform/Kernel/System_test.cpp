@@ -136,6 +136,10 @@ TEST(ModuleTest, LoadsByNameFindsFunctionsAndReportsWhatIsMissing) {
     EXPECT_EQ(GetLastError(), ERROR_PROC_NOT_FOUND);
     EXPECT_TRUE(FreeLibrary(math));
 
+    const HMODULE translated = LoadLibraryW(L"resolv.dll");  // libresolv.so comes with the C library's headers
+    EXPECT_NE(translated, nullptr);
+    EXPECT_TRUE(FreeLibrary(translated));
+
     for (const wchar_t* name : {L"nowhere.dll", L"", L"/nowhere/at/all.dll"}) {
         SetLastError(NO_ERROR);
         EXPECT_EQ(LoadLibraryW(name), nullptr);
