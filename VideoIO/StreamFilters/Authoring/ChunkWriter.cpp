@@ -61,8 +61,14 @@ void ChunkWriter::MakeRoom(const SampleQueue& queue, REFERENCE_TIME limit) {
 HRESULT ChunkWriter::WriteSample(TrackInput& input, const QueuedSample& entry) {
     MovieTrack& track = input.Track();
     details::WrittenSample written;
+    const std::uint64_t position = m_stream.tell();
     const HRESULT hr = track.handler->write(*entry.sample.get(), m_stream, written);
-    if (FAILED(hr)) return hr;
+    if (FAILED(hr)) {
+        // What came through of the sample counts in no `mdat`: the next one takes its place, so that the payload ends
+        // where the data do and `moov` falls on none of them.
+        m_host.SetWritePosition(position);
+        return hr;
+    }
     const LiveSampleInfo info = InfoOf(*entry.sample.get(), written);
     m_host.OnSampleWritten(input, info);
     m_movie.AddPayload(written.size);
