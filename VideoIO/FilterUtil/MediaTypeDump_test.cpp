@@ -1,6 +1,6 @@
 #include "VideoIO/FilterUtil/MediaTypeDump.h"
 
-#include "VideoIO/FilterUtil/MediaTypeTestData.h"
+#include "VideoIO/FilterUtil/MediaTypeTestData_test.h"
 
 #include <gtest/gtest.h>
 

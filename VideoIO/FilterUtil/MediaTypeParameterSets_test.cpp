@@ -1,7 +1,7 @@
 #include "VideoIO/FilterUtil/MediaTypeParameterSets.h"
 
 #include "Testing/Kit/log_capture.h"
-#include "VideoIO/FilterUtil/MediaTypeTestData.h"
+#include "VideoIO/FilterUtil/MediaTypeTestData_test.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
