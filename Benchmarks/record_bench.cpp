@@ -80,7 +80,7 @@ void RecordSample(benchmark::State& state) {
         auto* const push = new PushSource;
         ComPtr<IBaseFilter> source = push;
         ComPtr<IBaseFilter> mux = new MP4MediaMuxFilter;
-        ComPtr<IBaseFilter> sink = new SharedFileSinkFilter;
+        ComPtr<IBaseFilter> sink = new SharedFileSinkFilter(nullptr, nullptr);
         ComPtr<IGraphBuilder> graph;
         CreateFilterGraph(graph.put());
         for (const auto& filter : {source, mux, sink}) graph->AddFilter(filter.get(), nullptr);

@@ -6,6 +6,10 @@
 # of headers.
 
 set(MEDIAKIT_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wcast-qual -Wunused)
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # Reports overlapping copies inside std::string's own operator+ (GCC bug 105651).
+  list(APPEND MEDIAKIT_WARNINGS -Wno-restrict)
+endif()
 
 function(mediakit_compile_options target)
   target_compile_options(${target} PRIVATE ${MEDIAKIT_WARNINGS}

@@ -64,7 +64,7 @@ private:
 };
 
 /// Cuts its buffers from one block of pages, which it keeps until other properties are committed.
-class CMemAllocator final : public CBaseAllocator {
+class CMemAllocator : public CBaseAllocator {
 public:
     CMemAllocator(const char* pName, IUnknown* pUnk, HRESULT* phr);
     ~CMemAllocator() override;

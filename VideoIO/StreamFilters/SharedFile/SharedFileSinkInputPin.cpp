@@ -1,9 +1,13 @@
 #include "VideoIO/StreamFilters/SharedFile/SharedFileSinkInputPin.h"
 
 #include "Logging/Checks.h"
+#include "Platform/DirectShow/CMemAllocator.h"
 #include "Platform/DirectShow/FileStream.h"
 #include "Platform/DirectShow/IAMAsyncReaderTimestampScaling.h"
 #include "VideoIO/StreamFilters/SharedFile/SharedFileSinkFilter.h"
+
+#include <algorithm>
+#include <new>
 
 namespace Norvane::MediaKit::Filters {
 
@@ -17,6 +21,22 @@ REFERENCE_TIME TimePerByteOf(IPin* peer) {
     BOOL raw = TRUE;
     return scaling && SUCCEEDED(scaling->GetTimestampMode(&raw)) && raw == FALSE ? kScaledTimePerByte : 1;
 }
+
+constexpr LONG kLeastBuffer = 128 * 1024;
+
+/// Gives larger buffers than asked for. Pages that no sample reaches are never touched, and buffers are used again
+/// last in, first out, so that they cost address space and not memory.
+class LargeBufferAllocator final : public CMemAllocator {
+public:
+    explicit LargeBufferAllocator(HRESULT* phr) : CMemAllocator("SharedFileSink allocator", nullptr, phr) {}
+
+    HRESULT SetProperties(ALLOCATOR_PROPERTIES* pRequest, ALLOCATOR_PROPERTIES* pActual) override {
+        if (pRequest == nullptr) return E_POINTER;
+        ALLOCATOR_PROPERTIES larger = *pRequest;
+        larger.cbBuffer = std::max(larger.cbBuffer, kLeastBuffer);
+        return CMemAllocator::SetProperties(&larger, pActual);
+    }
+};
 
 }  // namespace
 
@@ -34,6 +54,22 @@ HRESULT SharedFileSinkInputPin::CheckMediaType(const CMediaType*) { return S_OK;
 
 HRESULT SharedFileSinkInputPin::CompleteConnect(IPin* pReceivePin) {
     m_timePerByte = TimePerByteOf(pReceivePin);
+    return S_OK;
+}
+
+HRESULT SharedFileSinkInputPin::GetAllocator(IMemAllocator** ppAllocator) {
+    QZCheckCondition(ppAllocator != nullptr, E_POINTER);
+    *ppAllocator = nullptr;
+    const CAutoLock lock(m_pLock);
+    if (m_pAllocator == nullptr) {
+        HRESULT hr = S_OK;
+        ComPtr<IMemAllocator> allocator = new (std::nothrow) LargeBufferAllocator(&hr);
+        if (!allocator) return E_OUTOFMEMORY;
+        QZCheckHRESULT(hr);
+        m_pAllocator = allocator.detach();
+    }
+    m_pAllocator->AddRef();
+    *ppAllocator = m_pAllocator;
     return S_OK;
 }
 
@@ -58,7 +94,7 @@ HRESULT SharedFileSinkInputPin::Receive(IMediaSample* pSample) {
     const LONG length = pSample->GetActualDataLength();
     QZCheckCondition(length >= 0, E_INVALIDARG);
     QZCheckHRESULT(Write(data, static_cast<ULONG>(length), nullptr));
-    QZCheckHRESULT(Commit(STGC_DEFAULT));
+    if (m_timePerByte == 1) QZCheckHRESULT(Commit(STGC_DEFAULT));
     return S_OK;
 }
 

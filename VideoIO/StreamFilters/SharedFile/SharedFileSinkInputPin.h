@@ -35,7 +35,10 @@ public:
     /// Opens the file for writing: made or emptied, others may read and none may write.
     HRESULT Active() override;
     HRESULT Inactive() override;
-    /// Writes the sample's bytes and hands them to the system, so that none is lost with the process.
+    /// Offers buffers of at least 128 KiB: most samples of video then reach the file by one write.
+    HRESULT GetAllocator(IMemAllocator** ppAllocator) override;
+    /// Writes the sample's bytes and hands them to the system, so that none is lost with the process. A peer with
+    /// scaled positions is a multiplexer, which commits for a whole run of samples when it is done with it.
     HRESULT Receive(IMediaSample* pSample) override;
 
     HRESULT Read(void* pv, ULONG cb, ULONG* pcbRead) override;

@@ -115,7 +115,8 @@ TEST_F(SharedFile, ScaledPositionsOfAPeerThatSaysSo) {
     m_sink->Pause();
     mux.filter->Pause();
     EXPECT_EQ(mux->send(Bytes("ab"), 3 * 10'000'000, 5 * 10'000'000), S_OK);
-    EXPECT_EQ(OnDisk(), std::string("\0\0\0ab", 5));
+    EXPECT_EQ(ComPtr<IPin>(m_sink->GetPin(0)).query<IStream>()->Commit(STGC_DEFAULT), S_OK);
+    EXPECT_EQ(OnDisk(), std::string("\0\0\0ab", 5)) << "when the multiplexer is done with a run of samples";
     mux.filter->Stop();
     m_sink->Stop();
     mux->Disconnect();
@@ -132,6 +133,22 @@ TEST_F(SharedFile, ScaledPositionsOfAPeerThatSaysSo) {
     m_sink->Stop();
     mux->Disconnect();
     m_sink->GetPin(0)->Disconnect();
+}
+
+TEST_F(SharedFile, SinkOffersLargeBuffersAndKeepsThem) {
+    const ComPtr<IMemInputPin> pin = ComPtr<IPin>(m_sink->GetPin(0)).query<IMemInputPin>();
+    ComPtr<IMemAllocator> allocator, again;
+    ASSERT_EQ(pin->GetAllocator(allocator.put()), S_OK);
+    ASSERT_EQ(pin->GetAllocator(again.put()), S_OK);
+    EXPECT_EQ(allocator, again);
+    ALLOCATOR_PROPERTIES request{200, 4096, 1, 0};
+    ALLOCATOR_PROPERTIES actual{};
+    ASSERT_EQ(allocator->SetProperties(&request, &actual), S_OK);
+    EXPECT_EQ(actual.cBuffers, 200);
+    EXPECT_GE(actual.cbBuffer, 128 * 1024);
+    request.cbBuffer = 1 << 20;
+    ASSERT_EQ(allocator->SetProperties(&request, &actual), S_OK);
+    EXPECT_EQ(actual.cbBuffer, 1 << 20) << "what is asked for beyond that is given";
 }
 
 TEST_F(SharedFile, ASecondRunGoesOnInTheSameFile) {
