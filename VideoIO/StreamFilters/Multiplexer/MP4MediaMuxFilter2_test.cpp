@@ -240,6 +240,24 @@ TEST_F(Recorder, AFailedWriteCostsItsChunkAlone) {
     EXPECT_EQ(Layout(), "ftyp mdat moov");
 }
 
+TEST_F(Recorder, TheNextSampleTakesThePlaceOfOneThatBrokeOff) {
+    ASSERT_EQ(AddSource(mediakit_test::avc1_type(mediakit_test::h264_units()), 100000), S_OK);
+    ASSERT_EQ(ConnectSink(), S_OK);
+    Play();
+    for (int n = 0; n < 3; ++n) ASSERT_EQ(Send(0, n), S_OK);
+    sink->file().fail(mediakit_test::stream_call::write, 2, STG_E_MEDIUMFULL);
+    EXPECT_EQ(Send(0, 3, 9000), S_OK) << "its first 4096 bytes arrive, the others do not";
+    for (int n = 4; n < 6; ++n) ASSERT_EQ(Send(0, n), S_OK);
+    (*this)[0].end();
+    Stop();
+    EXPECT_EQ(Boxes()[1].size, 8u + 5 * 10);
+    EXPECT_EQ(Boxes()[2].type, "moov");
+    const auto samples = Index(0);
+    ASSERT_THAT(samples, SizeIs(5));
+    EXPECT_EQ(Read(samples[3]), std::vector<BYTE>(10, 4));
+    EXPECT_EQ(Read(samples[4]), std::vector<BYTE>(10, 5)) << "moov lies behind it";
+}
+
 TEST_F(Recorder, FlushEmptiesTheQueueAndGoesOn) {
     StartVideoAndAudio();
     for (int n = 0; n < 5; ++n) ASSERT_EQ(Send(0, n), S_OK);
