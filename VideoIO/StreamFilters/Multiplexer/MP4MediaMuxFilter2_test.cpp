@@ -100,6 +100,15 @@ TEST_F(Recorder, ATrackThatEndsEarlyDoesNotStopTheOther) {
     EXPECT_EQ(sink->ends(), 1);
 }
 
+TEST_F(Recorder, TheEndOfATrackLetsGoOfWhatTheOthersHeldBack) {
+    StartVideoAndAudio();
+    for (int n = 0; n < 2; ++n) ASSERT_EQ(Send(1, n), S_OK);
+    for (int n = 0; n < 90; ++n) ASSERT_EQ(Send(0, n), S_OK);
+    EXPECT_GT(Input(0).State().queue.size(), 70u) << "nearly all of the source's buffers";
+    (*this)[1].end();
+    EXPECT_LT(Input(0).State().queue.size(), 10u);
+}
+
 TEST_F(Recorder, APinThatIsNeverFedBlocksTheFile) {
     StartVideoAndAudio();
     for (int n = 0; n < 50; ++n) ASSERT_EQ(Send(0, n), S_OK);
