@@ -28,11 +28,12 @@ AdtsReader::AdtsReader(ByteInput& input, StreamReport& report) : UnitReader(inpu
 bool AdtsReader::Open() {
     m_window.Fill();
     const std::string other = ForeignContent(m_window.Bytes(), InputOption::Kind::Audio);
+    if (!other.empty()) return Fail("no AAC in ADTS form" + other);
     if (!FindFrame(&m_first)) {
         NoteReadError();
         if (Finished()) return Fail("interrupted before the first frame");
         if (m_window.BytesRead() == 0) return Fail("the input is empty");
-        return Fail("no AAC frame in ADTS form in " + std::to_string(m_window.BytesRead()) + " bytes" + other);
+        return Fail("no AAC frame in ADTS form in " + std::to_string(m_window.BytesRead()) + " bytes");
     }
     const auto config = MakeAacConfig(m_first, m_window.Bytes().first(m_first.frameSize));
     if (!config)

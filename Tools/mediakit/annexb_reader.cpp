@@ -33,6 +33,7 @@ bool AnnexBReader::Open() {
 bool AnnexBReader::FindFormat() {
     m_window.Fill();
     const std::string other = ForeignContent(m_window.Bytes(), InputOption::Kind::Video);
+    if (!other.empty()) return Fail("no H.264 or H.265 video in Annex B form" + other);
     NalCursor cursor(m_window);
     std::uint64_t junk = 0;
     bool onUnit = cursor.Restart(false, &junk);
@@ -59,7 +60,7 @@ bool AnnexBReader::FindFormat() {
     const std::string searched = " in " + std::to_string(m_window.BytesRead()) + " bytes";
     if (Finished()) return Fail("interrupted before the first picture");
     if (m_window.BytesRead() == 0) return Fail("the input is empty");
-    if (!anyUnit || !other.empty()) return Fail("no H.264 or H.265 video in Annex B form" + searched + other);
+    if (!anyUnit) return Fail("no H.264 or H.265 video in Annex B form" + searched);
     return Fail("no sequence parameter set of H.264 or H.265" + searched);
 }
 
@@ -113,8 +114,9 @@ bool AnnexBReader::ReadPicture() {
         return true;
     }
     WatchSequence(picture);
+    const std::uint64_t late = m_order.Late();
     AddToOrder(picture);
-    if (m_order.Late() > 0)
+    if (m_order.Late() > late)
         m_report.Warn(StreamReport::Kind::Order, picture.position,
                       "pictures come out of the order that the stream promises; their times may be off");
     return true;

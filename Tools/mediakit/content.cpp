@@ -24,7 +24,6 @@ constexpr Signature kSignatures[] = {
     {0, "OggS", "an Ogg file"},
     {0, "fLaC", "FLAC audio"},
     {0, "\xFF\xFB", "MP3 audio"},
-    {0, "ID3", "tagged audio"},
     {0, "ADIF", "AAC in ADIF form; ADTS is what can be recorded"},
 };
 

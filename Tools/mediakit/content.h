@@ -9,8 +9,8 @@
 
 namespace mediakit_tool {
 
-/// "; it looks like ..." for the first bytes of an input given for tracks of this kind, with the way out
-/// where there is one; empty when they say nothing.
+/// "; it looks like ..." for the first bytes of an input that was given for a track of this kind and
+/// holds none, with the way out where there is one; empty when they say nothing.
 std::string ForeignContent(std::span<const std::uint8_t> head, InputOption::Kind kind);
 
 }  // namespace mediakit_tool

@@ -135,13 +135,12 @@ bool Recorder::ProbeInputs() {
     m_opening = static_cast<int>(m_inputs.size());
     for (const auto& input : m_inputs) {
         Input* const one = input.get();
-        one->opener.Start(
-            [this, one] {
-                one->opened = one->reader->Open();
-                --m_opening;
-                m_opened.Set();
-            },
-            "open input");
+        const auto open = [this, one] {
+            one->opened = one->reader->Open();
+            --m_opening;
+            m_opened.Set();
+        };
+        if (!one->opener.Start(open, "open input")) open();
     }
     const HANDLE events[] = {m_opened, m_interrupt.Event()};
     bool interrupted = false;
