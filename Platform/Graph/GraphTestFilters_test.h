@@ -36,8 +36,12 @@ public:
         startTime = start;
         return Trace("Run", runResult, [&] { return fake_filter::Run(start); });
     }
+    /// A filter is stopped also when it has a failure to tell.
     HRESULT Stop() override {
-        return Trace("Stop", stopResult, [this] { return fake_filter::Stop(); });
+        return Trace("Stop", S_OK, [this] {
+            fake_filter::Stop();
+            return stopResult;
+        });
     }
     HRESULT GetState(DWORD milliseconds, FILTER_STATE* state) override {
         askedTimeout = milliseconds;
