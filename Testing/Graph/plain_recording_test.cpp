@@ -26,7 +26,8 @@ CMediaType adts_type() { return aac_type(WAVE_FORMAT_MPEG_ADTS_AAC); }
 /// Every sample in the file is one that was sent, in order and from the first.
 void expect_prefix(const recorded_track& track, const std::vector<byte_vector>& sent) {
     ASSERT_LE(track.samples.size(), sent.size());
-    for (std::size_t i = 0; i < track.samples.size(); ++i) EXPECT_TRUE(track.samples[i].bytes == sent[i]) << "sample " << i;
+    for (std::size_t i = 0; i < track.samples.size(); ++i)
+        EXPECT_TRUE(track.samples[i].bytes == sent[i]) << "sample " << i;
 }
 
 std::vector<byte_vector> h264_samples(const std::vector<byte_vector>& units) {
@@ -77,7 +78,8 @@ TEST(PlainRecording, KeepsEverySampleOfVideoAndAudio) {
 TEST(PlainRecording, PutsTheIndexInFrontWhenAsked) {
     const auto units = video.units(30, 10);
     recording_graph graph;
-    ASSERT_EQ(ComPtr<IBaseFilter>(graph.mux()).query<qz_MPEGSystemFilters::IMPEG4Mux>()->SetMoveMoovToFront(TRUE), S_OK);
+    ASSERT_EQ(ComPtr<IBaseFilter>(graph.mux()).query<qz_MPEGSystemFilters::IMPEG4Mux>()->SetMoveMoovToFront(TRUE),
+              S_OK);
     graph.add(h264_type(video), video_script(units, 10));
     graph.record();
     const recorded_movie movie = graph.movie();
@@ -93,7 +95,8 @@ TEST(PlainRecording, OrdersPicturesThatAreShownLaterThanTheyAreCoded) {
     std::vector<byte_vector> units = {video.key_unit(16)};
     for (unsigned n = 1; n < shown.size(); ++n) {
         const auto order_count = static_cast<unsigned>(2 * shown[n]);
-        units.push_back(n % 3 == 1 ? video.p_unit((n + 2) / 3, order_count, 40) : video.b_unit((n + 1) / 3 + 1, order_count, 60));
+        units.push_back(n % 3 == 1 ? video.p_unit((n + 2) / 3, order_count, 40)
+                                   : video.b_unit((n + 1) / 3 + 1, order_count, 60));
     }
     std::vector<scripted_sample> script = video_script(units, units.size());
     for (std::size_t i = 0; i < script.size(); ++i) {
@@ -196,15 +199,17 @@ TEST(PlainRecording, WritesNothingBeforeEveryPinHasBeenFed) {
 }
 
 TEST(PlainRecording, KeepsTheTablesTrueWhenADeliveryFails) {
-    // In a key unit each set is two deliveries, a length and its bytes, and the picture three; in others it is the picture
-    // alone. So these fall on lengths, on beginnings and on rests.
+    // In a key unit each set is two deliveries, a length and its bytes, and the picture three; in others it is the
+    // picture alone. So these fall on lengths, on beginnings and on rests.
     for (const int failing : {1, 2, 6, 7, 8, 10, 40}) {
         SCOPED_TRACE(failing);
         const log_capture log(1);
         const auto units = video.units(60, 12);
         const auto all = h264_samples(units);
         recording_graph graph;
-        graph.sink().on_receive = [=, n = 0](IMediaSample*) mutable { return ++n == failing ? STG_E_MEDIUMFULL : S_OK; };
+        graph.sink().on_receive = [=, n = 0](IMediaSample*) mutable {
+            return ++n == failing ? STG_E_MEDIUMFULL : S_OK;
+        };
         graph.add(h264_type(video), video_script(units, 12));
         graph.record();
 

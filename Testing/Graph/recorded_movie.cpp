@@ -149,7 +149,8 @@ void read_samples(recorded_track& track, bytes_view stbl, bytes_view file) {
 
     std::int64_t time = 0;
     for (std::size_t i = 0; i < sizes.size(); ++i) {
-        if (offsets[i] > file.size() || sizes[i] > file.size() - offsets[i]) throw std::runtime_error("a sample outside");
+        if (offsets[i] > file.size() || sizes[i] > file.size() - offsets[i])
+            throw std::runtime_error("a sample outside");
         const bytes_view bytes = file.subspan(static_cast<std::size_t>(offsets[i]), sizes[i]);
         track.samples.push_back({{bytes.begin(), bytes.end()}, time, time + (shifts.empty() ? 0 : shifts[i]), sync[i]});
         if (i < durations.size()) time += durations[i];

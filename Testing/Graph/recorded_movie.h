@@ -1,5 +1,5 @@
-// Reads the sample tables of a plain MP4 file (ISO/IEC 14496-12), with no code of the library, so that what was written is
-// judged by a second reader.
+// Reads the sample tables of a plain MP4 file (ISO/IEC 14496-12), with no code of the library, so that what was written
+// is judged by a second reader.
 #pragma once
 
 #include <cstdint>

@@ -15,7 +15,8 @@ HRESULT file_sink_input::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
 
 HRESULT file_sink_input::CompleteConnect(IPin* peer) {
     BOOL raw = TRUE;
-    if (const auto scaling = ComPtr<IPin>(peer).query<IAMAsyncReaderTimestampScaling>()) scaling->GetTimestampMode(&raw);
+    if (const auto scaling = ComPtr<IPin>(peer).query<IAMAsyncReaderTimestampScaling>())
+        scaling->GetTimestampMode(&raw);
     m_scaled = raw == FALSE;
     return sample_recorder::CompleteConnect(peer);
 }

@@ -1,5 +1,5 @@
-// H.264 byte streams of any length whose pictures decode: every macroblock is I_PCM of one grey, so that a decoder tells
-// which picture it shows (ISO/IEC 14496-10).
+// H.264 byte streams of any length whose pictures decode: every macroblock is I_PCM of one grey, so that a decoder
+// tells which picture it shows (ISO/IEC 14496-10).
 #pragma once
 
 #include "Testing/Kit/bit_writer.h"
@@ -109,8 +109,8 @@ public:
         return unit;
     }
 
-    /// Access units in decoding order: an IDR picture every `interval`, P pictures between. Grey is 16 plus the picture's
-    /// number modulo 200.
+    /// Access units in decoding order: an IDR picture every `interval`, P pictures between. Grey is 16 plus the
+    /// picture's number modulo 200.
     std::vector<byte_vector> units(std::size_t count, std::size_t interval) const {
         std::vector<byte_vector> list;
         for (std::size_t i = 0; i < count; ++i) {

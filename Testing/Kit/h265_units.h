@@ -50,7 +50,8 @@ public:
 
     static byte_vector delimiter() { return unit(35, {0x50}); }
 
-    /// A slice that refers to the picture before it, or to none when the type begins a sequence. `size` bytes of filler.
+    /// A slice that refers to the picture before it, or to none when the type begins a sequence. `size` bytes of
+    /// filler.
     static byte_vector slice(unsigned type, unsigned order_count, std::size_t size, std::uint8_t filler) {
         const bool random_access = type >= 16 && type <= 23;
         bit_writer w;
@@ -70,7 +71,8 @@ public:
         return unit(type, w.nal());
     }
 
-    byte_vector key_unit(std::size_t size, std::uint8_t filler, unsigned type = idr_w_radl, unsigned order_count = 0) const {
+    byte_vector key_unit(std::size_t size, std::uint8_t filler, unsigned type = idr_w_radl,
+                         unsigned order_count = 0) const {
         byte_vector bytes = delimiter();
         append(bytes, vps());
         append(bytes, sps());
@@ -79,8 +81,8 @@ public:
         return bytes;
     }
 
-    /// Access units in decoding order: an IDR picture every `interval`, pictures that refer back between. The filler is 16
-    /// plus the picture's number modulo 200.
+    /// Access units in decoding order: an IDR picture every `interval`, pictures that refer back between. The filler is
+    /// 16 plus the picture's number modulo 200.
     std::vector<byte_vector> units(std::size_t count, std::size_t interval, std::size_t size = 100) const {
         std::vector<byte_vector> list;
         for (std::size_t i = 0; i < count; ++i) {

@@ -26,7 +26,8 @@ struct VideoHeader {
     bool mpeg = false;                    ///< MPEG1VIDEOINFO or MPEG2VIDEOINFO
 };
 
-/// S_OK; S_FALSE when the type's format is none of the four; E_INVALIDARG (logged) when its block is absent or too short.
+/// S_OK; S_FALSE when the type's format is none of the four; E_INVALIDARG (logged) when its block is absent or too
+/// short.
 HRESULT FindVideoHeader(const AM_MEDIA_TYPE& type, VideoHeader& header);
 
 }  // namespace qz_DSFilters

@@ -73,7 +73,9 @@ TEST(BuildPCMMediaType, RefusesWhatItCannotTell) {
     const struct {
         WORD channels, bits;
         const wchar_t* condition;
-    } rows[] = {{2, 12, L"(nbrOfBitsPerSample % 8) == 0"}, {3, 16, L"nbrOfChannels <= 2"}, {2, 40, L"nbrOfBitsPerSample <= 32"}};
+    } rows[] = {{2, 12, L"(nbrOfBitsPerSample % 8) == 0"},
+                {3, 16, L"nbrOfChannels <= 2"},
+                {2, 40, L"nbrOfBitsPerSample <= 32"}};
     for (const auto& row : rows) {
         const mediakit_test::log_capture log;
         CMediaType type = UsedType();
@@ -107,7 +109,8 @@ TEST(BuildExtensibleMediaType, WritesAnExtensibleWaveFormat) {
 
 TEST(BuildVideoInfo2MediaType, WritesTheHeaderAndExtraData) {
     CMediaType type = UsedType();
-    ASSERT_EQ(BuildVideoInfo2MediaType({642, -480}, {4, 3}, 1000000, MEDIASUBTYPE_RGB24, 400000, 5, Extra, sizeof Extra, type),
+    ASSERT_EQ(BuildVideoInfo2MediaType({642, -480}, {4, 3}, 1000000, MEDIASUBTYPE_RGB24, 400000, 5, Extra, sizeof Extra,
+                                       type),
               S_OK);
     constexpr unsigned rowBytes = 1928;  // 642 x 3 = 1926, padded
     EXPECT_EQ(type.majortype, MEDIATYPE_Video);
@@ -133,14 +136,30 @@ TEST(BuildVideoInfo2MediaType, KnowsDepthAndCompressionOfEachSubtype) {
         WORD bits;
         DWORD compression;
     } rows[] = {
-        {MEDIASUBTYPE_UYVY, 16, 0x59565955}, {MEDIASUBTYPE_YUY2, 16, 0x32595559}, {QZ_MEDIASUBTYPE_HDYC, 16, 0x43594448},
-        {MEDIASUBTYPE_YV12, 12, 0x32315659}, {MEDIASUBTYPE_NV12, 12, 0x3231564E}, {MEDIASUBTYPE_Y411, 12, 0x31313459},
-        {MEDIASUBTYPE_IYUV, 12, 0x56555949}, {MEDIASUBTYPE_I420, 12, 0x30323449}, {MEDIASUBTYPE_YVU9, 9, 0x39555659},
-        {MEDIASUBTYPE_BYRG, 8, 0x47525942},  {MEDIASUBTYPE_BYGB, 8, 0x42475942},  {MEDIASUBTYPE_BYGR, 8, 0x52475942},
-        {MEDIASUBTYPE_BYBG, 8, 0x47425942},  {MEDIASUBTYPE_Y800, 8, 0x30303859},  {MEDIASUBTYPE_RGB24, 24, 0},
-        {MEDIASUBTYPE_RGB32, 32, 0},         {MEDIASUBTYPE_ARGB32, 32, 0},        {MEDIASUBTYPE_RGB8, 8, 0},
-        {MEDIASUBTYPE_RGB555, 16, 0},        {MEDIASUBTYPE_RGB565, 16, 0},        {MEDIASUBTYPE_dvsd, 0, 0x73766169},
-        {MEDIASUBTYPE_MJPG, 0, 0x47504A4D},  {MEDIASUBTYPE_H264, 0, 0},           {GUID_NULL, 0, 0},
+        {MEDIASUBTYPE_UYVY, 16, 0x59565955},
+        {MEDIASUBTYPE_YUY2, 16, 0x32595559},
+        {QZ_MEDIASUBTYPE_HDYC, 16, 0x43594448},
+        {MEDIASUBTYPE_YV12, 12, 0x32315659},
+        {MEDIASUBTYPE_NV12, 12, 0x3231564E},
+        {MEDIASUBTYPE_Y411, 12, 0x31313459},
+        {MEDIASUBTYPE_IYUV, 12, 0x56555949},
+        {MEDIASUBTYPE_I420, 12, 0x30323449},
+        {MEDIASUBTYPE_YVU9, 9, 0x39555659},
+        {MEDIASUBTYPE_BYRG, 8, 0x47525942},
+        {MEDIASUBTYPE_BYGB, 8, 0x42475942},
+        {MEDIASUBTYPE_BYGR, 8, 0x52475942},
+        {MEDIASUBTYPE_BYBG, 8, 0x47425942},
+        {MEDIASUBTYPE_Y800, 8, 0x30303859},
+        {MEDIASUBTYPE_RGB24, 24, 0},
+        {MEDIASUBTYPE_RGB32, 32, 0},
+        {MEDIASUBTYPE_ARGB32, 32, 0},
+        {MEDIASUBTYPE_RGB8, 8, 0},
+        {MEDIASUBTYPE_RGB555, 16, 0},
+        {MEDIASUBTYPE_RGB565, 16, 0},
+        {MEDIASUBTYPE_dvsd, 0, 0x73766169},
+        {MEDIASUBTYPE_MJPG, 0, 0x47504A4D},
+        {MEDIASUBTYPE_H264, 0, 0},
+        {GUID_NULL, 0, 0},
     };
     for (const auto& row : rows) {
         CMediaType type;
@@ -160,7 +179,8 @@ TEST(BuildVideoInfo2MediaType, RefusesAFrameWithoutDuration) {
     for (const REFERENCE_TIME time : {0, -1}) {
         const mediakit_test::log_capture log;
         CMediaType type = UsedType();
-        EXPECT_EQ(BuildVideoInfo2MediaType({64, 32}, {2, 1}, 0, MEDIASUBTYPE_NV12, time, 0, nullptr, 0, type), E_INVALIDARG);
+        EXPECT_EQ(BuildVideoInfo2MediaType({64, 32}, {2, 1}, 0, MEDIASUBTYPE_NV12, time, 0, nullptr, 0, type),
+                  E_INVALIDARG);
         EXPECT_EQ(type.cbFormat, 0u);
         EXPECT_EQ(log.count(1, L"avgTimePerFrame > 0"), 1u);
     }

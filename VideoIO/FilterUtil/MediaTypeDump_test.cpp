@@ -212,7 +212,8 @@ TEST(DumpMediaType, WarnsOfBlocksItCannotTell) {
     EXPECT_EQ(BlockText(UnknownFormatType()), warning);
     EXPECT_EQ(BlockText(DVType(0, 0)), warning);
     EXPECT_EQ(BlockText(CMediaType()), warning);
-    for (const CMediaType& type : {VideoInfoType(), VideoInfo2Type(), MPEG1Type(), MPEG2Type(), AnalogType(), WaveType(1)}) {
+    for (const CMediaType& type :
+         {VideoInfoType(), VideoInfo2Type(), MPEG1Type(), MPEG2Type(), AnalogType(), WaveType(1)}) {
         EXPECT_EQ(BlockText(Shortened(type)), warning) << type.cbFormat;
         EXPECT_EQ(BlockText(WithoutBlock(type)), warning) << type.cbFormat;
     }

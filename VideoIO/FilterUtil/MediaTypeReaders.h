@@ -1,5 +1,5 @@
-// Properties read out of whatever format block a media type has. Results: S_OK; E_INVALIDARG when the block is absent or
-// too short; E_NOTIMPL when a block of that kind does not tell the property. The out value is set on success alone.
+// Properties read out of whatever format block a media type has. Results: S_OK; E_INVALIDARG when the block is absent
+// or too short; E_NOTIMPL when a block of that kind does not tell the property. The out value is set on success alone.
 #pragma once
 
 #include "Platform/DirectShow/MediaType.h"

@@ -119,7 +119,8 @@ TEST(MediaTypeReaders, LogWhatABlockDoesNotTell) {
 TEST(GetVideoSize, TakesTheBitmapsSizeWhenAnMPEGSourceIsEmptyOrSenseless) {
     constexpr LONG smallest = std::numeric_limits<LONG>::min();
     constexpr LONG largest = std::numeric_limits<LONG>::max();
-    for (const RECT source : {RECT{0, 0, 0, 0}, RECT{0, 0, 640, 0}, RECT{640, 0, 0, 480}, RECT{smallest, 0, largest, 480}}) {
+    for (const RECT source :
+         {RECT{0, 0, 0, 0}, RECT{0, 0, 640, 0}, RECT{640, 0, 0, 480}, RECT{smallest, 0, largest, 480}}) {
         auto info = FilledHeader2();
         info.rcSource = source;
         BYTE block[offsetof(MPEG2VIDEOINFO, dwSequenceHeader)] = {};
@@ -146,7 +147,8 @@ TEST(GetFrameSize, CountsWholeBytesOfAudioSamples) {
     const struct {
         WORD tag, channels, bits;
         DWORD size;
-    } rows[] = {{1, 2, 16, 4}, {1, 2, 12, 2}, {1, 1, 8, 1}, {0xFFFE, 6, 16, 12}, {0xFFFE, 0xFFFF, 0xFFFF, 0xFFFFu * 8191}};
+    } rows[] = {
+        {1, 2, 16, 4}, {1, 2, 12, 2}, {1, 1, 8, 1}, {0xFFFE, 6, 16, 12}, {0xFFFE, 0xFFFF, 0xFFFF, 0xFFFFu * 8191}};
     for (const auto& row : rows)
         EXPECT_EQ(Read<DWORD>(GetFrameSize, WaveType(row.tag, row.channels, row.bits)), row.size);
 
@@ -162,7 +164,8 @@ TEST(GetFrameSize, StaysInRangeForSenselessMPEGHeaders) {
         DWORD bitRate;
         REFERENCE_TIME time;
         DWORD size;
-    } rows[] = {{0xFFFFFFFF, std::numeric_limits<REFERENCE_TIME>::max(), 0xFFFFFFFF}, {8000000, -400000, 0}, {0, 400000, 0}};
+    } rows[] = {
+        {0xFFFFFFFF, std::numeric_limits<REFERENCE_TIME>::max(), 0xFFFFFFFF}, {8000000, -400000, 0}, {0, 400000, 0}};
     for (const auto& row : rows) {
         MPEG2VIDEOINFO info{};
         info.hdr.dwBitRate = row.bitRate;

@@ -7,8 +7,8 @@
 
 namespace qz_DSFilters::test {
 
-/// A type with the first `length` bytes of a block (all of them by default). Its block lies in memory of that length, so
-/// that a sanitizer sees a read behind it.
+/// A type with the first `length` bytes of a block (all of them by default). Its block lies in memory of that length,
+/// so that a sanitizer sees a read behind it.
 template <class Block>
 CMediaType TypeOf(const GUID& formattype, const Block& block, ULONG length = sizeof(Block)) {
     CMediaType type;

@@ -1,5 +1,5 @@
-// Properties written into whatever format block a media type has. Results as those of the readers; S_FALSE says that the
-// block has no place for the property and nothing changed.
+// Properties written into whatever format block a media type has. Results as those of the readers; S_FALSE says that
+// the block has no place for the property and nothing changed.
 #pragma once
 
 #include "Platform/DirectShow/MediaType.h"

@@ -29,7 +29,8 @@ TEST(GetStreamRate, KnowsCommonRatesWithinOneUnit) {
                 {100000, {100, 1}},      {83416, {120000, 1001}}, {83333, {120, 1}},  {66666, {150, 1}},
                 {55555, {180, 1}},       {50000, {200, 1}},       {41708, {240000, 1001}}, {41666, {240, 1}}};
     for (const auto& row : rows)
-        for (const REFERENCE_TIME offset : {-1, 0, 1}) EXPECT_EQ(RateOf(row.time + offset), row.rate) << row.time + offset;
+        for (const REFERENCE_TIME offset : {-1, 0, 1})
+            EXPECT_EQ(RateOf(row.time + offset), row.rate) << row.time + offset;
 }
 
 TEST(GetStreamRate, FindsItsWayBackFromEveryKnownRate) {
@@ -53,7 +54,8 @@ TEST(GetStreamRate, DescribesOtherDurations) {
 }
 
 TEST(GetStreamRate, RefusesDurationsThatAreNone) {
-    for (const REFERENCE_TIME time : {REFERENCE_TIME{0}, REFERENCE_TIME{-400000}, std::numeric_limits<REFERENCE_TIME>::min()}) {
+    for (const REFERENCE_TIME time :
+         {REFERENCE_TIME{0}, REFERENCE_TIME{-400000}, std::numeric_limits<REFERENCE_TIME>::min()}) {
         const mediakit_test::log_capture log;
         StreamRate rate{7, 7};
         EXPECT_EQ(GetStreamRate(time, rate), E_INVALIDARG);

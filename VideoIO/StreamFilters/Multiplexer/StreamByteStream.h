@@ -23,8 +23,9 @@ public:
     bool write(const void* buffer, std::uint32_t size) override;
     bool write_zeros(std::uint32_t count) override;
     void flush() override;
-    /// Shifts a region towards the end of the stream; both positions are absolute. A move towards the start does nothing.
-    /// Failures go unnoticed, and the position told afterwards is the one from before: seek before the next write.
+    /// Shifts a region towards the end of the stream; both positions are absolute. A move towards the start does
+    /// nothing. Failures go unnoticed, and the position told afterwards is the one from before: seek before the next
+    /// write.
     void move(std::uint64_t from, std::uint64_t to, std::uint64_t count) override;
 
 private:
