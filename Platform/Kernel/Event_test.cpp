@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <random>
 #include <thread>
@@ -34,7 +35,12 @@ DWORD WaitAll(std::vector<HANDLE> handles, DWORD milliseconds) {
 class SleepingWait {
 public:
     template <class Wait>
-    explicit SleepingWait(Wait wait) : m_thread([this, wait] { m_result = wait(); }) {
+    explicit SleepingWait(Wait wait)
+        : m_thread([this, wait] {
+              m_begun = true;
+              m_result = wait();
+          }) {
+        while (!m_begun) std::this_thread::yield();
         std::this_thread::sleep_for(30ms);
     }
     DWORD Result() {
@@ -43,6 +49,7 @@ public:
     }
 
 private:
+    std::atomic<bool> m_begun{false};
     DWORD m_result = 12345;
     std::thread m_thread;
 };
