@@ -6,6 +6,7 @@
 #include "Tools/mediakit/adts_reader.h"
 #include "Tools/mediakit/annexb_reader.h"
 #include "Tools/mediakit/byte_input.h"
+#include "Tools/mediakit/disk_guard.h"
 #include "Tools/mediakit/interrupt.h"
 #include "Tools/mediakit/log_watch.h"
 #include "Tools/mediakit/messages.h"
@@ -29,18 +30,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr DWORD kTick = 200;  // milliseconds between looks at progress and disk
-
-// An index takes a few dozen bytes a sample (sizes, times, offsets in a file's last box).
-constexpr std::uint64_t kIndexBytesPerSample = 32;
-constexpr std::uint64_t kIndexBytes = 64 * 1024;
-/// What may be written between two looks at the disk, at most.
-constexpr std::uint64_t kMostBytesPerTick = 256 * 1024 * 1024;
+constexpr DWORD kTick = 200;  // milliseconds between looks at the progress
 
 /// An input with all that reads it.
 struct Input {
     InputOption option;
     FileInput bytes;
+    std::unique_ptr<GuardedInput> guarded;
     std::unique_ptr<StreamReport> report;
     std::unique_ptr<UnitReader> reader;
     bool opened = false;
@@ -52,7 +48,10 @@ std::string NameOf(const InputOption& input) { return input.path == "-" ? "stand
 class Recorder {
 public:
     explicit Recorder(const RecordOptions& options)
-        : m_options(options), m_messages(options.quiet), m_log(m_messages, options.logLevel) {}
+        : m_options(options),
+          m_messages(options.quiet),
+          m_log(m_messages, options.logLevel),
+          m_disk(options.output, options.Inputs().size(), [this] { return Samples(); }, [this] { FinishReaders(); }) {}
 
     int Run();
 
@@ -65,7 +64,6 @@ private:
     bool AllEnded() const;
     void CheckSources();
     void CheckWriting();
-    void CheckDisk(double seconds);
     void FinishReaders();
     void Interrupt();
     std::uint64_t BytesRead() const;
@@ -81,6 +79,7 @@ private:
     Messages m_messages;
     LogWatch m_log;
     InterruptWatch m_interrupt;
+    DiskGuard m_disk;
     std::vector<std::unique_ptr<Input>> m_inputs;
     std::optional<std::uint64_t> m_bytesInAll = 0;
     CAMEvent m_opened;     ///< an input has been looked at
@@ -91,8 +90,6 @@ private:
     RecordingSummary m_summary;
     bool m_recorded = false;  ///< the graph ran
     bool m_giveUp = false;    ///< stop without waiting for the sources
-    double m_lastDiskCheck = 0;
-    std::uint64_t m_lastBytes = 0;
 };
 
 int Recorder::Run() {
@@ -119,10 +116,11 @@ bool Recorder::OpenInputs() {
         input->report = std::make_unique<StreamReport>(m_messages, NameOf(option));
         const DWORD error = input->bytes.Open(option.path);
         if (error != NO_ERROR) return Fail(NameOf(option) + ": cannot be opened: " + SystemErrorText(error));
+        input->guarded = std::make_unique<GuardedInput>(input->bytes, m_disk);
         if (option.kind == InputOption::Kind::Video)
-            input->reader = std::make_unique<AnnexBReader>(input->bytes, *input->report, m_options.rate);
+            input->reader = std::make_unique<AnnexBReader>(*input->guarded, *input->report, m_options.rate);
         else
-            input->reader = std::make_unique<AdtsReader>(input->bytes, *input->report);
+            input->reader = std::make_unique<AdtsReader>(*input->guarded, *input->report);
         const auto size = input->bytes.Size();
         m_bytesInAll = m_bytesInAll && size ? std::optional(*m_bytesInAll + *size) : std::nullopt;
         m_inputs.push_back(std::move(input));
@@ -162,6 +160,7 @@ bool Recorder::RecordAll() {
     m_graph.emplace();
     if (!m_graph->Build(m_options, readers, m_ended)) return Fail(m_graph->Failure());
     m_log.Arm();
+    m_disk.Arm();
     if (!m_graph->Run()) {
         const std::string why = m_graph->Failure();
         m_graph.reset();
@@ -173,6 +172,9 @@ bool Recorder::RecordAll() {
     const bool stopped = m_graph->Stop();
     CheckSources();
     CheckWriting();
+    if (m_disk.Full())
+        Fail(m_options.output + ": byte " + std::to_string(OutputSize(m_options.output)) +
+             ": the disk is full; the recording ends where its index still fits");
     if (!stopped) Fail(m_options.output + ": " + m_graph->Failure());
     Summarize();
     return true;
@@ -190,8 +192,6 @@ void Recorder::WatchUntilEnd() {
         }
         CheckSources();
         CheckWriting();
-        const double seconds = Seconds();
-        CheckDisk(seconds);
         progress.Update(State());
     }
     progress.End();
@@ -217,21 +217,6 @@ void Recorder::CheckWriting() {
     Fail(m_options.output + ": byte " + std::to_string(OutputSize(m_options.output)) +
          ": writing failed: " + m_log.Reason());
     m_giveUp = true;
-}
-
-/// Ends the recording while there is room for the index: a file that has none cannot be played.
-void Recorder::CheckDisk(double seconds) {
-    const std::uint64_t bytes = BytesRead();
-    const std::uint64_t perTick = seconds - m_lastDiskCheck > 0 ? bytes - m_lastBytes : 0;
-    m_lastBytes = bytes;
-    m_lastDiskCheck = seconds;
-    std::uint64_t toCome = std::min(2 * perTick, kMostBytesPerTick);
-    if (m_bytesInAll) toCome = std::min(toCome, *m_bytesInAll - std::min(*m_bytesInAll, bytes));
-    const std::uint64_t needed = toCome + kIndexBytes + Samples() * kIndexBytesPerSample;
-    if (!m_summary.error.empty() || FreeSpace(m_options.output) >= needed) return;
-    Fail(m_options.output + ": byte " + std::to_string(OutputSize(m_options.output)) +
-         ": the disk is almost full; the recording ends here so that its index still fits");
-    FinishReaders();
 }
 
 void Recorder::Interrupt() {
