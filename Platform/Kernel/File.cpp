@@ -94,10 +94,17 @@ DWORD File::Adopt(int descriptor, FileOpenMode mode, std::shared_ptr<File>* file
     opened->m_shared = FileTable::Instance().Enter(opened->m_identity, mode);
     if (!opened->m_shared) return ERROR_SHARING_VIOLATION;
     if (regular) error = MarkOpen(descriptor, mode);
-    if (error == NO_ERROR && regular && mode.creation == FileCreation::CreateAlways)
-        error = opened->m_shared->SetSize(descriptor, 0);
+    if (error == NO_ERROR && regular && mode.creation == FileCreation::CreateAlways) error = opened->Empty();
     if (error == NO_ERROR) *file = std::move(opened);
     return error;
+}
+
+/// Leaves a file that is empty alone: some file systems write a file that was cut to nothing to the disk when it
+/// is closed, and the close waits for it.
+DWORD File::Empty() {
+    struct stat st {};
+    if (const DWORD error = file_io::status(m_descriptor, &st); error != NO_ERROR) return error;
+    return st.st_size == 0 ? NO_ERROR : m_shared->SetSize(m_descriptor, 0);
 }
 
 File::~File() {

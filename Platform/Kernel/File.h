@@ -92,6 +92,7 @@ private:
     File(int descriptor, const FileOpenMode& mode, const FileIdentity& identity)
         : m_descriptor(descriptor), m_mode(mode), m_identity(identity) {}
     static DWORD Adopt(int descriptor, FileOpenMode mode, std::shared_ptr<File>* file);
+    DWORD Empty();
 
     const int m_descriptor;
     const FileOpenMode m_mode;
