@@ -1,5 +1,7 @@
 #include "Platform/Kernel/CriticalSection.h"
 
+#include "Platform/Kernel/Thread.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -16,17 +18,6 @@ void PauseProcessor() {
 #endif
 }
 
-/// Two streams of a graph meet at a filter's lock for every sample, and hold it for less time than it takes to
-/// put a thread to sleep and wake it: a thread tries for some microseconds before it sleeps.
-void SpinThenLock(std::recursive_mutex& mutex) {
-    constexpr int kTries = 64;
-    for (int i = 0; i < kTries; ++i) {
-        if (mutex.try_lock()) return;
-        for (int pause = 0; pause < 8; ++pause) PauseProcessor();
-    }
-    mutex.lock();
-}
-
 }  // namespace
 
 AllowWaitWithLocks::AllowWaitWithLocks(const char* reason) noexcept : m_previous(std::exchange(t_waitReason, reason)) {}
@@ -35,16 +26,50 @@ AllowWaitWithLocks::~AllowWaitWithLocks() {
     t_waitReason = m_previous;
 }
 
+/// Two streams of a graph meet at a filter's lock time and again, and hold it for less time than it takes to put a
+/// thread to sleep and wake it: a thread tries for some microseconds before it sleeps.
+void CCritSec::Acquire() noexcept {
+    constexpr int kTries = 64;
+    for (int i = 0; i < kTries; ++i) {
+        if (TryAcquire()) return;
+        for (int pause = 0; pause < 8; ++pause) PauseProcessor();
+    }
+    // From here on the lock says that somebody sleeps; at worst one wake too many comes of it.
+    while (m_state.exchange(2, std::memory_order_acquire) != 0) m_state.wait(2, std::memory_order_relaxed);
+    m_owner.store(GetCurrentThreadId(), std::memory_order_relaxed);
+}
+
+bool CCritSec::TryAcquire() noexcept {
+    const DWORD self = GetCurrentThreadId();
+    if (m_owner.load(std::memory_order_relaxed) == self) {
+        ++m_depth;
+        return true;
+    }
+    int free = 0;
+    if (!m_state.compare_exchange_strong(free, 1, std::memory_order_acquire, std::memory_order_relaxed)) return false;
+    m_owner.store(self, std::memory_order_relaxed);
+    return true;
+}
+
+void CCritSec::Give() noexcept {
+    if (m_depth > 0) {
+        --m_depth;
+        return;
+    }
+    m_owner.store(0, std::memory_order_relaxed);
+    if (m_state.exchange(0, std::memory_order_release) == 2) m_state.notify_one();
+}
+
 #ifdef NDEBUG
 
 void CCritSec::Lock() {
-    SpinThenLock(m_mutex);
+    Acquire();
 }
 void CCritSec::Unlock() {
-    m_mutex.unlock();
+    Give();
 }
 bool CCritSec::TryLock() {
-    return m_mutex.try_lock();
+    return TryAcquire();
 }
 void AssertMayWait(const char*) noexcept {}
 bool LockChecksEnabled() noexcept {
@@ -108,18 +133,18 @@ void Pop(const CCritSec* lock) {
 
 void CCritSec::Lock() {
     CheckOrder(*this);
-    SpinThenLock(m_mutex);
+    Acquire();
     Push(this);
 }
 
 void CCritSec::Unlock() {
     Pop(this);
-    m_mutex.unlock();
+    Give();
 }
 
 bool CCritSec::TryLock() {
     // A try cannot deadlock, so that the order is free.
-    if (!m_mutex.try_lock()) return false;
+    if (!TryAcquire()) return false;
     Push(this);
     return true;
 }

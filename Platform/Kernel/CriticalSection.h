@@ -1,10 +1,11 @@
 // The recursive lock of the platform, with its order and its waits checked in debug builds.
 #pragma once
 
+#include "Platform/Com/Types.h"
 #include "Platform/Kernel/Export.h"
 #include "Platform/Kernel/ThreadSafety.h"
 
-#include <mutex>
+#include <atomic>
 
 /// The scale on which locks are ranked: a thread that holds a lock takes only locks of the same
 /// or a higher rank. Floors put their own locks between these.
@@ -38,7 +39,13 @@ public:
     int Rank() const noexcept { return m_rank; }
 
 private:
-    std::recursive_mutex m_mutex;
+    void Acquire() noexcept;
+    bool TryAcquire() noexcept;
+    void Give() noexcept;
+
+    std::atomic<int> m_state{0};    ///< 0 free, 1 held, 2 held and somebody sleeps for it
+    std::atomic<DWORD> m_owner{0};  ///< thread id of the holder
+    int m_depth = 0;                ///< times taken again; the holder's
     const char* const m_name;
     const int m_rank;
 };

@@ -25,7 +25,9 @@ void NameThisThread(const std::string& name) {
 }  // namespace
 
 DWORD GetCurrentThreadId() noexcept {
-    thread_local const auto id = static_cast<DWORD>(syscall(SYS_gettid));
+    // Of constant initialisation, so that reading it is one access: locks ask for it all the time.
+    thread_local DWORD id = 0;
+    if (id == 0) id = static_cast<DWORD>(syscall(SYS_gettid));
     return id;
 }
 

@@ -37,7 +37,11 @@ ElementaryStream::ElementaryStream(ElementarySource& source, HANDLE endEvent, HR
     : CSourceStream("Elementary stream", phr, &source, L"Output"),
       m_reader(source.m_reader),
       m_progress(source.m_progress),
-      m_endEvent(endEvent) {}
+      m_endEvent(endEvent) {
+    m_reader.SetListener(this);
+}
+
+ElementaryStream::~ElementaryStream() { m_reader.SetListener(nullptr); }
 
 HRESULT ElementaryStream::GetMediaType(CMediaType* pMediaType) {
     return pMediaType == nullptr ? E_POINTER : pMediaType->Set(m_reader.MediaType());
@@ -72,14 +76,43 @@ void ElementaryStream::Count(const Unit& unit, std::size_t size) {
     m_progress.duration.store(std::max(duration, unit.stop), std::memory_order_relaxed);
 }
 
+HRESULT ElementaryStream::GetDeliveryBuffer(IMediaSample** ppSample, REFERENCE_TIME* pStartTime,
+                                            REFERENCE_TIME* pEndTime, DWORD dwFlags) {
+    const HRESULT hr = CSourceStream::GetDeliveryBuffer(ppSample, pStartTime, pEndTime, dwFlags | AM_GBF_NOWAIT);
+    if (hr != VFW_E_TIMEOUT) return hr;
+    SendBatch();
+    return CSourceStream::GetDeliveryBuffer(ppSample, pStartTime, pEndTime, dwFlags);
+}
+
 HRESULT ElementaryStream::Deliver(IMediaSample* pSample) {
-    const HRESULT hr = CSourceStream::Deliver(pSample);
-    if (hr != S_OK) m_progress.refused = hr;
-    return hr;
+    pSample->AddRef();
+    m_batch[m_batched++] = pSample;
+    return m_batched == m_batch.size() ? SendBatch() : m_answer;
+}
+
+HRESULT ElementaryStream::DeliverEndOfStream() {
+    const HRESULT hr = SendBatch();
+    return hr == S_OK ? CSourceStream::DeliverEndOfStream() : hr;
+}
+
+HRESULT ElementaryStream::SendBatch() {
+    if (m_batched == 0) return m_answer;
+    LONG taken = 0;
+    const HRESULT hr = m_pInputPin->ReceiveMultiple(m_batch.data(), static_cast<LONG>(m_batched), &taken);
+    DropBatch();
+    if (hr != S_OK && m_answer == S_OK) m_progress.refused = m_answer = hr;
+    return m_answer;
+}
+
+void ElementaryStream::DropBatch() {
+    for (std::size_t i = 0; i < m_batched; ++i) m_batch[i]->Release();
+    m_batched = 0;
 }
 
 HRESULT ElementaryStream::DoBufferProcessingLoop() {
+    m_answer = S_OK;
     const HRESULT hr = CSourceStream::DoBufferProcessingLoop();
+    DropBatch();  // a stop came in between
     m_progress.ended = true;
     SetEvent(m_endEvent);
     return hr;

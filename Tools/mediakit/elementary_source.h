@@ -6,6 +6,7 @@
 #include "Tools/mediakit/slice_allocator.h"
 #include "Tools/mediakit/unit_reader.h"
 
+#include <array>
 #include <atomic>
 
 namespace mediakit_tool {
@@ -38,25 +39,38 @@ private:
     SourceProgress m_progress;
 };
 
-/// Its pin.
-class ElementaryStream final : public CSourceStream {
+/// Its pin. Samples go downstream in batches, which meet the multiplexer's lock once; a batch never
+/// waits for the input or for a free sample, so that a slow stream is not held up.
+class ElementaryStream final : public CSourceStream, private ReadListener {
 public:
     ElementaryStream(ElementarySource& source, HANDLE endEvent, HRESULT* phr);
+    ~ElementaryStream() override;
 
     HRESULT GetMediaType(CMediaType* pMediaType) override;
     HRESULT DecideAllocator(IMemInputPin* pPin, IMemAllocator** pAlloc) override;
     HRESULT DecideBufferSize(IMemAllocator* pAlloc, ALLOCATOR_PROPERTIES* ppropInputRequest) override;
     HRESULT FillBuffer(IMediaSample* pSample) override;
+    HRESULT GetDeliveryBuffer(IMediaSample** ppSample, REFERENCE_TIME* pStartTime, REFERENCE_TIME* pEndTime,
+                              DWORD dwFlags) override;
     HRESULT Deliver(IMediaSample* pSample) override;
+    HRESULT DeliverEndOfStream() override;
     HRESULT DoBufferProcessingLoop() override;
 
 private:
     void Count(const Unit& unit, std::size_t size);
+    void AboutToRead() override { SendBatch(); }
+    /// The answer to this batch, or to the first that was not taken whole.
+    HRESULT SendBatch();
+    void DropBatch();
 
     UnitReader& m_reader;
     SourceProgress& m_progress;
     const HANDLE m_endEvent;
     SliceAllocator* m_allocator = nullptr;  ///< the base's m_pAllocator, which counts it
+    // The streaming thread's.
+    std::array<IMediaSample*, 128> m_batch{};  ///< counted
+    std::size_t m_batched = 0;
+    HRESULT m_answer = S_OK;
 };
 
 }  // namespace mediakit_tool

@@ -25,7 +25,7 @@ namespace mediakit_tool {
 class SliceAllocator final : public CUnknown, public IMemAllocator {
 public:
     struct Limits {
-        std::size_t samples = 256;
+        std::size_t samples = 1024;
         std::size_t bytes = 8 * 1024 * 1024;
         REFERENCE_TIME span = 5'000'000;  ///< 100 ns; less than this is never held back
     };

@@ -9,6 +9,7 @@ StreamWindow::StreamWindow(ByteInput& input, std::shared_ptr<BlockPool> pool)
 
 bool StreamWindow::Fill() {
     if (m_atEnd) return false;
+    if (m_listener != nullptr) m_listener->AboutToRead();
     MakeRoom();
     std::size_t read = 0;
     m_error = m_input.Read(m_block->Data() + m_end, m_block->Capacity() - m_end, &read);

@@ -17,12 +17,24 @@ struct Slice {
     std::size_t size = 0;
 };
 
+/// Told before a read that may wait for the input. On the reading thread.
+class ReadListener {
+public:
+    virtual void AboutToRead() = 0;
+
+protected:
+    ~ReadListener() = default;
+};
+
 /// Reads an input block by block and shows the unread bytes as one run. What is handed on points into
 /// the block; a run that is cut by a block's end moves once, to the front of the next block. Offsets
 /// count from the first unread byte and stay right when the run moves. One thread.
 class StreamWindow {
 public:
     StreamWindow(ByteInput& input, std::shared_ptr<BlockPool> pool);
+
+    /// Null: nobody. The listener outlives the reading.
+    void SetListener(ReadListener* listener) { m_listener = listener; }
 
     /// The unread bytes. Valid until the next Fill, Take or Drop.
     std::span<std::uint8_t> Bytes() const { return {Begin(), m_end - m_begin}; }
@@ -55,6 +67,7 @@ private:
     void MakeRoom();
 
     ByteInput& m_input;
+    ReadListener* m_listener = nullptr;
     const std::shared_ptr<BlockPool> m_pool;
     BlockRef m_block;
     std::size_t m_begin = 0;  ///< in the block

@@ -56,6 +56,8 @@ public:
         m_input.Cancel();
     }
     bool Finished() const { return m_finished.load(std::memory_order_relaxed); }
+    /// Told before each read of the input. On the reader's thread.
+    void SetListener(ReadListener* listener) { m_window.SetListener(listener); }
     /// Any thread.
     std::uint64_t BytesRead() const { return m_window.BytesRead(); }
 

@@ -50,6 +50,8 @@ void ChunkWriter::MakeRoom(const SampleQueue& queue, REFERENCE_TIME limit) {
     const std::uint64_t payload = m_movie.OpenPayload();
     if (payload == 0) return;
     const auto firstLength = static_cast<std::uint64_t>(std::max<LONG>(queue.front().sample->GetActualDataLength(), 0));
+    // Most of the time there is room even for the whole queue, and nothing to add up.
+    if (payload + firstLength * queue.size() <= m_movie.Settings().maxMdatSize) return;
     std::uint64_t estimate = 0;
     for (std::size_t i = 0; i < queue.size(); ++i)
         if (queue[i].key < limit) estimate += firstLength;

@@ -7,6 +7,8 @@
 #include "VideoIO/StreamFilters/Container/exception.h"
 #include "VideoIO/StreamFilters/Multiplexer/OutputPinByteStream.h"
 
+#include <utility>
+
 namespace Norvane::MediaKit::Filters {
 
 MP4MediaMuxFilter::MP4MediaMuxFilter(IUnknown* outer, HRESULT* phr, Movie::Clock clock)
@@ -29,9 +31,13 @@ HRESULT MP4MediaMuxFilter::OnSampleReceived(MP4MediaMuxInputPin& pin, IMediaSamp
     return S_OK;
 }
 
-/// Receive returns with everything that it wrote handed to the system: a crash of the process loses nothing of it.
 void MP4MediaMuxFilter::RunInterleaver(bool final) {
-    if (Interleaver(*this, Inputs()).Pass(final)) m_movie.Flush();
+    if (Interleaver(*this, Inputs()).Pass(final)) m_written = true;
+    if (!InBatch()) HandOn();
+}
+
+void MP4MediaMuxFilter::HandOn() {
+    if (std::exchange(m_written, false)) m_movie.Flush();
 }
 
 HRESULT MP4MediaMuxFilter::StartMovie() {

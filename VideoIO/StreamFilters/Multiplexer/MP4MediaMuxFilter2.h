@@ -23,6 +23,7 @@ protected:
     void WriteReady() override REQUIRES(m_lock) { RunInterleaver(false); }
     void WriteRest() override REQUIRES(m_lock) { RunInterleaver(true); }
     void FinishMovie() override REQUIRES(m_lock);
+    void HandOn() override REQUIRES(m_lock);
 
 private:
     void RunInterleaver(bool final) REQUIRES(m_lock);
@@ -39,6 +40,7 @@ private:
     void OnInputDrained(TrackInput& input) override REQUIRES(m_lock) { CheckEndOfStream(Pin(input)); }
 
     Movie m_movie GUARDED_BY(m_lock);
+    bool m_written GUARDED_BY(m_lock) = false;  ///< since the last HandOn
 };
 
 }  // namespace Norvane::MediaKit::Filters

@@ -46,6 +46,25 @@ public:
     /// On the upstream's thread. S_FALSE: no more samples are wanted.
     virtual HRESULT OnSampleReceived(MP4MediaMuxInputPin& pin, IMediaSample& sample, REFERENCE_TIME start)
         EXCLUDES(m_lock) = 0;
+    /// Keeps the filter lock while several samples are received, and hands on what they wrote at its end.
+    class [[nodiscard]] Batch {
+    public:
+        explicit Batch(MuxFilter& filter) NO_THREAD_SAFETY_ANALYSIS : m_filter(filter) {
+            filter.m_lock.Lock();
+            filter.m_inBatch = true;
+        }
+        ~Batch() NO_THREAD_SAFETY_ANALYSIS {
+            m_filter.m_inBatch = false;
+            m_filter.HandOn();
+            m_filter.m_lock.Unlock();
+        }
+        Batch(const Batch&) = delete;
+        Batch& operator=(const Batch&) = delete;
+
+    private:
+        MuxFilter& m_filter;
+    };
+    Batch BeginBatch() { return Batch(*this); }
     bool StatisticsEnabled() const { return m_statisticsEnabled.load(std::memory_order_relaxed); }
     REFERENCE_TIME StopPosition() const { return m_stopPosition; }
     HRESULT SetPositions(LONGLONG* pCurrent, DWORD dwCurrentFlags, LONGLONG* pStop, DWORD dwStopFlags)
@@ -101,6 +120,10 @@ protected:
     /// Completes the file, if there is one, and makes ready for the next.
     virtual void FinishMovie() REQUIRES(m_lock) = 0;
 
+    /// Hands what was written since the last time to the system, so that a crash of the process loses nothing of it.
+    virtual void HandOn() REQUIRES(m_lock) = 0;
+    bool InBatch() const REQUIRES(m_lock) { return m_inBatch; }
+
     /// A sample beyond the stop position, if one is set, ends its stream.
     bool IsBeyondStop(const MP4MediaMuxInputPin& pin, REFERENCE_TIME start) const;
     /// S_OK when a sample is welcome; what Receive answers otherwise.
@@ -133,6 +156,7 @@ private:
     std::vector<TrackInput*> m_trackInputs GUARDED_BY(m_lock);  ///< the same
     bool m_ended GUARDED_BY(m_lock) = false;                    ///< the end of stream was delivered in this run
     bool m_enoughRecorded GUARDED_BY(m_lock) = false;
+    bool m_inBatch GUARDED_BY(m_lock) = false;
     std::vector<std::uint32_t> m_connected GUARDED_BY(m_lock);  ///< kept for its room
     MuxPerformanceCounters m_counters;                          ///< under m_lock
     std::atomic<REFERENCE_TIME> m_stopPosition{MaxTime};

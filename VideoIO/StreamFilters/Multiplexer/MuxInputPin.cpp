@@ -128,6 +128,11 @@ HRESULT MP4MediaMuxInputPin::Receive(IMediaSample* pSample) {
     return S_OK;
 }
 
+HRESULT MP4MediaMuxInputPin::ReceiveMultiple(IMediaSample** pSamples, LONG nSamples, LONG* nSamplesProcessed) {
+    const auto batch = m_mux.BeginBatch();
+    return CBaseInputPin::ReceiveMultiple(pSamples, nSamples, nSamplesProcessed);
+}
+
 HRESULT MP4MediaMuxInputPin::ApplyTypeOf(IMediaSample& sample) {
     AM_MEDIA_TYPE* raw = nullptr;
     if (sample.GetMediaType(&raw) != S_OK || raw == nullptr) return S_OK;

@@ -63,6 +63,9 @@ public:
     /// E_INVALIDARG for an allocator of fewer than 20 buffers: samples wait here for the other tracks.
     HRESULT NotifyAllocator(IMemAllocator* pAllocator, BOOL bReadOnly) override;
     HRESULT Receive(IMediaSample* pSample) override;
+    /// Takes the filter lock once for all of them, so that two streams do not meet at it for each sample, and hands
+    /// what was written to the system once.
+    HRESULT ReceiveMultiple(IMediaSample** pSamples, LONG nSamples, LONG* nSamplesProcessed) override;
 
     // IOverrideMediaType
     HRESULT SetAspectRatio(const SIZE*) override { return S_FALSE; }
