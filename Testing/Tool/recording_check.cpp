@@ -13,8 +13,9 @@ WorkFolder::Warnings WarningsOf(const std::string& file) {
 }
 
 std::vector<bool> KeysOf(const WorkFolder& folder, const std::string& file) {
+    const auto probe = folder.Probe(file, "-select_streams v:0 -show_entries packet=flags", WarningsOf(file));
     std::vector<bool> keys;
-    for (const auto& packet : folder.Probe(file, "-select_streams v:0 -show_entries packet=flags", WarningsOf(file))["packets"])
+    for (const auto& packet : probe["packets"])
         keys.push_back(packet["flags"].get<std::string>().starts_with("K"));
     return keys;
 }

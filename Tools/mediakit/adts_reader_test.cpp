@@ -166,7 +166,7 @@ TEST(AdtsReader, PassesOverJunkWithOneWarning) {
 TEST(AdtsReader, ACutLastFrameIsLeftOut) {
     const std::vector<Bytes> frames = SomeFrames();
     Bytes stream = Join(frames);
-    stream.resize(stream.size() - 1);
+    stream.pop_back();
     const Cut cut = CutAll(stream);
     EXPECT_EQ(cut.frames.size(), frames.size() - 1);
     EXPECT_EQ(cut.warnings.size(), 1u);
