@@ -1,9 +1,22 @@
 #include <algorithm>
+#include <span>
 
 #include "Platform/Kernel/Text.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
 
 namespace vio::mp4 {
+namespace {
+
+/// Names in an older encoding are common, and nothing depends on them: what is not UTF-8 is taken as Latin-1.
+std::wstring text_of(std::span<const std::uint8_t> bytes) {
+    try {
+        return win32::ConvertFromUtf8(std::string(bytes.begin(), bytes.end()));
+    } catch (const win32::Utf8ConversionException&) {
+        return {bytes.begin(), bytes.end()};
+    }
+}
+
+}  // namespace
 
 void mp4_parser::visit(track_header_box& box) { read_fields(box); }
 void mp4_parser::visit(media_header_box& box) { read_fields(box); }
@@ -21,7 +34,7 @@ void mp4_parser::visit(handler_box& box) {
     in.zeros(12);
     std::vector<std::uint8_t> name;
     in.rest(name);
-    box.name = win32::ConvertFromUtf8(std::string(name.begin(), std::find(name.begin(), name.end(), 0)));
+    box.name = text_of({name.begin(), std::find(name.begin(), name.end(), 0)});
 }
 
 // By hand: what is missing at the end of the list is left out, and does not refuse the file.
