@@ -15,8 +15,10 @@ bool memory_stream::skip(std::int64_t delta) {
     const std::int64_t remaining = remaining_;
     if (delta > remaining) return false;
     // The sense of this comparison is the stream's contract, see the header.
-    if (delta < 0 && remaining - delta < static_cast<std::int64_t>(size_)) return false;
-    cursor_ += delta;
+    if (delta < 0 && delta > remaining - static_cast<std::int64_t>(size_)) return false;
+    // A step may lead far out of the block, where pointers have no arithmetic.
+    cursor_ = reinterpret_cast<std::uint8_t*>(reinterpret_cast<std::uintptr_t>(cursor_) +
+                                              static_cast<std::uintptr_t>(delta));
     remaining_ -= static_cast<std::uint32_t>(delta);
     return true;
 }

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <limits>
 
 #include "VideoIO/StreamFilters/Container/size_byte_stream.h"
 
@@ -56,6 +57,13 @@ TEST(MemoryStream, SkipsForwardInsideAndBackwardOnlyToTheFrontOrBeyond) {
     const std::uint8_t mark = 7;
     EXPECT_TRUE(stream.write(&mark, 1));
     EXPECT_EQ(block[1], 7) << "the position stood before the block";
+}
+
+TEST(MemoryStream, SkipsByTheLeastNumber) {
+    std::uint8_t byte = 0;
+    memory_stream stream(&byte, 1);
+    EXPECT_TRUE(stream.skip(std::numeric_limits<std::int64_t>::min()));
+    EXPECT_EQ(stream.tell(), std::uint64_t{1} << 63);
 }
 
 TEST(MemoryStream, SeekIsNotCheckedAndWrapsWhatRemains) {
