@@ -29,16 +29,19 @@ struct StreamKind {
 constexpr StreamKind kJpegVideo = {1, 4, 0x6C};
 constexpr StreamKind kAacAudio = {2, 5, 0x40};
 
+/// In 64 bits, since a media type may say anything.
+LONG difference(LONG a, LONG b) { return static_cast<LONG>(std::int64_t{a} - b); }
+
 SIZE picture_size(const CMediaType& mediaType) {
     RECT source{};
     if (SUCCEEDED(qz_DSFilters::GetSource(mediaType, source)) && source.right > 0 && source.bottom > 0) {
-        return {source.right - source.left, source.bottom - source.top};
+        return {difference(source.right, source.left), difference(source.bottom, source.top)};
     }
     SIZE size{};
     if (FAILED(qz_DSFilters::GetVideoSize(mediaType, size))) {
         return {};
     }
-    return {size.cx, size.cy < 0 ? -size.cy : size.cy};  // a negative height tells the order of rows
+    return {size.cx, size.cy < 0 ? difference(0, size.cy) : size.cy};  // a negative height tells the order of rows
 }
 
 template <class Entry>

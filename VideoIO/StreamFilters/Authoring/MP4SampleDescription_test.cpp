@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace Norvane::MediaKit::Filters::details {
 namespace {
 
@@ -112,6 +114,11 @@ TEST(SampleDescription, PrefersTheSourceRectangle) {
     expect(VideoType(MEDIASUBTYPE_H264, {8, 4, 58, 44}, 64, 48), 50, 40);
     expect(VideoType(MEDIASUBTYPE_H264, {0, 0, 58, 0}, 64, 48), 64, 48);
     expect(TypeOf(MEDIATYPE_Video, MEDIASUBTYPE_H264), 0, 0);  // no format block at all
+    // The low 16 bits of sizes that 32 bits do not hold.
+    constexpr LONG least = std::numeric_limits<LONG>::min();
+    constexpr LONG greatest = std::numeric_limits<LONG>::max();
+    expect(VideoType(MEDIASUBTYPE_H264, {}, least + 7, least), 7, 0);
+    expect(VideoType(MEDIASUBTYPE_H264, {least, least, greatest - 0xFF00, 5}, 64, 48), 0xFF, 5);
 }
 
 TEST(SampleDescription, DescribesJpegWithItsDescriptorsAndFields) {

@@ -39,10 +39,13 @@ void SetTimes(Header& header, std::uint64_t created, std::uint64_t modified, std
     if (!FitsTimeField(created) || !FitsTimeField(modified) || !FitsTimeField(duration)) header.version = 1;
 }
 
+/// In 64 bits, since a media type may say anything.
+LONG Magnitude(LONG value) { return static_cast<LONG>(std::abs(std::int64_t{value})); }
+
 SIZE PictureSize(const CMediaType& type) {
     SIZE size{};
     if (!IsVideo(type) || FAILED(qz_DSFilters::GetVideoSize(type, size))) return {};
-    return {std::abs(size.cx), std::abs(size.cy)};
+    return {Magnitude(size.cx), Magnitude(size.cy)};
 }
 
 /// Rows { a, b, u }, { c, d, v }, { x, y, w }: a picture turned clockwise lies outside of the display

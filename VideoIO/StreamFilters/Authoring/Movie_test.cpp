@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <gmock/gmock.h>
+#include <limits>
 
 namespace Norvane::MediaKit::Filters {
 namespace {
@@ -273,6 +274,15 @@ TEST(Movie, LongRecordingsUse64BitHeaders) {
     shortTrack.stco = Table{0, 0};
     EXPECT_EQ(recording.file->content.size(), FtypSize + 10 + Moov(0, 0, {shortTrack}).size() + 3 * 12 + 8)
         << "mvhd, tkhd and mdhd grow by 12 bytes, elst by 8";
+}
+
+TEST(Movie, APictureSizeThatNoHeaderHoldsIsTakenModulo) {
+    constexpr LONG least = std::numeric_limits<LONG>::min();
+    Recording recording({VideoType(Frame, least, least + 1)});
+    recording.Receive(0, 0, Frame, {1}, false);
+    recording.Finish();
+    EXPECT_EQ(recording[0].Track().tkhd->width, 0u);
+    EXPECT_EQ(recording[0].Track().tkhd->height, 0xFFFF0000u);
 }
 
 TEST(Movie, FailuresAtTheEndAreLoggedAndSwallowed) {
