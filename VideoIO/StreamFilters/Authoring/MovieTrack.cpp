@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace Norvane::MediaKit::Filters {
 
@@ -16,10 +17,15 @@ namespace {
 /// Samples looked back over for one that falls on the same tick; reordering does not reach further.
 constexpr std::size_t CollisionLookBack = 12;
 
+/// Entries of the presentation order that an earlier sample is moved past; far more than codecs reorder over.
+constexpr std::size_t InsertLookBack = 64;
+
 HRESULT VideoRate(const CMediaType& type, qz_DSFilters::StreamRate& rate) {
     REFERENCE_TIME frameTime = 0;
     QZCheckHRESULT(qz_DSFilters::GetAvgTimePerFrame(type, frameTime));
     QZCheckHRESULT(qz_DSFilters::GetStreamRate(frameTime, rate));
+    // A frame of many hours rounds to no frame a second.
+    QZCheckCondition(rate.m_numerator > 0, E_FAIL);
     return S_OK;
 }
 
@@ -27,7 +33,7 @@ HRESULT AudioRate(const CMediaType& type, qz_DSFilters::StreamRate& rate) {
     WAVEFORMATEX format{};
     if (type.formattype == FORMAT_WaveFormatEx && type.pbFormat != nullptr)
         std::memcpy(&format, type.pbFormat, std::min<std::size_t>(sizeof format, type.cbFormat));
-    QZCheckCondition(format.nSamplesPerSec > 0, E_INVALIDARG);
+    QZCheckCondition(format.nSamplesPerSec > 0, E_FAIL);
     rate = {format.nSamplesPerSec, 1};
     return S_OK;
 }
@@ -42,6 +48,7 @@ void MovieTrack::BeginRecording() {
     co64.reset();
     samples.clear();
     presentationOrder.clear();
+    presentationOrderIsSorted = true;
     reorderDetected = false;
     lastStart = 0;
     timeBase = MinTime;
@@ -100,12 +107,24 @@ void MovieTrack::AppendChunk(std::size_t firstSample, std::uint64_t maxStcoOffse
     if (offset > maxStcoOffset) needsCo64 = true;
 }
 
-/// Walks from the back: a new sample is never far from the end.
+/// Walks from the back: a new sample is hardly ever far from the end. It is where the upstream's clock was set back,
+/// and then so is each that follows.
 void MovieTrack::InsertInPresentationOrder(REFERENCE_TIME start) {
     presentationOrder.push_back(start);
     std::size_t at = presentationOrder.size() - 1;
-    for (; at > 0 && presentationOrder[at - 1] > start; --at) presentationOrder[at] = presentationOrder[at - 1];
+    const std::size_t first = at - std::min(at, InsertLookBack);
+    for (; at > first && presentationOrder[at - 1] > start; --at) presentationOrder[at] = presentationOrder[at - 1];
     presentationOrder[at] = start;
+    if (at > 0 && presentationOrder[at - 1] > start) presentationOrderIsSorted = false;
+}
+
+void MovieTrack::SortPresentationOrder() {
+    if (presentationOrderIsSorted) return;
+    std::vector<REFERENCE_TIME> order(presentationOrder.size());
+    for (std::size_t i = 0; i < order.size(); ++i) order[i] = presentationOrder[i];
+    std::ranges::sort(order);
+    for (std::size_t i = 0; i < order.size(); ++i) presentationOrder[i] = order[i];
+    presentationOrderIsSorted = true;
 }
 
 bool MovieTrack::SharesTickWithRecentSample(REFERENCE_TIME start) const {

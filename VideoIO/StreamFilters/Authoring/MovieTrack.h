@@ -51,8 +51,9 @@ struct MovieTrack {
     std::shared_ptr<vio::mp4::chunk_large_offset_box> co64;
 
     SegmentedVector<MovieSample> samples;
-    /// Start times of the samples in ascending order, once reorderDetected is set.
+    /// Start times of the samples once reorderDetected is set, in ascending order if the next field says so.
     SegmentedVector<REFERENCE_TIME> presentationOrder;
+    bool presentationOrderIsSorted = true;
     bool reorderDetected = false;  ///< a video sample started before the one received before it
     REFERENCE_TIME lastStart = 0;  ///< of the sample received last
     REFERENCE_TIME timeBase = MinTime;  ///< first entry of presentationOrder; MinTime: not set yet
@@ -84,6 +85,9 @@ struct MovieTrack {
 
     /// Enters the samples from `firstSample` on as a chunk. Nothing when there are none.
     void AppendChunk(std::size_t firstSample, std::uint64_t maxStcoOffset);
+
+    /// Puts presentationOrder in ascending order. To be called before it is read.
+    void SortPresentationOrder();
 
 private:
     HRESULT CreateHandler(const CMediaType& type, IMediaSample* firstSample);

@@ -58,12 +58,15 @@ TEST(MovieTrackSetup, LeavesNoHandlerWithoutARate) {
     const mediakit_test::log_capture log(1);
     CMediaType shortBlock = Aac(48000);
     shortBlock.ReallocFormatBuffer(4);
-    for (const CMediaType& type : {Avc(0), Aac(0), shortBlock}) {
+    const std::pair<CMediaType, HRESULT> cases[] = {
+        {Avc(0), E_INVALIDARG}, {Avc(MaxTime), E_FAIL}, {Aac(0), E_FAIL}, {shortBlock, E_FAIL}};
+    for (const auto& [type, result] : cases) {
         MovieTrack track;
-        EXPECT_EQ(track.SetupFromMediaType(type, nullptr, false), E_INVALIDARG);
+        EXPECT_EQ(track.SetupFromMediaType(type, nullptr, false), result);
         EXPECT_EQ(track.handler, nullptr);
         EXPECT_EQ(track.timescale, 90000u);
     }
+    EXPECT_EQ(log.count(1, L"rate.m_numerator > 0"), 1u);
     EXPECT_EQ(log.count(1, L"format.nSamplesPerSec > 0"), 2u);
 }
 
@@ -105,6 +108,33 @@ TEST(MovieTrackOrder, FollowsStartTimesOnceASampleArrivesOutOfOrder) {
     EXPECT_EQ(track.lastStart, 0);
     EXPECT_TRUE(track.samples.empty());
     EXPECT_TRUE(track.presentationOrder.empty());
+}
+
+TEST(MovieTrackOrder, SortsWhatAClockThatIsSetBackLeavesBehind) {
+    // So many that moving each entry past all of the first half would take minutes.
+    constexpr REFERENCE_TIME half = 500000;
+    MovieTrack track;
+    track.timescale = 10000000;
+    for (const REFERENCE_TIME origin : {half, REFERENCE_TIME{0}})
+        for (REFERENCE_TIME n = 0; n < half; ++n) {
+            track.NoteVideoArrival(origin + n);
+            Append(track, origin + n);
+        }
+    {
+        const TrackTimeline timeline(track);
+        for (std::size_t i = 0; i < timeline.size(); ++i)
+            ASSERT_EQ(timeline.DecodeTime(i), static_cast<std::int64_t>(i));
+        EXPECT_EQ(timeline.MinimalOffset(), -half);
+    }
+
+    track.NoteVideoArrival(0);
+    Append(track, 0);
+    const TrackTimeline again(track);
+    EXPECT_EQ(again.DecodeTime(1), 0) << "what came behind the sorting is sorted in too";
+    EXPECT_EQ(again.DecodeTime(2), 1);
+
+    track.BeginRecording();
+    EXPECT_TRUE(track.presentationOrderIsSorted);
 }
 
 TEST(MovieTrackOrder, FirstSampleBeforeZeroCountsAsOutOfOrder) {

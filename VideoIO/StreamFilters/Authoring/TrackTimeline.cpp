@@ -6,6 +6,7 @@ namespace Norvane::MediaKit::Filters {
 
 TrackTimeline::TrackTimeline(MovieTrack& track) : m_track(track) {
     if (!track.reorderDetected || track.presentationOrder.empty()) return;
+    track.SortPresentationOrder();
     if (track.timeBase == MinTime) track.timeBase = track.presentationOrder.front();
     for (std::size_t i = 0; i < size(); ++i)
         m_minimalOffset = std::min(m_minimalOffset, SubtractTimes(StartTick(i), DecodeTime(i)));

@@ -12,7 +12,7 @@ namespace Norvane::MediaKit::Filters {
 /// before its decode time moves all of them up by the greatest such distance.
 class TrackTimeline {
 public:
-    /// Of a finished recording. Sets the track's time base when it is not set yet.
+    /// Of a finished recording. Sorts the track's presentation order and sets its time base when it is not set yet.
     explicit TrackTimeline(MovieTrack& track);
 
     std::size_t size() const { return m_track.samples.size(); }
