@@ -29,6 +29,11 @@ std::optional<std::int64_t> ParseTerm(std::string_view text) {
 }  // namespace
 
 REFERENCE_TIME FrameRate::TimeOf(std::int64_t n) const {
+    // Nearly always 64 bits are enough, and the division is several times as fast.
+    std::int64_t ticks = 0, units = 0;
+    if (!__builtin_mul_overflow(n, den, &ticks) && !__builtin_mul_overflow(ticks, kUnitsPerSecond, &units) &&
+        !__builtin_add_overflow(units, num / 2, &units))
+        return units / num;
     return RoundedQuotient(static_cast<Wide>(n) * den * kUnitsPerSecond, num);
 }
 

@@ -4,8 +4,6 @@
 
 namespace mediakit_tool {
 
-OutputOrder::OutputOrder() : m_ring(kMostHeld) {}
-
 void OutputOrder::Add(OrderedPicture picture) {
     if (picture.sequence != m_sequence) {
         Finish();
@@ -38,7 +36,7 @@ void OutputOrder::RankEarliest() {
 
 OrderedPicture OutputOrder::Pop() {
     OrderedPicture picture = std::exchange(At(0), {});
-    m_first = (m_first + 1) % m_ring.size();
+    m_first = (m_first + 1) % kMostHeld;
     --m_size;
     return picture;
 }

@@ -1,9 +1,9 @@
 // Numbers the pictures of a stream in output order while they come in decoding order.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include "Tools/mediakit/stream_window.h"
 
@@ -29,8 +29,6 @@ public:
     /// places are given out in the order that is known.
     static constexpr std::size_t kMostHeld = 128;
 
-    OutputOrder();
-
     void Add(OrderedPicture picture);
     /// No more pictures come.
     void Finish();
@@ -43,11 +41,11 @@ public:
     std::uint64_t Late() const { return m_late; }
 
 private:
-    const OrderedPicture& At(std::size_t index) const { return m_ring[(m_first + index) % m_ring.size()]; }
-    OrderedPicture& At(std::size_t index) { return m_ring[(m_first + index) % m_ring.size()]; }
+    const OrderedPicture& At(std::size_t index) const { return m_ring[(m_first + index) % kMostHeld]; }
+    OrderedPicture& At(std::size_t index) { return m_ring[(m_first + index) % kMostHeld]; }
     void RankEarliest();
 
-    std::vector<OrderedPicture> m_ring;
+    std::array<OrderedPicture, kMostHeld> m_ring;
     std::size_t m_first = 0;    ///< in decoding order
     std::size_t m_size = 0;
     std::size_t m_waiting = 0;  ///< of them, without a rank

@@ -170,7 +170,8 @@ void PictureCutter::Complete(Picture* picture) const {
     std::size_t size = picture->slice.size;
     for (auto set = missing.begin(); set != missing.end();) {
         const std::span bytes(picture->slice.data, picture->slice.size);
-        const bool brought = !std::ranges::search(bytes, set->second).empty();
+        const bool brought =
+            std::search(bytes.begin(), bytes.end(), set->second.begin(), set->second.end()) != bytes.end();
         if (!brought) size += sizeof kStartCode + set->second.size();
         set = brought ? missing.erase(set) : std::next(set);
     }

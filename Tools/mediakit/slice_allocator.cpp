@@ -10,11 +10,11 @@ public:
     explicit Sample(SliceAllocator* allocator, HRESULT* phr) : CMediaSample("Slice", allocator, phr) {}
 
     BlockRef block;
-    std::size_t size = 0;
+    Sample* next = nullptr;  ///< in a list of free samples
     bool filled = false;
 };
 
-SliceAllocator::SliceAllocator(const Limits& limits) : m_limits(limits), m_starts(limits.samples) {}
+SliceAllocator::SliceAllocator(const Limits& limits) : m_limits(limits), m_ring(limits.samples) {}
 
 SliceAllocator::~SliceAllocator() = default;
 
@@ -34,13 +34,11 @@ HRESULT SliceAllocator::GetProperties(ALLOCATOR_PROPERTIES* pProps) {
 }
 
 HRESULT SliceAllocator::Commit() {
-    CAutoLock lock(&m_lock);
     m_committed = true;
     return S_OK;
 }
 
 HRESULT SliceAllocator::Decommit() {
-    CAutoLock lock(&m_lock);
     m_committed = false;
     m_room.Set();
     return S_OK;
@@ -49,23 +47,26 @@ HRESULT SliceAllocator::Decommit() {
 HRESULT SliceAllocator::GetBuffer(IMediaSample** ppBuffer, REFERENCE_TIME*, REFERENCE_TIME*, DWORD dwFlags) {
     if (ppBuffer == nullptr) return E_POINTER;
     *ppBuffer = nullptr;
-    for (;;) {
-        {
-            CAutoLock lock(&m_lock);
-            if (!m_committed) return VFW_E_NOT_COMMITTED;
-            if (!Full()) {
-                Sample* const sample = TakeFree();
-                if (sample == nullptr) return E_OUTOFMEMORY;
-                sample->AddRef();
-                *ppBuffer = sample;
-                return S_OK;
-            }
-            if ((dwFlags & AM_GBF_NOWAIT) != 0) return VFW_E_TIMEOUT;
-            m_waiting = true;
-            m_room.Reset();
-        }
-        m_room.Wait();
+    while (m_committed && Full(m_back)) {
+        if ((dwFlags & AM_GBF_NOWAIT) != 0) return VFW_E_TIMEOUT;
+        WaitForRoom();
     }
+    if (!m_committed) return VFW_E_NOT_COMMITTED;
+    Sample* const sample = TakeFree();
+    if (sample == nullptr) return E_OUTOFMEMORY;
+    sample->AddRef();
+    *ppBuffer = sample;
+    return S_OK;
+}
+
+/// Returns when half the limit is back, at Decommit, or now and then for nothing.
+void SliceAllocator::WaitForRoom() {
+    std::uint64_t enough = m_back + 1;
+    while (enough < m_sent && !HalfEmpty(enough)) ++enough;
+    // Either this sees that so many are back, or the thread that brings the last of them sees that it is waited for.
+    m_wakeAt = enough;
+    if (m_back < enough) m_room.Wait();
+    m_wakeAt = kNever;
 }
 
 HRESULT SliceAllocator::Fill(IMediaSample* sample, Unit& unit) {
@@ -76,65 +77,62 @@ HRESULT SliceAllocator::Fill(IMediaSample* sample, Unit& unit) {
     slice->SetTime(&unit.start, &unit.stop);
     slice->SetSyncPoint(unit.sync);
     slice->block = std::move(unit.slice.block);
-    slice->size = unit.slice.size;
     slice->filled = true;
-    CAutoLock lock(&m_lock);
-    PushStart(unit.start);
-    m_bytesOut += slice->size;
+    Remember(unit.start, unit.slice.size);
     return S_OK;
 }
 
 HRESULT SliceAllocator::ReleaseBuffer(IMediaSample* pBuffer) {
     auto* const sample = static_cast<Sample*>(pBuffer);
-    const BlockRef block = std::move(sample->block);  // goes back to its pool without this lock
-    CAutoLock lock(&m_lock);
-    if (std::exchange(sample->filled, false)) {
-        m_firstStart = (m_firstStart + 1) % m_starts.size();
-        --m_out;
-        m_bytesOut -= sample->size;
+    sample->block.Reset();
+    const bool wasOut = std::exchange(sample->filled, false);
+    sample->next = m_returned.load(std::memory_order_relaxed);
+    while (!m_returned.compare_exchange_weak(sample->next, sample, std::memory_order_release, std::memory_order_relaxed)) {
     }
-    m_free.push_back(sample);
-    if (m_waiting && HalfEmpty()) {
-        m_waiting = false;
-        m_room.Set();
-    }
+    if (wasOut && m_back.fetch_add(1) + 1 == m_wakeAt) m_room.Set();
     return S_OK;
 }
 
 /// Pictures come in decoding order, so the oldest start may lie ahead of those that follow; the
 /// limit's span has room for that.
-REFERENCE_TIME SliceAllocator::SpanOut() const { return m_out == 0 ? 0 : m_latestStart - m_starts[m_firstStart]; }
-
-bool SliceAllocator::Full() const {
-    return (m_out >= m_limits.samples || m_bytesOut >= m_limits.bytes) && SpanOut() >= m_limits.span;
+REFERENCE_TIME SliceAllocator::SpanOut(std::uint64_t back) const {
+    return back == m_sent ? 0 : m_latestStart - At(back).start;
 }
 
-bool SliceAllocator::HalfEmpty() const {
-    return (m_out <= m_limits.samples / 2 && m_bytesOut <= m_limits.bytes / 2) || SpanOut() < m_limits.span;
+std::uint64_t SliceAllocator::BytesOut(std::uint64_t back) const {
+    return back == m_sent ? 0 : m_bytesSent - At(back).bytesBefore;
+}
+
+bool SliceAllocator::Full(std::uint64_t back) const {
+    const bool much = m_sent - back >= m_limits.samples || BytesOut(back) >= m_limits.bytes;
+    return much && SpanOut(back) >= m_limits.span;
+}
+
+bool SliceAllocator::HalfEmpty(std::uint64_t back) const {
+    const bool little = m_sent - back <= m_limits.samples / 2 && BytesOut(back) <= m_limits.bytes / 2;
+    return little || SpanOut(back) < m_limits.span;
 }
 
 SliceAllocator::Sample* SliceAllocator::TakeFree() {
-    if (m_free.empty()) {
-        HRESULT hr = S_OK;
-        auto made = std::make_unique<Sample>(this, &hr);
-        if (FAILED(hr)) return nullptr;
-        m_free.reserve(m_samples.size() + 1);
-        m_free.push_back(made.get());
-        m_samples.push_back(std::move(made));
-    }
-    Sample* const sample = m_free.back();
-    m_free.pop_back();
-    return sample;
+    if (m_free == nullptr) m_free = m_returned.exchange(nullptr, std::memory_order_acquire);
+    if (m_free != nullptr) return std::exchange(m_free, m_free->next);
+    HRESULT hr = S_OK;
+    auto made = std::make_unique<Sample>(this, &hr);
+    if (FAILED(hr)) return nullptr;
+    m_samples.push_back(std::move(made));
+    return m_samples.back().get();
 }
 
-void SliceAllocator::PushStart(REFERENCE_TIME start) {
-    if (m_out == m_starts.size()) {
-        std::rotate(m_starts.begin(), m_starts.begin() + static_cast<std::ptrdiff_t>(m_firstStart), m_starts.end());
-        m_firstStart = 0;
-        m_starts.resize(2 * m_starts.size());
+void SliceAllocator::Remember(REFERENCE_TIME start, std::size_t size) {
+    const std::uint64_t back = m_back;
+    if (m_sent - back == m_ring.size()) {
+        std::vector<Out> larger(2 * m_ring.size());
+        for (std::uint64_t number = back; number < m_sent; ++number) larger[number % larger.size()] = At(number);
+        m_ring = std::move(larger);
     }
-    m_starts[(m_firstStart + m_out) % m_starts.size()] = start;
-    ++m_out;
+    m_ring[m_sent % m_ring.size()] = {start, m_bytesSent};
+    ++m_sent;
+    m_bytesSent += size;
     m_latestStart = std::max(m_latestStart, start);
 }
 

@@ -3,10 +3,10 @@
 
 #include "Platform/DirectShow/CMediaSample.h"
 #include "Platform/DirectShow/IMemAllocator.h"
-#include "Platform/Kernel/CriticalSection.h"
 #include "Platform/Kernel/Event.h"
 #include "Tools/mediakit/unit_reader.h"
 
+#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -22,6 +22,9 @@ namespace mediakit_tool {
 /// Once stopped it goes on at half the limit, so that threads do not change over for each sample.
 ///
 /// All samples are back before the allocator goes: filters give them up when they stop.
+///
+/// GetBuffer and Fill belong to the one thread that delivers; samples come back on any thread. The two
+/// sides share a list and a few counters and take no lock: they meet for every sample.
 class SliceAllocator final : public CUnknown, public IMemAllocator {
 public:
     struct Limits {
@@ -50,26 +53,37 @@ public:
 
 private:
     class Sample;
+    /// What is remembered of a sample that went out.
+    struct Out {
+        REFERENCE_TIME start;
+        std::uint64_t bytesBefore;  ///< in all samples that went before it
+    };
+    static constexpr std::uint64_t kNever = ~std::uint64_t{0};
 
-    bool Full() const REQUIRES(m_lock);
-    bool HalfEmpty() const REQUIRES(m_lock);
-    REFERENCE_TIME SpanOut() const REQUIRES(m_lock);
-    Sample* TakeFree() REQUIRES(m_lock);
-    void PushStart(REFERENCE_TIME start) REQUIRES(m_lock);
+    const Out& At(std::uint64_t number) const { return m_ring[number % m_ring.size()]; }
+    bool Full(std::uint64_t back) const;
+    bool HalfEmpty(std::uint64_t back) const;
+    REFERENCE_TIME SpanOut(std::uint64_t back) const;
+    std::uint64_t BytesOut(std::uint64_t back) const;
+    void WaitForRoom();
+    Sample* TakeFree();
+    void Remember(REFERENCE_TIME start, std::size_t size);
 
     const Limits m_limits;
-    mutable CCritSec m_lock{"SliceAllocator", LockRank::Object};
-    std::vector<std::unique_ptr<Sample>> m_samples GUARDED_BY(m_lock);
-    std::vector<Sample*> m_free GUARDED_BY(m_lock);
-    bool m_committed GUARDED_BY(m_lock) = false;
-    bool m_waiting GUARDED_BY(m_lock) = false;
-    std::size_t m_bytesOut GUARDED_BY(m_lock) = 0;
-    // Start times of the samples that are out, in the order they went: they come back in that order.
-    std::vector<REFERENCE_TIME> m_starts GUARDED_BY(m_lock);  ///< a ring
-    std::size_t m_firstStart GUARDED_BY(m_lock) = 0;
-    std::size_t m_out GUARDED_BY(m_lock) = 0;
-    REFERENCE_TIME m_latestStart GUARDED_BY(m_lock) = 0;
-    CAMEvent m_room{true};  ///< set when a waiting GetBuffer should look again
+
+    // The delivering thread's. Samples are numbered as they go out, and come back in that order.
+    std::vector<std::unique_ptr<Sample>> m_samples;
+    Sample* m_free = nullptr;      ///< a list
+    std::vector<Out> m_ring;       ///< of those that are out
+    std::uint64_t m_sent = 0;      ///< samples that went out
+    std::uint64_t m_bytesSent = 0;
+    REFERENCE_TIME m_latestStart = 0;
+
+    std::atomic<Sample*> m_returned{nullptr};   ///< a list, pushed by any thread, taken whole by the delivering one
+    std::atomic<std::uint64_t> m_back{0};       ///< samples that came back
+    std::atomic<std::uint64_t> m_wakeAt{kNever};  ///< the value of m_back that the waiting thread waits for
+    std::atomic<bool> m_committed{false};
+    CAMEvent m_room;  ///< set when m_wakeAt is reached, and by Decommit
 };
 
 }  // namespace mediakit_tool

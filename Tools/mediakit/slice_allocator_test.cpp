@@ -113,6 +113,33 @@ TEST_F(SliceAllocatorTest, TheLastSampleGivesTheBlockBack) {
     EXPECT_TRUE(block.Alone());
 }
 
+TEST_F(SliceAllocatorTest, SamplesGoRoundBetweenTwoThreads) {
+    constexpr int kSamples = 20'000;
+    std::atomic<IMediaSample*> slots[4] = {};
+    std::thread downstream([&] {
+        for (int i = 0; i < kSamples; ++i) {
+            IMediaSample* sample = nullptr;
+            while ((sample = slots[i % 4].exchange(nullptr)) == nullptr) std::this_thread::yield();
+            REFERENCE_TIME start = 0, stop = 0;
+            sample->GetTime(&start, &stop);
+            EXPECT_EQ(start, i * 100 * kMillisecond);
+            sample->Release();
+        }
+    });
+    for (int i = 0; i < kSamples; ++i) {
+        IMediaSample* sample = nullptr;
+        ASSERT_EQ(m_allocator->GetBuffer(&sample, nullptr, nullptr, 0), S_OK);
+        Unit unit;
+        unit.slice = {m_pool->Get(1), nullptr, 1};
+        unit.start = i * 100 * kMillisecond;
+        unit.stop = unit.start + 1;
+        m_allocator->Fill(sample, unit);
+        while (slots[i % 4].load() != nullptr) std::this_thread::yield();
+        slots[i % 4] = sample;
+    }
+    downstream.join();
+}
+
 // A multiplexer that holds all samples until the track is so far ahead always gets there: the limits of
 // a source never stop it before.
 TEST_F(SliceAllocatorTest, NeverLocksUpBelowItsSpan) {
