@@ -9,6 +9,10 @@ namespace Norvane::MediaKit::Filters {
 
 namespace {
 
+/// Where the next `mdat` is opened at the latest, whatever the settings say: a chunk on top of it is still far from
+/// 2^32, so that every `mdat` has a header of 8 bytes.
+constexpr std::uint64_t MaxPayload = 0x80000000;
+
 LiveSampleInfo InfoOf(IMediaSample& sample, const details::WrittenSample& written) {
     LiveSampleInfo info;
     info.offset = written.offset;
@@ -29,6 +33,21 @@ std::size_t ChunkWriter::Write(TrackInput& input, REFERENCE_TIME limit, bool for
 
     const std::size_t firstSample = track.samples.size();
     std::size_t taken = 0;
+    try {
+        taken = WriteSamples(input, limit, forced);
+    } catch (...) {
+        // The chunks hold every sample that the track has, or the tables of the file disagree.
+        track.AppendChunk(firstSample, m_movie.Settings().maxStcoOffset);
+        throw;
+    }
+    track.AppendChunk(firstSample, m_movie.Settings().maxStcoOffset);
+    if (state.endOfStream && state.queue.empty()) m_host.OnInputDrained(input);
+    return taken;
+}
+
+std::size_t ChunkWriter::WriteSamples(TrackInput& input, REFERENCE_TIME limit, bool forced) {
+    InputState& state = input.State();
+    std::size_t taken = 0;
     while (!state.queue.empty() && (forced || state.queue.front().key < limit)) {
         const QueuedSample entry = state.queue.Pop();
         ++taken;
@@ -40,8 +59,6 @@ std::size_t ChunkWriter::Write(TrackInput& input, REFERENCE_TIME limit, bool for
             state.queue.Clear();
         }
     }
-    track.AppendChunk(firstSample, m_movie.Settings().maxStcoOffset);
-    if (state.endOfStream && state.queue.empty()) m_host.OnInputDrained(input);
     return taken;
 }
 
@@ -50,30 +67,38 @@ void ChunkWriter::MakeRoom(const SampleQueue& queue, REFERENCE_TIME limit) {
     const std::uint64_t payload = m_movie.OpenPayload();
     if (payload == 0) return;
     const auto firstLength = static_cast<std::uint64_t>(std::max<LONG>(queue.front().sample->GetActualDataLength(), 0));
+    const std::uint64_t maxSize = std::min(m_movie.Settings().maxMdatSize, MaxPayload);
     // Most of the time there is room even for the whole queue, and nothing to add up.
-    if (payload + firstLength * queue.size() <= m_movie.Settings().maxMdatSize) return;
+    if (payload + firstLength * queue.size() <= maxSize) return;
     std::uint64_t estimate = 0;
     for (std::size_t i = 0; i < queue.size(); ++i)
         if (queue[i].key < limit) estimate += firstLength;
-    if (payload + estimate <= m_movie.Settings().maxMdatSize) return;
+    if (payload + estimate <= maxSize) return;
     m_movie.OpenNextMdat();
     m_host.SetWritePosition(m_movie.DataPosition());
+}
+
+/// What came through of a sample that failed counts in no `mdat`: the next one takes its place, so that the payload ends
+/// where the data do and `moov` falls on none of them.
+HRESULT ChunkWriter::WriteData(MovieTrack& track, IMediaSample& sample, details::WrittenSample& written) {
+    const std::uint64_t position = m_stream.tell();
+    try {
+        const HRESULT hr = track.handler->write(sample, m_stream, written);
+        if (FAILED(hr)) m_host.SetWritePosition(position);
+        return hr;
+    } catch (...) {
+        m_host.SetWritePosition(position);
+        throw;
+    }
 }
 
 HRESULT ChunkWriter::WriteSample(TrackInput& input, const QueuedSample& entry) {
     MovieTrack& track = input.Track();
     details::WrittenSample written;
-    const std::uint64_t position = m_stream.tell();
-    const HRESULT hr = track.handler->write(*entry.sample.get(), m_stream, written);
-    if (FAILED(hr)) {
-        // What came through of the sample counts in no `mdat`: the next one takes its place, so that the payload ends
-        // where the data do and `moov` falls on none of them.
-        m_host.SetWritePosition(position);
-        return hr;
-    }
+    if (const HRESULT hr = WriteData(track, *entry.sample.get(), written); FAILED(hr)) return hr;
+    m_movie.AddPayload(written.size);
     const LiveSampleInfo info = InfoOf(*entry.sample.get(), written);
     m_host.OnSampleWritten(input, info);
-    m_movie.AddPayload(written.size);
     track.AppendSample({written.offset, info.start, written.size, info.sync}, info.stop,
                        IsVideo(input.TrackMediaType()), input.TrackName());
     return S_OK;

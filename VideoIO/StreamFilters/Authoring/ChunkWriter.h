@@ -31,11 +31,14 @@ public:
     /// Writes from the front of the queue. The first entry whose key is at or beyond `limit` ends the chunk,
     /// unless it is forced; that entry and all behind it stay queued, whatever their keys. A write that fails
     /// ends it too, and releases what is queued: a hole in a stream is not mended by later samples. Answers
-    /// the number of samples taken off the queue.
+    /// the number of samples taken off the queue. What a handler throws comes through, behind a chunk of the samples
+    /// before it.
     std::size_t Write(TrackInput& input, REFERENCE_TIME limit, bool forced);
 
 private:
+    std::size_t WriteSamples(TrackInput& input, REFERENCE_TIME limit, bool forced);
     void MakeRoom(const SampleQueue& queue, REFERENCE_TIME limit);
+    HRESULT WriteData(MovieTrack& track, IMediaSample& sample, details::WrittenSample& written);
     HRESULT WriteSample(TrackInput& input, const QueuedSample& entry);
 
     ChunkWriterHost& m_host;

@@ -2,8 +2,10 @@
 
 #include "Testing/Kit/log_capture.h"
 #include "VideoIO/StreamFilters/Authoring/Recording_test.h"
+#include "VideoIO/StreamFilters/Container/size_byte_stream.h"
 
 #include <gmock/gmock.h>
+#include <new>
 
 namespace Norvane::MediaKit::Filters {
 namespace {
@@ -85,6 +87,47 @@ TEST_F(ChunkWriterTest, AFailedWriteGivesUpTheRestOfTheQueue) {
     input.Add(10, 1, {9});
     EXPECT_EQ(Write(100), 1u);
     EXPECT_EQ(recording.file->content.back(), 9) << "the recording goes on";
+}
+
+/// Writes the first byte of each sample and then throws at the second sample.
+class ThrowingHandler final : public details::byte_stream_handler {
+public:
+    using byte_stream_handler::byte_stream_handler;
+    HRESULT write(IMediaSample& sample, vio::byte_stream& stream, details::WrittenSample& written) override {
+        if (++m_calls != 2) return byte_stream_handler::write(sample, stream, written);
+        stream.write("x", 1);
+        throw std::bad_alloc();
+    }
+
+private:
+    int m_calls = 0;
+};
+
+TEST_F(ChunkWriterTest, AThrowingHandlerLeavesTheTablesInAgreement) {
+    track.handler = std::make_unique<ThrowingHandler>(VideoType());
+    for (int i = 0; i < 3; ++i) input.Add(i, 1, {static_cast<BYTE>(i), 7});
+    EXPECT_THROW(Write(3), std::bad_alloc);
+    ASSERT_EQ(track.samples.size(), 1u);
+    ASSERT_EQ(track.chunks.size(), 1u);
+    EXPECT_EQ(track.chunks[0].sampleCount, 1u);
+
+    EXPECT_EQ(Write(3), 1u) << "the third";
+    EXPECT_EQ(track.chunks[1].firstSample, 1u);
+    EXPECT_EQ(track.samples[1].offset, track.samples[0].offset + 2) << "no hole is left";
+    EXPECT_EQ(recording.movie.OpenPayload(), 4u);
+}
+
+TEST_F(ChunkWriterTest, KeepsEveryMdatBelow4GiBWhateverTheSettingsSay) {
+    recording.movie.Renew();
+    recording.settings.maxMdatSize = ~std::uint64_t{0};
+    recording.movie.Start(std::make_shared<vio::size_byte_stream>(), recording.settings,
+                          {{&track, &input.TrackMediaType(), 4}});
+    const std::uint64_t first = recording.movie.DataPosition();
+    recording.movie.AddPayload(0x80000000);
+    recording.data.failingWrite = recording.data.writes;  // not into a file of 2 GiB in memory
+    input.Add(0, 1, {1});
+    Write(1);
+    EXPECT_EQ(recording.movie.DataPosition(), first + 0x80000000 + 8);
 }
 
 TEST_F(ChunkWriterTest, EstimatesWithTheFirstSamplesLength) {

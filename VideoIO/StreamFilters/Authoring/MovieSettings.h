@@ -24,8 +24,8 @@ struct MovieSettings {
     REFERENCE_TIME reservedDuration2 = 100000000;  ///< kept with the settings, without effect
     std::int64_t reservedValue = 0;                ///< kept with the settings, without effect
     bool moveMoovToFront = false;                  ///< at the end `moov` goes in front of `mdat`
-    /// Payload at which a further `mdat` is opened. Far enough below 2^32 that the last chunk keeps the
-    /// box header at 8 bytes.
+    /// Payload at which a further `mdat` is opened; more than the default counts as the default. Far enough below 2^32
+    /// that the last chunk keeps the box header at 8 bytes.
     std::uint64_t maxMdatSize = 0x80000000;
     std::uint64_t maxStcoOffset = 0x80000000;  ///< a chunk beyond it gives its track 64-bit offsets
     std::vector<MovieMetadataItem> metadata;
