@@ -12,6 +12,7 @@ namespace Norvane::MediaKit::Filters {
 namespace {
 
 constexpr ULONG MinimumMoveBuffer = 65536;
+constexpr std::uint64_t MaximumMoveDistance = 0x7FFFFFFF;
 
 HRESULT SeekTo(IStream& stream, std::uint64_t position) {
     return stream.Seek({static_cast<LONGLONG>(position)}, STREAM_SEEK_SET, nullptr);
@@ -77,17 +78,17 @@ void StreamByteStream::move(std::uint64_t from, std::uint64_t to, std::uint64_t 
     if (count == 0 || !m_stream) return;
     ComPtr<IStream> reader;
     m_stream->Clone(reader.put());
-    const auto distance = static_cast<std::int32_t>(to - from);
-    if (!reader || distance <= 0) return;
+    if (to <= from) return;
+    const std::uint64_t distance = to - from;
+    if (!reader || distance > MaximumMoveDistance) return close();
 
     // What is written lies at most the distance behind what it was read from, so that with a buffer of at least the
     // distance, read ahead by one, no write overtakes bytes that are still to be read.
     const ULONG bufferSize = std::max(static_cast<ULONG>(distance), MinimumMoveBuffer);
     MoveBuffer buffers[2] = {MoveBuffer(bufferSize), MoveBuffer(bufferSize)};
-    if (!buffers[0].bytes || !buffers[1].bytes) return;
+    if (!buffers[0].bytes || !buffers[1].bytes) return close();
 
-    SeekTo(*reader, from);
-    SeekTo(*m_stream, to);
+    if (FAILED(SeekTo(*reader, from)) || FAILED(SeekTo(*m_stream, to))) return close();
     std::uint64_t owed = count;
     const auto readInto = [&](MoveBuffer& buffer) {
         buffer.Read(*reader, static_cast<ULONG>(std::min<std::uint64_t>(owed, bufferSize)));
@@ -97,6 +98,7 @@ void StreamByteStream::move(std::uint64_t from, std::uint64_t to, std::uint64_t 
     MoveBuffer* ready = &buffers[0];
     MoveBuffer* next = &buffers[1];
     readInto(*ready);
+    if (ready->count == 0) return close();
     while (ready->count != 0) {
         readInto(*next);
         ready->Write(*m_stream);

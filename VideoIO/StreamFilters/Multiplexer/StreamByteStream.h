@@ -24,8 +24,9 @@ public:
     bool write_zeros(std::uint32_t count) override;
     void flush() override;
     /// Shifts a region towards the end of the stream; both positions are absolute. A move towards the start does
-    /// nothing. Failures go unnoticed, and the position told afterwards is the one from before: seek before the next
-    /// write.
+    /// nothing. One towards the end that cannot start (nothing to read from, no memory, a distance beyond 31 bits)
+    /// closes the stream: whoever goes on as if the region had moved must not write over it. Later failures go
+    /// unnoticed, and the position told afterwards is the one from before: seek before the next write.
     void move(std::uint64_t from, std::uint64_t to, std::uint64_t count) override;
 
 private:
