@@ -20,6 +20,13 @@ constexpr std::size_t FetchPortion = 4096;
 void LiveIndex::BeginRecording() {
     const CAutoLock lock(&m_lock);
     m_liveSource.m_ended = false;
+    for (auto& [number, track] : m_liveSource.m_tracks) track.recordingStart = track.samples.size();
+}
+
+void LiveIndex::ShiftRecording(std::uint64_t bytes) {
+    const CAutoLock lock(&m_lock);
+    for (auto& [number, track] : m_liveSource.m_tracks)
+        for (std::size_t i = track.recordingStart; i < track.samples.size(); ++i) track.samples[i].offset += bytes;
 }
 
 void LiveIndex::Append(std::uint32_t track, std::span<const LiveSampleInfo> samples) {
@@ -50,8 +57,8 @@ void LiveIndex::AppendEntry(Track& track, const LiveSampleInfo& sample) {
 bool LiveIndex::HaveReached(std::span<const std::uint32_t> tracks, REFERENCE_TIME stop) const {
     const CAutoLock lock(&m_lock);
     for (const std::uint32_t track : tracks) {
-        const auto found = m_liveSource.m_tracks.find(track);
-        if (found == m_liveSource.m_tracks.end() || found->second.samples.back().stop < stop) return false;
+        const Track* const index = FilledTrack(track);
+        if (index == nullptr || index->samples.back().stop < stop) return false;
     }
     return true;
 }
@@ -67,16 +74,17 @@ void LiveIndex::EndRecording() {
 
 REFERENCE_TIME LiveIndex::TrackPosition(std::uint32_t track) const {
     const CAutoLock lock(&m_lock);
-    const auto found = m_liveSource.m_tracks.find(track);
-    return found == m_liveSource.m_tracks.end() ? 0 : found->second.samples.back().start;
+    const Track* const index = FilledTrack(track);
+    return index == nullptr ? 0 : index->samples.back().start;
 }
 
 REFERENCE_TIME LiveIndex::Position() const {
     const CAutoLock lock(&m_lock);
-    if (m_liveSource.m_tracks.empty()) return 0;
-    REFERENCE_TIME position = MaxTime;
-    for (const auto& [number, track] : m_liveSource.m_tracks) position = std::min(position, track.samples.back().start);
-    return position;
+    std::optional<REFERENCE_TIME> position;
+    for (const auto& [number, track] : m_liveSource.m_tracks)
+        if (!track.samples.empty())
+            position = std::min(position.value_or(MaxTime), track.samples.back().start);
+    return position.value_or(0);
 }
 
 LiveIndex::History LiveIndex::AddConsumer(std::uint32_t track, std::uint64_t key, const wchar_t* name) {
@@ -88,9 +96,9 @@ LiveIndex::History LiveIndex::AddConsumer(std::uint32_t track, std::uint64_t key
     added->finished = m_liveSource.m_ended;
     const ConsumerPtr consumer = m_liveSource.m_consumers.try_emplace(key, std::move(added)).first->second;
     if (Available(*consumer) > 0 && !consumer->closed) consumer->event.SetEvent();
-    const auto found = m_liveSource.m_tracks.find(track);
-    if (found == m_liveSource.m_tracks.end()) return {};
-    const auto& samples = found->second.samples;
+    const Track* const index = FilledTrack(track);
+    if (index == nullptr) return {};
+    const auto& samples = index->samples;
     return {samples.size(), samples.front().start, samples.front().size, samples.back().start};
 }
 
@@ -111,11 +119,20 @@ HRESULT LiveIndex::GetSamples(std::uint64_t key, std::vector<LiveSampleInfo>& sa
 
     const HANDLE events[] = {consumer->event.get(), abortEvent};
     switch (WaitForMultipleObjects(2, events, FALSE, timeoutMs)) {
-        case WAIT_OBJECT_0: return Look(*consumer, samples, true).value_or(S_OK);
+        case WAIT_OBJECT_0:
+            if (const auto result = Look(*consumer, samples, true)) return *result;
+            samples.clear();  // another thread fetched them
+            return S_OK;
         case WAIT_OBJECT_0 + 1: return E_ABORT;
         case WAIT_TIMEOUT: return VFW_E_TIMEOUT;
         default: return E_UNEXPECTED;
     }
+}
+
+/// A track is there without samples when memory ran out at its first one.
+const LiveIndex::Track* LiveIndex::FilledTrack(std::uint32_t number) const {
+    const auto found = m_liveSource.m_tracks.find(number);
+    return found == m_liveSource.m_tracks.end() || found->second.samples.empty() ? nullptr : &found->second;
 }
 
 HRESULT LiveIndex::Find(std::uint64_t key, ConsumerPtr& consumer) const {

@@ -37,6 +37,9 @@ public:
     /// Consumers that come from now on wait for samples again. What is in the index stays.
     void BeginRecording() EXCLUDES(m_lock);
 
+    /// The sample data of this recording lie further towards the end of the file than was entered.
+    void ShiftRecording(std::uint64_t bytes) EXCLUDES(m_lock);
+
     /// The samples have reached the file: enters them and wakes the track's consumers.
     void Append(std::uint32_t track, std::span<const LiveSampleInfo> samples) EXCLUDES(m_lock);
     void Append(std::uint32_t track, const LiveSampleInfo& sample) { Append(track, std::span(&sample, 1)); }
@@ -76,7 +79,8 @@ private:
     struct Track {
         /// The sample that opened the current status period, none before the first sample.
         std::optional<std::size_t> statusMark;
-        REFERENCE_TIME duration = 0;  ///< sum of stop - start
+        REFERENCE_TIME duration = 0;     ///< sum of stop - start
+        std::size_t recordingStart = 0;  ///< first sample of this recording
         SegmentedVector<Entry> samples;
     };
 
@@ -90,6 +94,8 @@ private:
     };
     using ConsumerPtr = std::shared_ptr<Consumer>;
 
+    /// Null for a track that has no samples.
+    const Track* FilledTrack(std::uint32_t number) const REQUIRES(m_lock);
     static LiveSampleInfo Expand(const Entry& entry);
     static void AppendEntry(Track& track, const LiveSampleInfo& sample);
     HRESULT Find(std::uint64_t key, ConsumerPtr& consumer) const EXCLUDES(m_lock);

@@ -2,6 +2,7 @@
 
 #include "Testing/Kit/log_capture.h"
 
+#include <atomic>
 #include <gmock/gmock.h>
 #include <thread>
 
@@ -164,6 +165,48 @@ TEST_F(LiveIndexTest, ASecondRecordingGoesOnInTheSameIndex) {
     EXPECT_EQ(Get(0, 2), S_OK);
     ExpectGot(0, 4);
     EXPECT_EQ(Get(0, 2), VFW_E_TIMEOUT) << "a consumer of the second recording waits for more";
+}
+
+TEST_F(LiveIndexTest, ShiftsWhatThisRecordingEntered) {
+    Append(0, 2, 0);
+    index.BeginRecording();
+    index.AddConsumer(0, Key, L"reader");
+    Append(2, 4, 0);
+    Append(0, 1, 1);
+    index.ShiftRecording(1000);
+    EXPECT_EQ(Get(), S_OK);
+    const auto offsets = [&] {
+        std::vector<std::uint64_t> all;
+        for (const LiveSampleInfo& sample : got) all.push_back(sample.offset);
+        return all;
+    };
+    EXPECT_THAT(offsets(), testing::ElementsAre(32, 132, 1232, 1332));
+    index.AddConsumer(1, 2, L"other track");
+    EXPECT_EQ(Get(0, 2), S_OK);
+    EXPECT_THAT(offsets(), testing::ElementsAre(1032));
+}
+
+/// Both wait; one of them is given the sample, and the other learns that it came too late or hears nothing.
+TEST_F(LiveIndexTest, TwoThreadsOfOneConsumerShareItsSamples) {
+    index.AddConsumer(0, Key, L"reader");
+    for (std::uint64_t round = 0; round < 20; ++round) {
+        std::atomic<std::size_t> given{0};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 2; ++i)
+            threads.emplace_back([&] {
+                std::vector<LiveSampleInfo> samples(7);
+                const HRESULT hr = index.GetSamples(Key, samples, 30, abort.get());
+                if (hr == S_OK)
+                    given += samples.size();
+                else
+                    EXPECT_EQ(hr, VFW_E_TIMEOUT);
+            });
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        Append(round, round + 1);
+        for (std::thread& thread : threads) thread.join();
+        Get();  // what came behind both time-outs
+        EXPECT_LE(given, 1u);
+    }
 }
 
 TEST_F(LiveIndexTest, ReachesATimeWhenEveryTrackHas) {
