@@ -13,6 +13,7 @@ void Movie::Start(std::shared_ptr<vio::byte_stream> output, const MovieSettings&
     m_mdats.clear();
     m_moov.reset();
     m_mvhd.reset();
+    m_dataShift = 0;
     m_ftyp = AddFileType(m_writer);
     const auto mdat = m_writer.add_box<media_data_box>(nullptr);
     m_writer.write(output, false);
@@ -32,6 +33,8 @@ void Movie::OpenNextMdat() {
     const auto mdat = m_writer.add_box<media_data_box>(nullptr);
     mdat->state = box_state::reserved_on_stream;
     mdat->offset = full->offset + full->header_size + full->data_size;
+    mdat->size = mdat->header_size;
+    m_writer.write_box(m_bs, mdat.get());
     m_mdats.push_back(mdat);
 }
 
@@ -55,6 +58,7 @@ void Movie::Renew() {
     m_moov.reset();
     m_mvhd.reset();
     m_settings = {};
+    m_dataShift = 0;
 }
 
 }  // namespace Norvane::MediaKit::Filters

@@ -14,7 +14,7 @@
 namespace Norvane::MediaKit::Filters {
 
 /// Owns the box tree of a file and its output stream. Sample data does not pass through it: the chunk
-/// writer appends that and tells how much. A file cut off while it is recorded has an `mdat` of 8 bytes
+/// writer appends that and tells how much. A file cut off while it is recorded has `mdat` boxes of 8 bytes
 /// and no `moov`. No lock of its own: the filter lock is held around every call.
 class Movie final : public IMovie {
 public:
@@ -37,7 +37,7 @@ public:
     /// Bytes of sample data in the open `mdat`.
     std::uint64_t OpenPayload() const { return m_mdats.back()->data_size; }
     void AddPayload(std::uint64_t size) { m_mdats.back()->data_size += size; }
-    /// A further `mdat` right behind the open one. Its header is written at the end.
+    /// A further `mdat` right behind the open one. Its header says 8 bytes, and its true size at the end.
     void OpenNextMdat();
 
     /// Hands what the output stream has gathered to the system.
@@ -47,6 +47,9 @@ public:
     /// `moov` in front when the settings ask for it. With `absorbWrittenMoov` a `moov` that is in the file already
     /// becomes dead space. Failures are logged; what is in `mdat` stays.
     void Finalize(bool last, bool absorbWrittenMoov);
+
+    /// Bytes by which Finalize has moved the sample data towards the end of the file.
+    std::uint64_t DataShift() const { return m_dataShift; }
 
     /// As new, with the tracks' storage kept.
     void Renew();
@@ -69,6 +72,7 @@ private:
     std::vector<MovieTrackRef> m_tracks;
     MovieSettings m_settings;
     std::vector<std::shared_ptr<vio::mp4::media_data_box>> m_mdats;  ///< in file order; the last one is open
+    std::uint64_t m_dataShift = 0;
 };
 
 }  // namespace Norvane::MediaKit::Filters

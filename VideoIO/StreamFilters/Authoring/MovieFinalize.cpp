@@ -3,6 +3,7 @@
 #include "Logging/Checks.h"
 #include "VideoIO/StreamFilters/Authoring/Movie.h"
 #include "VideoIO/StreamFilters/Authoring/SampleTables.h"
+#include "VideoIO/StreamFilters/Container/exception.h"
 
 #include <algorithm>
 #include <exception>
@@ -62,6 +63,9 @@ void Movie::MoveMoovToFront() {
     for (const auto& mdat : m_mdats) total += mdat->size;
 
     m_bs->move(front, front + shift, total);
+    // A stream that could not move anything takes no more: the file is complete as it is, and stays so.
+    core::require(m_bs->seek(front));
+    m_dataShift = shift;
     m_moov->offset = front;
     ShiftChunkOffsets(shift);
     for (const auto& mdat : m_mdats) {

@@ -166,6 +166,8 @@ TEST(Movie, OpensAFurtherMdatWhenAChunkWouldPassTheLimit) {
     recording.settings.maxStcoOffset = 46;
     for (int i = 0; i < 4; ++i) recording.Receive(0, i * Frame, Frame, {1, 2, 3}, false);
     // Two samples come first; the third, 3 bytes on top of 6, is too much for 7.
+    const box_builder open = box_builder().u32(8).text("mdat").add({1, 2, 3, 1, 2, 3});
+    EXPECT_EQ(recording.file->content, Ftyp().add(open).add(open).bytes()) << "while recording";
 
     ExpectedTrack track;
     track.duration = track.movieDuration = 4;
@@ -215,6 +217,35 @@ TEST(Movie, MovesMoovToTheFront) {
                                       .add(make_box("mdat", box_builder().add({1, 2})))
                                       .bytes());
     EXPECT_GT(recording.file->flushes, 0u);
+    EXPECT_EQ(recording.movie.DataShift(), shift);
+    recording.movie.Renew();
+    EXPECT_EQ(recording.movie.DataShift(), 0u);
+}
+
+/// Gives up at a move, as a stream does that cannot start one.
+class StreamThatCannotMove final : public mediakit_test::failing_stream {
+public:
+    void move(std::uint64_t, std::uint64_t, std::uint64_t) override { failing_seek = failing_write = 0; }
+};
+
+TEST(Movie, AMoveThatCannotStartLeavesTheFileComplete) {
+    std::vector<std::uint8_t> expected;
+    for (const bool front : {false, true}) {
+        mediakit_test::log_capture log(1);
+        Recording recording = Video();
+        recording.file = std::make_shared<StreamThatCannotMove>();
+        DataStream data(recording.file->content);
+        recording.settings.moveMoovToFront = front;
+        ASSERT_EQ(recording.StartMovie(), S_OK);
+        for (int i = 0; i < 3; ++i) recording[0].Add(i * Frame, Frame, {1, 2}, false);
+        data.position = recording.movie.DataPosition();
+        ChunkWriter(recording, recording.movie, data).Write(recording[0], MaxTime, true);
+        recording.movie.Finalize(true, false);
+        EXPECT_EQ(log.count(1, L"Exception when finalizing the file "), front ? 1u : 0u);
+        EXPECT_EQ(recording.movie.DataShift(), 0u);
+        if (!front) expected = recording.file->content;
+        EXPECT_EQ(recording.file->content, expected);
+    }
 }
 
 TEST(Movie, MovingToTheFrontWidensOffsetsThatTheShiftTakesBeyondTheLimit) {
@@ -235,6 +266,46 @@ TEST(Movie, MovingToTheFrontWidensOffsetsThatTheShiftTakesBeyondTheLimit) {
                                       .add(Moov(25, 3, {track}))
                                       .add(make_box("mdat", box_builder().add({1, 2, 1, 2, 1, 2})))
                                       .bytes());
+}
+
+TEST(Movie, AnOffsetThatTheShiftTakesToTheLimitStaysWith32Bits) {
+    ExpectedTrack track = FrontTrack();
+    track.stco = Table{0, 0};
+    const auto shift = static_cast<std::uint32_t>(Moov(25, 3, {track}).size());
+    Recording recording = Video();
+    recording.settings.moveMoovToFront = true;
+    recording.settings.maxStcoOffset = 36 + shift;
+    for (int i = 0; i < 3; ++i) recording.Receive(0, i * Frame, Frame, {1, 2}, false);
+    recording.Finish();
+    ASSERT_NE(recording[0].Track().stco, nullptr);
+    EXPECT_EQ(recording[0].Track().stco->offsets, (Table{32 + shift, 36 + shift}));
+}
+
+TEST(Movie, TheTrackThatNeedsItIsWidenedAlone) {
+    Recording recording = VideoAndAudio();
+    for (const bool front : {false, true}) {
+        recording.settings.moveMoovToFront = front;
+        for (const auto& input : recording.inputs) {
+            input->Track().BeginRecording();
+            input->State().BeginRecording();
+        }
+        recording.movie.Renew();
+        recording.file->content.clear();
+        recording.Receive(0, 0, Frame, std::vector<BYTE>(10, 1), true);
+        recording.Receive(1, 0, 200000, {2}, true);
+        recording.Receive(0, Frame, Frame, std::vector<BYTE>(10, 1), true);
+        recording.Finish();
+        // Between the places of the two tracks' chunks, once moov stands in front of them.
+        const std::uint64_t narrow = recording.file->content.size() - FtypSize - 8 - 21;
+        if (!front) recording.settings.maxStcoOffset = 32 + narrow + 10;
+    }
+    const std::uint64_t shift = recording.movie.DataShift();
+    EXPECT_EQ(recording.file->content.size(), FtypSize + shift + 8 + 21);
+    ASSERT_NE(recording[0].Track().stco, nullptr);
+    EXPECT_EQ(recording[0].Track().stco->offsets, (Table{static_cast<std::uint32_t>(32 + shift)}));
+    ASSERT_NE(recording[1].Track().co64, nullptr);
+    EXPECT_EQ(recording[1].Track().co64->offsets, (std::vector<std::uint64_t>{52 + shift}));
+    EXPECT_EQ(recording.file->content[52 + shift], 2);
 }
 
 TEST(Movie, AMoovThatIsInTheFileBecomesDeadSpaceWhenAsked) {
