@@ -7,6 +7,8 @@
 #include "VideoIO/StreamFilters/Container/exception.h"
 #include "VideoIO/StreamFilters/Multiplexer/OutputPinByteStream.h"
 
+#include <exception>
+#include <new>
 #include <utility>
 
 namespace Norvane::MediaKit::Filters {
@@ -42,13 +44,17 @@ void MP4MediaMuxFilter::HandOn() {
 
 HRESULT MP4MediaMuxFilter::StartMovie() {
     if (IsStopped()) return VFW_E_WRONG_STATE;
-    HRESULT hr = S_OK;
-    auto output = OpenOutput(hr);
-    if (FAILED(hr)) return hr;
     try {
+        HRESULT hr = S_OK;
+        auto output = OpenOutput(hr);
+        if (FAILED(hr)) return hr;
         m_movie.Start(std::move(output), m_settings, TrackRefs());
     } catch (const core::exception& e) {
         return FAILED(e.result()) ? e.result() : E_FAIL;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    } catch (const std::exception&) {
+        return E_FAIL;
     }
     m_outputPin.SetWritePosition(m_movie.DataPosition());
     return S_OK;
@@ -69,8 +75,13 @@ void MP4MediaMuxFilter::OnSampleWritten(TrackInput& input, const LiveSampleInfo&
     EnterInIndex(input.TrackIndex(), std::span(&sample, 1));
 }
 
+REFERENCE_TIME MP4MediaMuxFilter::InterleaveDuration() const {
+    return (m_movie.TrackCount() > 0 ? m_movie.Settings() : m_settings).interleaveDuration;
+}
+
 void MP4MediaMuxFilter::FinishMovie() {
     if (m_movie.TrackCount() > 0) m_movie.Finalize(true, m_settings.refreshCount >= 1);
+    if (m_movie.DataShift() != 0) m_index.ShiftRecording(m_movie.DataShift());
     m_movie.Renew();
 }
 

@@ -29,7 +29,7 @@ private:
     void RunInterleaver(bool final) REQUIRES(m_lock);
 
     // InterleaverHost
-    REFERENCE_TIME InterleaveDuration() const override { return m_settings.interleaveDuration; }
+    REFERENCE_TIME InterleaveDuration() const override REQUIRES(m_lock);
     std::size_t MovieTrackCount() const override REQUIRES(m_lock) { return m_movie.TrackCount(); }
     HRESULT StartMovie() override REQUIRES(m_lock);
     std::size_t WriteChunk(TrackInput& input, REFERENCE_TIME limit, bool forced) override REQUIRES(m_lock);

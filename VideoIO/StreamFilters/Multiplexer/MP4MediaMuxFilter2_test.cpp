@@ -2,8 +2,11 @@
 
 #include "MediaKit/Factories.h"
 #include "MediaKit/Results.h"
+#include "Testing/Kit/adts_frame.h"
+#include "Testing/Kit/box_builder.h"
 #include "VideoIO/StreamFilters/Multiplexer/MuxRig_test.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <thread>
 
@@ -191,6 +194,91 @@ TEST_F(Recorder, SettingsAreForTheTimeBeforeTheFirstConnection) {
     const std::string content(bytes.begin(), bytes.end());
     EXPECT_NE(content.find("\xA9swr\x00\x07\x15\xC7tool/\xC3\xBC", 0, 15), std::string::npos);
     EXPECT_NE(content.find("\xA9" "des"), std::string::npos);
+}
+
+TEST_F(Recorder, ReadersFindTheirSamplesBehindAMoovThatMovedToTheFront) {
+    mux->Settings().moveMoovToFront = true;
+    StartVideoAndAudio();
+    for (int n = 0; n < 20; ++n)
+        for (const std::size_t source : {0u, 1u}) ASSERT_EQ(Send(source, n, 10 + 5 * source), S_OK);
+    for (const std::size_t source : {0u, 1u}) (*this)[source].end();
+    Stop();
+    ASSERT_EQ(Layout(), "ftyp moov mdat");
+    for (const std::uint32_t track : {0u, 1u}) {
+        const auto samples = Index(track);
+        ASSERT_THAT(samples, SizeIs(20));
+        for (std::size_t n = 0; n < 20; ++n)
+            EXPECT_EQ(Read(samples[n]), std::vector<BYTE>(10 + 5 * track, static_cast<BYTE>(100 * track + n))) << n;
+    }
+}
+
+TEST_F(Recorder, AFileWhoseDataCannotBeMovedKeepsItsMoovAtTheEnd) {
+    mux->Settings().moveMoovToFront = true;
+    StartVideo();
+    for (int n = 0; n < 5; ++n) ASSERT_EQ(Send(0, n), S_OK);
+    (*this)[0].end();
+    sink->file().fail(mediakit_test::stream_call::clone, 1, E_FAIL);
+    Stop();
+    EXPECT_EQ(log.count(1, L"Exception when finalizing the file "), 1u);
+    EXPECT_EQ(Layout(), "ftyp mdat moov");
+    const auto boxes = Boxes();
+    EXPECT_EQ(boxes[2].offset + boxes[2].size, sink->file().bytes().size());
+    const auto samples = Index(0);
+    ASSERT_THAT(samples, SizeIs(5));
+    EXPECT_EQ(Read(samples[4]), std::vector<BYTE>(10, 4));
+}
+
+TEST_F(Recorder, AFrameThatIsOnlyAHeaderIsInTheTablesAndNotInTheIndex) {
+    CMediaType adts = mediakit_test::aac_type();
+    adts.subtype = MEDIASUBTYPE_MPEG_ADTS_AAC;
+    ASSERT_EQ(AddSource(adts), S_OK);
+    ASSERT_EQ(ConnectSink(), S_OK);
+    Play();
+    int n = 0;
+    for (const std::vector<std::uint8_t>& payload : {std::vector<std::uint8_t>{1, 2, 3}, {}, {4, 5}}) {
+        ASSERT_EQ((*this)[0].send({mediakit_test::adts_frame(payload), n * Frame, (n + 1) * Frame, true}), S_OK);
+        ++n;
+    }
+    (*this)[0].end();
+    Stop();
+    EXPECT_EQ(log.count(2, L"Failed to notify sample written, invalid size, at time 00:00:00.040_0000."), 1u);
+    const auto samples = Index(0);
+    ASSERT_THAT(samples, SizeIs(2));
+    EXPECT_EQ(Read(samples[1]), (std::vector<BYTE>{4, 5}));
+    const auto sizes = mediakit_test::make_full_box("stsz", 0, 0, mediakit_test::box_builder().words({0, 3, 3, 0, 2}));
+    const auto bytes = sink->file().bytes();
+    EXPECT_FALSE(std::ranges::search(bytes, sizes.bytes()).empty());
+}
+
+TEST_F(Recorder, TheSettingsOfARunAreThoseOfItsStart) {
+    StartVideoAndAudio();
+    for (int n = 0; n < 20; ++n)
+        for (const std::size_t source : {0u, 1u}) ASSERT_EQ(Send(source, n), S_OK);
+    const std::size_t before = Index(0).size();
+    ASSERT_GT(before, 0u);
+    mux->Settings().interleaveDuration = 1000 * Frame;
+    for (int n = 20; n < 40; ++n)
+        for (const std::size_t source : {0u, 1u}) ASSERT_EQ(Send(source, n), S_OK);
+    EXPECT_GT(Index(0).size(), before + 10) << "not held back for the new span";
+}
+
+TEST_F(Recorder, ASecondRunDoesNotWaitForAPinThatWasFedInTheFirst) {
+    ConnectVideoAndAudio();
+    Play();
+    for (int n = 0; n < 3; ++n)
+        for (const std::size_t source : {0u, 1u}) ASSERT_EQ(Send(source, n), S_OK);
+    Stop();
+    sink->file().set_bytes({});
+    Play();
+    for (int n = 0; n < 20; ++n) ASSERT_EQ(Send(0, n), S_OK);
+    for (const std::size_t source : {0u, 1u}) (*this)[source].end();
+    EXPECT_EQ(Stop(), S_OK);
+    EXPECT_EQ(Layout(), "ftyp mdat moov");
+    EXPECT_EQ(Boxes()[1].size, 8u + 20 * 10);
+    const auto empty = mediakit_test::make_full_box("stsz", 0, 0, mediakit_test::box_builder().words({0, 0}))
+                           .add(mediakit_test::make_full_box("co64", 0, 0, mediakit_test::box_builder().u32(0)));
+    const auto bytes = sink->file().bytes();
+    EXPECT_FALSE(std::ranges::search(bytes, empty.bytes()).empty()) << "the other track is there, without samples";
 }
 
 TEST_F(Recorder, TellsTheGraphOnceWhenEveryTrackHasASecond) {
