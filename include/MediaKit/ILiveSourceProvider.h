@@ -28,6 +28,10 @@ static_assert(sizeof(LiveSampleInfo) == 56);
 /// consumer of a track and is given every sample from then on, the history first; it reads the bytes
 /// from the file by itself. Any thread may call any operation. Nothing is called with a lock of the
 /// provider held, and the only wait is in GetSamples, which holds none.
+///
+/// A track has two numbers, which differ behind a pin that is not connected: GetTrackMediaType counts the
+/// connected pins, and AddConsumer, RemoveConsumer, GetSamples and GetTrackPosition take the number of the
+/// input pin.
 struct ILiveSourceProvider : IUnknown {
     /// Number of connected input pins.
     virtual int GetTrackCount() = 0;
@@ -46,7 +50,8 @@ struct ILiveSourceProvider : IUnknown {
     /// Removes it; a wait in progress ends as if nothing had happened to it. An unknown key does nothing.
     virtual HRESULT RemoveConsumer(std::uint32_t track, std::uint64_t key) = 0;
     /// Moves what the consumer has not fetched yet into `samples`, waiting up to `timeoutMs` for the
-    /// first. S_OK; S_FALSE at the end of the recording; E_ABORT when `abortEvent` is signalled;
+    /// first. Positions in the file hold until the recording ends: a `moov` that is then moved to the front
+    /// moves the data, and what is fetched from then on tells where they are. S_OK; S_FALSE at the end of the recording; E_ABORT when `abortEvent` is signalled;
     /// VFW_E_TIMEOUT; E_INVALIDARG for an unknown key; E_UNEXPECTED when the wait fails.
     virtual HRESULT GetSamples(std::uint32_t track, std::uint64_t key, std::vector<LiveSampleInfo>* samples,
                                std::uint32_t timeoutMs, HANDLE abortEvent) = 0;
