@@ -1,7 +1,7 @@
 // What the program says and does when something is wrong.
-#include "Testing/Tool/recording_check.h"
-
 #include <gmock/gmock.h>
+
+#include "Testing/Tool/recording_check.h"
 
 namespace mediakit_test {
 namespace {
@@ -60,8 +60,9 @@ TEST_F(BadInput, SaysWhatIsWrongAndLeavesNothingBehind) {
 }
 
 TEST_F(BadInput, WrongUsage) {
-    for (const char* arguments : {"", "record", "record -o out.mp4", "record -o out.mp4 --video clip.h264 --fps 0",
-                                  "record -o out.mp4 --video - --audio -", "record -o out.mp4 --video clip.h264 --what"}) {
+    for (const char* arguments :
+         {"", "record", "record -o out.mp4", "record -o out.mp4 --video clip.h264 --fps 0",
+          "record -o out.mp4 --video - --audio -", "record -o out.mp4 --video clip.h264 --what"}) {
         const RunResult run = m_folder.Tool(arguments);
         EXPECT_EQ(run.status, 2) << arguments;
         EXPECT_NE(run.err, "") << arguments;
@@ -71,9 +72,9 @@ TEST_F(BadInput, WrongUsage) {
 TEST_F(BadInput, TheOutputIsNeverAnInput) {
     const std::string before = m_folder.Read("clip.h264");
     m_folder.Run("ln clip.h264 same.mp4; ln -s clip.aac sound.mp4");
-    for (const char* arguments : {"--force -o clip.h264 --video clip.h264", "--force -o same.mp4 --video clip.h264",
-                                  "--force -o same.mp4 --video - <clip.h264",
-                                  "--force -o sound.mp4 --video clip.h264 --audio clip.aac"}) {
+    for (const char* arguments :
+         {"--force -o clip.h264 --video clip.h264", "--force -o same.mp4 --video clip.h264",
+          "--force -o same.mp4 --video - <clip.h264", "--force -o sound.mp4 --video clip.h264 --audio clip.aac"}) {
         const RunResult run = m_folder.Tool(std::string("record ") + arguments);
         EXPECT_EQ(run.status, 1);
         EXPECT_THAT(run.err, HasSubstr("is an input as well")) << arguments;
@@ -119,7 +120,8 @@ TEST_F(BadInput, AStreamThatBeginsInTheMiddle) {
         const DecodedPictures whole = Decode(m_folder, clip), got = Decode(m_folder, "out.mp4");
         ASSERT_GT(got.hashes.size(), 20u);
         ASSERT_LT(got.hashes.size(), whole.hashes.size());
-        EXPECT_EQ(got.hashes, std::vector(whole.hashes.end() - static_cast<std::ptrdiff_t>(got.hashes.size()), whole.hashes.end()));
+        EXPECT_EQ(got.hashes,
+                  std::vector(whole.hashes.end() - static_cast<std::ptrdiff_t>(got.hashes.size()), whole.hashes.end()));
         EXPECT_NEAR(got.times.back(), static_cast<double>(got.hashes.size() - 1) / 25, 1e-4);
     }
 }
@@ -147,7 +149,8 @@ TEST_F(BadInput, AFailingWriteEndsTheRecording) {
 
 TEST_F(BadInput, AFullDiskLeavesAPlayableFile) {
     if (m_folder.Run("unshare -rm true").status != 0) GTEST_SKIP() << "no small disk can be made here";
-    m_folder.Run("mkdir disk; for i in 1 2 3 4 5 6 7 8 9 0; do cat clip.h264; done >ten; cat ten ten ten ten ten ten >in.h264");
+    m_folder.Run(
+        "mkdir disk; for i in 1 2 3 4 5 6 7 8 9 0; do cat clip.h264; done >ten; cat ten ten ten ten ten ten >in.h264");
     const RunResult run = m_folder.Run("unshare -rm sh -c 'mount -t tmpfs -o size=4m none disk && " MEDIAKIT_PROGRAM
                                        " record -o disk/out.mp4 --json --video in.h264; status=$?; "
                                        "cp disk/out.mp4 out.mp4; exit $status'");

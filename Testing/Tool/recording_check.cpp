@@ -15,12 +15,13 @@ WorkFolder::Warnings WarningsOf(const std::string& file) {
 std::vector<bool> KeysOf(const WorkFolder& folder, const std::string& file) {
     const auto probe = folder.Probe(file, "-select_streams v:0 -show_entries packet=flags", WarningsOf(file));
     std::vector<bool> keys;
-    for (const auto& packet : probe["packets"])
-        keys.push_back(packet["flags"].get<std::string>().starts_with("K"));
+    for (const auto& packet : probe["packets"]) keys.push_back(packet["flags"].get<std::string>().starts_with("K"));
     return keys;
 }
 
-double Number(const nlohmann::json& text) { return std::stod(text.get<std::string>()); }
+double Number(const nlohmann::json& text) {
+    return std::stod(text.get<std::string>());
+}
 
 }  // namespace
 
@@ -78,7 +79,8 @@ void ExpectSameAudio(const WorkFolder& folder, const std::string& recording, int
     EXPECT_EQ(SoundHash(folder, recording, "0:a:" + number), SoundHash(folder, input, "0:a:0"));
 
     const auto wanted = folder.Probe(input, "-count_packets -show_streams", WarningsOf(input))["streams"][0];
-    const auto probe = folder.Probe(recording, "-count_packets -show_streams -show_packets -select_streams a:" + number);
+    const auto probe =
+        folder.Probe(recording, "-count_packets -show_streams -show_packets -select_streams a:" + number);
     const auto& got = probe["streams"][0];
     for (const char* field : {"codec_name", "sample_rate", "channels", "channel_layout", "profile", "nb_read_packets"})
         EXPECT_EQ(got.value(field, nlohmann::json()), wanted.value(field, nlohmann::json())) << field;

@@ -1,14 +1,14 @@
 // Recordings of what encoders make, compared picture by picture with the input decoded directly.
-#include "Testing/Tool/recording_check.h"
-
 #include <gtest/gtest.h>
+
+#include "Testing/Tool/recording_check.h"
 
 namespace mediakit_test {
 namespace {
 
 struct VideoCase {
     const char* name;
-    const char* format;   ///< h264 or hevc
+    const char* format;  ///< h264 or hevc
     const char* size;
     Rate rate;
     int pictures;
@@ -16,10 +16,13 @@ struct VideoCase {
     bool compareKeys = true;
 };
 
-std::ostream& operator<<(std::ostream& out, const VideoCase& one) { return out << one.name; }
+std::ostream& operator<<(std::ostream& out, const VideoCase& one) {
+    return out << one.name;
+}
 
 constexpr const char* kX265 = "-c:v libx265 -preset ultrafast -x265-params log-level=none:pools=none:frame-threads=1:";
 
+// clang-format off: a row a case
 const VideoCase kVideoCases[] = {
     {"Baseline", "h264", "64x48", {25, 1}, 60, "-c:v libx264 -profile:v baseline -g 20"},
     {"MainOneB", "h264", "96x64", {30, 1}, 60, "-c:v libx264 -profile:v main -bf 1 -g 30"},
@@ -47,6 +50,7 @@ const VideoCase kVideoCases[] = {
     {"H265TwoSlices", "hevc", "192x162", {25, 1}, 30, "bframes=2:keyint=15:slices=2"},
     {"H265Main10", "hevc", "128x96", {24000, 1001}, 50, "bframes=3:b-adapt=0:keyint=25 -pix_fmt yuv420p10le"},
 };
+// clang-format on
 
 class RecordsVideo : public testing::TestWithParam<VideoCase> {};
 
@@ -55,7 +59,8 @@ TEST_P(RecordsVideo, AsDecodedDirectly) {
     const WorkFolder folder;
     const bool h265 = std::string(one.format) == "hevc";
     const std::string rate = std::to_string(one.rate.num) + "/" + std::to_string(one.rate.den);
-    const std::string pixels = std::string(one.encoder).find("pix_fmt") == std::string::npos ? " -pix_fmt yuv420p " : " ";
+    const std::string pixels =
+        std::string(one.encoder).find("pix_fmt") == std::string::npos ? " -pix_fmt yuv420p " : " ";
     folder.Ffmpeg("-f lavfi -i testsrc2=size=" + std::string(one.size) + ":rate=" + rate + " -frames:v " +
                   std::to_string(one.pictures) + pixels + "-threads 1 " + (h265 ? kX265 : "") + one.encoder + " -f " +
                   one.format + " in.bin");
@@ -84,8 +89,11 @@ struct AudioCase {
     int channels;
 };
 
-std::ostream& operator<<(std::ostream& out, const AudioCase& one) { return out << one.name; }
+std::ostream& operator<<(std::ostream& out, const AudioCase& one) {
+    return out << one.name;
+}
 
+// clang-format off: a row a case
 const AudioCase kAudioCases[] = {
     {"Mono", "44100", "mono", 1},
     {"Stereo", "48000", "stereo", 2},
@@ -94,6 +102,7 @@ const AudioCase kAudioCases[] = {
     {"SevenPointOne", "48000", "7.1", 8},
     {"Quad", "48000", "quad", 4},  // has its channels in a program configuration
 };
+// clang-format on
 
 class RecordsAudio : public testing::TestWithParam<AudioCase> {};
 
@@ -101,7 +110,8 @@ TEST_P(RecordsAudio, AsDecodedDirectly) {
     const AudioCase& one = GetParam();
     const WorkFolder folder;
     std::string tones;
-    for (int i = 0; i < one.channels; ++i) tones += (i > 0 ? "|" : "") + ("sin(" + std::to_string(700 + 400 * i)) + "*t)";
+    for (int i = 0; i < one.channels; ++i)
+        tones += (i > 0 ? "|" : "") + ("sin(" + std::to_string(700 + 400 * i)) + "*t)";
     folder.Ffmpeg("-f lavfi -i aevalsrc='" + tones + "':s=" + one.rate + ":c=" + one.layout +
                   ":d=2 -c:a aac -b:a 96k -f adts in.aac");
     const RunResult run = folder.Tool("record -o out.mp4 --audio in.aac --json");

@@ -1,7 +1,7 @@
 // What the program does with options, several tracks, pipes and interruptions.
-#include "Testing/Tool/recording_check.h"
-
 #include <gmock/gmock.h>
+
+#include "Testing/Tool/recording_check.h"
 
 namespace mediakit_test {
 namespace {
@@ -66,8 +66,9 @@ TEST_F(Recording, GivenRateWinsOverTheStream) {
 }
 
 TEST_F(Recording, WithoutTimingTwentyFiveAreTaken) {
-    m_folder.Ffmpeg("-f lavfi -i testsrc2=size=64x64:rate=10 -frames:v 10 -pix_fmt yuv420p -c:v libx265 "
-                    "-x265-params log-level=none:pools=none:vui-timing-info=0 -f hevc in.h265");
+    m_folder.Ffmpeg(
+        "-f lavfi -i testsrc2=size=64x64:rate=10 -frames:v 10 -pix_fmt yuv420p -c:v libx265 "
+        "-x265-params log-level=none:pools=none:vui-timing-info=0 -f hevc in.h265");
     const RunResult run = m_folder.Tool("record -o out.mp4 --video in.h265");
     EXPECT_EQ(run.status, 0);
     EXPECT_THAT(run.err, HasSubstr("warning: in.h265: the stream does not tell its frame rate; 25"));
@@ -75,16 +76,18 @@ TEST_F(Recording, WithoutTimingTwentyFiveAreTaken) {
 }
 
 TEST_F(Recording, FromAPipe) {
-    const RunResult run = m_folder.Run("cat clip.h264 | " MEDIAKIT_PROGRAM " record -o out.mp4 --video - --audio clip.aac");
+    const RunResult run =
+        m_folder.Run("cat clip.h264 | " MEDIAKIT_PROGRAM " record -o out.mp4 --video - --audio clip.aac");
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(run.out, HasSubstr("H.264 High level"));
     ExpectSameVideo(m_folder, "out.mp4", {"clip.h264"});
 }
 
 TEST_F(Recording, TwoPipesOfOneWriter) {
-    const RunResult run = m_folder.Run("mkfifo v a\n" MEDIAKIT_PROGRAM " record -q -o out.mp4 --video v --audio a &\n"
-                                       "pid=$!\n"
-                                       FFMPEG_PROGRAM " -v error -nostdin -y -i clip.h264 -i clip.aac -map 0 -c copy -f h264 v "
+    const RunResult run = m_folder.Run("mkfifo v a\n" MEDIAKIT_PROGRAM
+                                       " record -q -o out.mp4 --video v --audio a &\n"
+                                       "pid=$!\n" FFMPEG_PROGRAM
+                                       " -v error -nostdin -y -i clip.h264 -i clip.aac -map 0 -c copy -f h264 v "
                                        "-map 1 -c copy -f adts a\nwait $pid");
     EXPECT_EQ(run.status, 0) << run.err;
     ExpectSameVideo(m_folder, "out.mp4", {"clip.h264"});
@@ -94,11 +97,13 @@ TEST_F(Recording, TwoPipesOfOneWriter) {
 // The pipe stays open when its content is through: only the signal ends the recording.
 TEST_F(Recording, AnInterruptFinishesTheFile) {
     for (const char* signal : {"INT", "TERM"}) {
-        const RunResult run =
-            m_folder.Run("mkfifo pipe\n(cat clip.h264; sleep 20) >pipe &\nwriter=$!\n"
-                         "timeout --preserve-status -s " + std::string(signal) + " 1 " MEDIAKIT_PROGRAM
-                         " record --force -o out.mp4 --json --video pipe --audio clip.aac\n"
-                         "status=$?\nkill $writer\nrm pipe\nexit $status");
+        const RunResult run = m_folder.Run(
+            "mkfifo pipe\n(cat clip.h264; sleep 20) >pipe &\nwriter=$!\n"
+            "timeout --preserve-status -s " +
+            std::string(signal) +
+            " 1 " MEDIAKIT_PROGRAM
+            " record --force -o out.mp4 --json --video pipe --audio clip.aac\n"
+            "status=$?\nkill $writer\nrm pipe\nexit $status");
         EXPECT_EQ(run.status, 0) << run.err;
         const auto summary = nlohmann::json::parse(run.out);
         EXPECT_EQ(summary["interrupted"], true);

@@ -1,9 +1,8 @@
 // Running programs in a folder of one's own, and reading what they print.
 #pragma once
 
-#include <nlohmann/json.hpp>
-
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <string>
 
 namespace mediakit_test {
@@ -31,7 +30,8 @@ public:
     enum class Warnings { Pass, Fail };
     std::string Ffmpeg(const std::string& arguments, Warnings warnings = Warnings::Pass) const;
     /// ffprobe's JSON, in the same way.
-    nlohmann::json Probe(const std::string& file, const std::string& arguments, Warnings warnings = Warnings::Fail) const;
+    nlohmann::json Probe(const std::string& file, const std::string& arguments,
+                         Warnings warnings = Warnings::Fail) const;
 
     std::string Read(const std::string& name) const;
     void Write(const std::string& name, const std::string& bytes) const;

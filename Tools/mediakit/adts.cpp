@@ -101,8 +101,12 @@ private:
 
 }  // namespace
 
-std::uint32_t AdtsHeader::SampleRate() const { return kSampleRates[frequencyIndex]; }
-std::uint32_t AdtsHeader::Channels() const { return kChannels[channelConfiguration]; }
+std::uint32_t AdtsHeader::SampleRate() const {
+    return kSampleRates[frequencyIndex];
+}
+std::uint32_t AdtsHeader::Channels() const {
+    return kChannels[channelConfiguration];
+}
 
 bool AdtsHeader::SameStream(const AdtsHeader& other) const {
     return objectType == other.objectType && frequencyIndex == other.frequencyIndex &&

@@ -12,16 +12,16 @@ namespace mediakit_tool {
 
 /// Fixed and variable header of one ADTS frame.
 struct AdtsHeader {
-    static constexpr std::size_t kSize = 7;              ///< bytes, without the checksum
+    static constexpr std::size_t kSize = 7;               ///< bytes, without the checksum
     static constexpr std::size_t kLongestFrame = 0x1FFF;  ///< 13 bits
     static constexpr std::int64_t kSamplesPerBlock = 1024;
 
-    std::uint8_t objectType = 0;      ///< MPEG-4 audio object type: profile + 1
-    std::uint8_t frequencyIndex = 0;  ///< 0 to 12
+    std::uint8_t objectType = 0;            ///< MPEG-4 audio object type: profile + 1
+    std::uint8_t frequencyIndex = 0;        ///< 0 to 12
     std::uint8_t channelConfiguration = 0;  ///< 0: the stream's program_config_element tells
-    std::uint8_t blocks = 1;          ///< raw data blocks in the frame, 1 to 4
-    std::size_t headerSize = kSize;   ///< 9 with a checksum
-    std::size_t frameSize = 0;        ///< header included
+    std::uint8_t blocks = 1;                ///< raw data blocks in the frame, 1 to 4
+    std::size_t headerSize = kSize;         ///< 9 with a checksum
+    std::size_t frameSize = 0;              ///< header included
 
     std::uint32_t SampleRate() const;
     /// 0 for channel configuration 0.

@@ -1,10 +1,10 @@
 // Cuts AAC in ADTS into frames.
 #pragma once
 
+#include <span>
+
 #include "Tools/mediakit/adts.h"
 #include "Tools/mediakit/unit_reader.h"
-
-#include <span>
 
 namespace mediakit_tool {
 
@@ -30,9 +30,9 @@ private:
     std::uint32_t EstimateByteRate() const;
     bool BuildMediaType(const AacConfig& config);
 
-    AdtsHeader m_first;             ///< of the stream
-    std::int64_t m_samples = 0;     ///< in front of the next frame
-    bool m_inStep = false;          ///< the frame before ended where the next is looked for
+    AdtsHeader m_first;          ///< of the stream
+    std::int64_t m_samples = 0;  ///< in front of the next frame
+    bool m_inStep = false;       ///< the frame before ended where the next is looked for
 };
 
 }  // namespace mediakit_tool

@@ -1,13 +1,13 @@
 // Cuts H.264 and H.265 in Annex B form into pictures with presentation times.
 #pragma once
 
+#include <memory>
+#include <optional>
+
 #include "Tools/mediakit/output_order.h"
 #include "Tools/mediakit/picture_cutter.h"
 #include "Tools/mediakit/unit_reader.h"
 #include "Tools/mediakit/video_codec.h"
-
-#include <memory>
-#include <optional>
 
 namespace mediakit_tool {
 
@@ -36,9 +36,9 @@ private:
     std::unique_ptr<VideoCodec> m_codec;
     std::optional<PictureCutter> m_cutter;
     OutputOrder m_order;
-    bool m_passedOver = false;           ///< pictures in front of the first one that decoding can start at
-    VideoFacts m_sequence;               ///< of the first sequence
-    qz_MPEGUtil::PictureInfo m_start;    ///< the first picture of the recording
+    bool m_passedOver = false;         ///< pictures in front of the first one that decoding can start at
+    VideoFacts m_sequence;             ///< of the first sequence
+    qz_MPEGUtil::PictureInfo m_start;  ///< the first picture of the recording
 };
 
 }  // namespace mediakit_tool

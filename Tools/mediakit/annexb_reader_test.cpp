@@ -1,16 +1,16 @@
 #include "Tools/mediakit/annexb_reader.h"
 
-#include "Platform/DirectShow/MediaFormats.h"
-#include "Platform/DirectShow/Uuids.h"
-#include "Testing/Kit/bit_writer.h"
-#include "Testing/Kit/h264_clips.h"
-#include "Tools/mediakit/memory_input_test.h"
-
 #include <gmock/gmock.h>
 
 #include <cstring>
 #include <random>
 #include <set>
+
+#include "Platform/DirectShow/MediaFormats.h"
+#include "Platform/DirectShow/Uuids.h"
+#include "Testing/Kit/bit_writer.h"
+#include "Testing/Kit/h264_clips.h"
+#include "Tools/mediakit/memory_input_test.h"
 
 namespace mediakit_tool {
 namespace {
@@ -67,8 +67,9 @@ std::vector<Bytes> UnitsOf(const Bytes& stream) {
     for (std::size_t i = 2; i < stream.size(); ++i) {
         if (stream[i] != 1 || stream[i - 1] != 0 || stream[i - 2] != 0) continue;
         const std::size_t code = i >= 3 && stream[i - 3] == 0 ? i - 3 : i - 2;
-        if (code > begin) units.emplace_back(stream.begin() + static_cast<std::ptrdiff_t>(begin),
-                                             stream.begin() + static_cast<std::ptrdiff_t>(code));
+        if (code > begin)
+            units.emplace_back(stream.begin() + static_cast<std::ptrdiff_t>(begin),
+                               stream.begin() + static_cast<std::ptrdiff_t>(code));
         begin = code;
     }
     units.emplace_back(stream.begin() + static_cast<std::ptrdiff_t>(begin), stream.end());
@@ -237,10 +238,41 @@ TEST(AnnexBReader, ACancelledInputEndsWithItsLastWholePicture) {
 class HandMade {
 public:
     HandMade() {
-        Add(0x67, bit_writer().u(8, 77).u(8, 0).u(8, 30).ue(0).ue(0).ue(0).ue(0)  // Main, order counts of 4 bits
-                      .ue(4).u(1, 0).ue(3).ue(3).u(1, 0).u(1, 0).u(1, 0).u(1, 0).u(1, 0).trailing());
-        Add(0x68, bit_writer().ue(0).ue(0).u(1, 0).u(1, 0).ue(0).ue(0).ue(0).u(1, 0).u(2, 0).se(0).se(0).se(0)
-                      .u(1, 0).u(1, 0).u(1, 0).trailing());
+        Add(0x67, bit_writer()
+                      .u(8, 77)
+                      .u(8, 0)
+                      .u(8, 30)
+                      .ue(0)
+                      .ue(0)
+                      .ue(0)
+                      .ue(0)  // Main, order counts of 4 bits
+                      .ue(4)
+                      .u(1, 0)
+                      .ue(3)
+                      .ue(3)
+                      .u(1, 0)
+                      .u(1, 0)
+                      .u(1, 0)
+                      .u(1, 0)
+                      .u(1, 0)
+                      .trailing());
+        Add(0x68, bit_writer()
+                      .ue(0)
+                      .ue(0)
+                      .u(1, 0)
+                      .u(1, 0)
+                      .ue(0)
+                      .ue(0)
+                      .ue(0)
+                      .u(1, 0)
+                      .u(2, 0)
+                      .se(0)
+                      .se(0)
+                      .se(0)
+                      .u(1, 0)
+                      .u(1, 0)
+                      .u(1, 0)
+                      .trailing());
     }
     enum Parity { Frame, Top, Bottom };
     HandMade& Idr(Parity parity, unsigned idrPicId = 0, unsigned firstMb = 0) {
@@ -290,14 +322,24 @@ TEST(AnnexBReader, TwoFieldsMakeOnePicture) {
 
 TEST(AnnexBReader, TellsPicturesApartThatLookAlike) {
     // Two IDR pictures of one idr_pic_id, each of two slices.
-    const Cut cut = CutAll(HandMade().Idr(HandMade::Frame).Idr(HandMade::Frame, 0, 8).Idr(HandMade::Frame)
-                               .Idr(HandMade::Frame, 0, 8).Stream());
+    const Cut cut = CutAll(HandMade()
+                               .Idr(HandMade::Frame)
+                               .Idr(HandMade::Frame, 0, 8)
+                               .Idr(HandMade::Frame)
+                               .Idr(HandMade::Frame, 0, 8)
+                               .Stream());
     EXPECT_EQ(cut.ranks, (std::vector<std::int64_t>{0, 1}));
 }
 
 TEST(AnnexBReader, AUnitInFrontOfASliceMayStandInsideAPicture) {
-    const Cut cut = CutAll(HandMade().Prefix().Idr(HandMade::Frame).Prefix().Idr(HandMade::Frame, 0, 8).Prefix()
-                               .Reference(HandMade::Frame, 1, 2).Stream());
+    const Cut cut = CutAll(HandMade()
+                               .Prefix()
+                               .Idr(HandMade::Frame)
+                               .Prefix()
+                               .Idr(HandMade::Frame, 0, 8)
+                               .Prefix()
+                               .Reference(HandMade::Frame, 1, 2)
+                               .Stream());
     ASSERT_EQ(cut.units.size(), 2u);
     EXPECT_EQ(UnitsOf(cut.units[0]).size(), 6u);  // two sets, two prefixes, two slices
     EXPECT_EQ(UnitsOf(cut.units[1]).size(), 2u);

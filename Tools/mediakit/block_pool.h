@@ -1,15 +1,15 @@
 // Large blocks of input that samples point into.
 #pragma once
 
-#include "Platform/Kernel/CriticalSection.h"
-#include "Platform/Kernel/ThreadSafety.h"
-
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
+
+#include "Platform/Kernel/CriticalSection.h"
+#include "Platform/Kernel/ThreadSafety.h"
 
 namespace mediakit_tool {
 

@@ -1,10 +1,10 @@
 #include "Tools/mediakit/disk_guard.h"
 
+#include <algorithm>
+
 #include "Platform/Com/Results.h"
 #include "Platform/Kernel/LastError.h"
 #include "Tools/mediakit/output_file.h"
-
-#include <algorithm>
 
 namespace mediakit_tool {
 
@@ -21,8 +21,8 @@ constexpr std::uint64_t kLeastRead = 4096;
 }  // namespace
 
 std::uint64_t RoomForInput(const DiskState& state) {
-    const std::uint64_t inFlight = std::min(state.bytesRead - std::min(state.bytesRead, state.fileSize),
-                                            state.inputs * kMostInFlight);
+    const std::uint64_t inFlight =
+        std::min(state.bytesRead - std::min(state.bytesRead, state.fileSize), state.inputs * kMostInFlight);
     const std::uint64_t needed = inFlight + kIndexBytes + state.samples * kIndexBytesPerSample;
     if (state.free <= needed) return 0;
     // More input brings more samples, as many a byte as so far.

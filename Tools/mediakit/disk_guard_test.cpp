@@ -35,7 +35,8 @@ TEST(DiskGuard, FullIsFull) {
 TEST(DiskGuard, TellsOnceThatTheDiskIsFull) {
     int full = 0;
     // So many samples that no disk has room for their index.
-    DiskGuard guard("out.mp4", 1, [] { return std::uint64_t{1} << 50; }, [&full] { ++full; });
+    DiskGuard guard(
+        "out.mp4", 1, [] { return std::uint64_t{1} << 50; }, [&full] { ++full; });
     EXPECT_EQ(guard.Grant(1000), 1000u);  // nothing is written yet
     guard.Arm();
     EXPECT_EQ(guard.Grant(1000), 0u);

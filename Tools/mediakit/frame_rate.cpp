@@ -9,8 +9,8 @@ namespace mediakit_tool {
 
 namespace {
 
-constexpr std::int64_t kHighestRate = 1000;      // pictures a second
-constexpr std::int64_t kLongestPicture = 100;    // seconds
+constexpr std::int64_t kHighestRate = 1000;       // pictures a second
+constexpr std::int64_t kLongestPicture = 100;     // seconds
 constexpr std::int64_t kLargestTerm = 1LL << 32;  // what a stream can write in its own terms
 
 __extension__ using Wide = __int128;
@@ -37,7 +37,9 @@ REFERENCE_TIME FrameRate::TimeOf(std::int64_t n) const {
     return RoundedQuotient(static_cast<Wide>(n) * den * kUnitsPerSecond, num);
 }
 
-REFERENCE_TIME FrameRate::AvgTimePerFrame() const { return std::max<REFERENCE_TIME>(TimeOf(1), 1); }
+REFERENCE_TIME FrameRate::AvgTimePerFrame() const {
+    return std::max<REFERENCE_TIME>(TimeOf(1), 1);
+}
 
 std::optional<FrameRate> MakeFrameRate(std::int64_t num, std::int64_t den) {
     if (num <= 0 || den <= 0 || num > kLargestTerm || den > kLargestTerm) return std::nullopt;

@@ -1,9 +1,9 @@
+#include <algorithm>
+#include <iterator>
+
 #include "Platform/DirectShow/Uuids.h"
 #include "Tools/mediakit/video_codec.h"
 #include "VideoIO/MPEGUtil/SampleAspectRatio.h"
-
-#include <algorithm>
-#include <iterator>
 
 namespace mediakit_tool {
 
@@ -22,11 +22,18 @@ struct ProfileName {
 
 // ITU-T H.264, annexes A, G and H
 constexpr ProfileName kProfiles[] = {
-    {66, "Baseline", true},  {77, "Main", true},          {88, "Extended", true},
-    {100, "High", true},     {110, "High 10", true},      {122, "High 4:2:2", true},
-    {244, "High 4:4:4 Predictive", false},                {44, "CAVLC 4:4:4 Intra", false},
-    {83, "Scalable Baseline", true},                      {86, "Scalable High", true},
-    {118, "Multiview High", true},                        {128, "Stereo High", true},
+    {66, "Baseline", true},
+    {77, "Main", true},
+    {88, "Extended", true},
+    {100, "High", true},
+    {110, "High 10", true},
+    {122, "High 4:2:2", true},
+    {244, "High 4:4:4 Predictive", false},
+    {44, "CAVLC 4:4:4 Intra", false},
+    {83, "Scalable Baseline", true},
+    {86, "Scalable High", true},
+    {118, "Multiview High", true},
+    {128, "Stereo High", true},
     {144, "High 4:4:4", true},
 };
 
@@ -102,15 +109,20 @@ public:
         if (nal.empty() || (nal[0] & 0x80) != 0) return UnitRole::Invalid;
         const auto type = static_cast<std::uint8_t>(nal[0] & 0x1F);
         switch (type) {
-            case 0: return UnitRole::Invalid;
+            case 0:
+                return UnitRole::Invalid;
             case H264_NAL_SLICE:
             case H264_NAL_PARTITION_A:
-            case H264_NAL_IDR_SLICE: return UnitRole::Slice;
+            case H264_NAL_IDR_SLICE:
+                return UnitRole::Slice;
             case H264_NAL_SPS:
-            case H264_NAL_PPS: return UnitRole::ParameterSet;
+            case H264_NAL_PPS:
+                return UnitRole::ParameterSet;
             case H264_NAL_END_OF_SEQUENCE:
-            case H264_NAL_END_OF_STREAM: return UnitRole::EndOfSequence;
-            default: break;
+            case H264_NAL_END_OF_STREAM:
+                return UnitRole::EndOfSequence;
+            default:
+                break;
         }
         if (!H264StartsAccessUnitAfterSlice(type)) return UnitRole::Inside;
         // Types 14 to 18 stand between the slices of one picture too, as prefixes of slices.
@@ -193,6 +205,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<VideoCodec> MakeH264Codec() { return std::make_unique<H264Codec>(); }
+std::unique_ptr<VideoCodec> MakeH264Codec() {
+    return std::make_unique<H264Codec>();
+}
 
 }  // namespace mediakit_tool

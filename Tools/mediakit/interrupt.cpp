@@ -1,8 +1,8 @@
 #include "Tools/mediakit/interrupt.h"
 
-#include "Platform/Kernel/Console.h"
-
 #include <atomic>
+
+#include "Platform/Kernel/Console.h"
 
 namespace mediakit_tool {
 

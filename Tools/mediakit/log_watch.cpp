@@ -1,11 +1,11 @@
 #include "Tools/mediakit/log_watch.h"
 
-#include "Platform/Kernel/Text.h"
-#include "Tools/mediakit/system_error.h"
-
 #include <algorithm>
 #include <cstdlib>
 #include <string_view>
+
+#include "Platform/Kernel/Text.h"
+#include "Tools/mediakit/system_error.h"
 
 namespace mediakit_tool {
 

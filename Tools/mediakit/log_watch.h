@@ -1,13 +1,13 @@
 // Listens to the log of the filters: what a recording loses is told there and nowhere else.
 #pragma once
 
+#include <atomic>
+#include <string>
+
 #include "Logging/LogSink.h"
 #include "Platform/Kernel/CriticalSection.h"
 #include "Platform/Kernel/ThreadSafety.h"
 #include "Tools/mediakit/messages.h"
-
-#include <atomic>
-#include <string>
 
 namespace mediakit_tool {
 

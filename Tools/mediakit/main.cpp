@@ -1,12 +1,11 @@
 // mediakit: records elementary streams through a filter graph.
-#include "Tools/mediakit/record.h"
-#include "Tools/mediakit/record_options.h"
-
 #include <CLI/CLI.hpp>
-
 #include <csignal>
 #include <cstdio>
 #include <exception>
+
+#include "Tools/mediakit/record.h"
+#include "Tools/mediakit/record_options.h"
 
 namespace {
 

@@ -2,13 +2,13 @@
 // on a terminal.
 #pragma once
 
-#include "Platform/Kernel/CriticalSection.h"
-#include "Platform/Kernel/ThreadSafety.h"
-
 #include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "Platform/Kernel/CriticalSection.h"
+#include "Platform/Kernel/ThreadSafety.h"
 
 namespace mediakit_tool {
 

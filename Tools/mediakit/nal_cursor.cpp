@@ -1,8 +1,8 @@
 #include "Tools/mediakit/nal_cursor.h"
 
-#include "VideoIO/MPEGUtil/StartCode.h"
-
 #include <algorithm>
+
+#include "VideoIO/MPEGUtil/StartCode.h"
 
 namespace mediakit_tool {
 

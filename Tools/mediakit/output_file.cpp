@@ -1,15 +1,15 @@
 #include "Tools/mediakit/output_file.h"
 
-#include "Platform/Com/Results.h"
-#include "Platform/Kernel/FileInfo.h"
-#include "Tools/mediakit/system_error.h"
-
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <limits>
 #include <string_view>
+
+#include "Platform/Com/Results.h"
+#include "Platform/Kernel/FileInfo.h"
+#include "Tools/mediakit/system_error.h"
 
 namespace mediakit_tool {
 

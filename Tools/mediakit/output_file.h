@@ -1,10 +1,10 @@
 // The file that a recording goes to: what must hold before it is written and after.
 #pragma once
 
-#include "Tools/mediakit/record_options.h"
-
 #include <cstdint>
 #include <string>
+
+#include "Tools/mediakit/record_options.h"
 
 namespace mediakit_tool {
 

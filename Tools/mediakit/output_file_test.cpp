@@ -67,7 +67,11 @@ TEST_F(OutputFileTest, OnlyAnEmptyFileIsRemoved) {
 }
 
 TEST_F(OutputFileTest, AFinishedRecordingHasWholeBoxesAndAnIndex) {
-    const std::string ftyp("\0\0\0\x0C""ftypmp42", 12), moov("\0\0\0\x08moov", 8);
+    const std::string ftyp(
+        "\0\0\0\x0C"
+        "ftypmp42",
+        12),
+        moov("\0\0\0\x08moov", 8);
     const std::string mdat("\0\0\0\x0Amdatab", 10), wide("\0\0\0\x01mdat\0\0\0\0\0\0\0\x12zz", 18);
     const auto finished = [this](const std::string& content) {
         Write("out.mp4", content);

@@ -46,7 +46,7 @@ private:
     void RankEarliest();
 
     std::array<OrderedPicture, kMostHeld> m_ring;
-    std::size_t m_first = 0;    ///< in decoding order
+    std::size_t m_first = 0;  ///< in decoding order
     std::size_t m_size = 0;
     std::size_t m_waiting = 0;  ///< of them, without a rank
     std::uint64_t m_sequence = 0;

@@ -1,22 +1,22 @@
 // Cuts an Annex B stream into pictures.
 #pragma once
 
-#include "Tools/mediakit/nal_cursor.h"
-#include "Tools/mediakit/video_codec.h"
-
 #include <map>
 #include <optional>
 #include <vector>
+
+#include "Tools/mediakit/nal_cursor.h"
+#include "Tools/mediakit/video_codec.h"
 
 namespace mediakit_tool {
 
 /// A picture as it is stored: an access unit, or the two of a pair of fields.
 struct Picture {
-    Slice slice;  ///< with start codes
+    Slice slice;                 ///< with start codes
     std::uint64_t position = 0;  ///< in the input
     qz_MPEGUtil::PictureInfo info;
     std::uint32_t reorderDepth = 0;
-    bool intra = false;          ///< its first slice does without other pictures
+    bool intra = false;  ///< its first slice does without other pictures
     bool recoveryPoint = false;
 };
 
@@ -63,13 +63,13 @@ private:
     StreamReport& m_report;
     NalCursor m_cursor;
     bool m_started = false;
-    bool m_onUnit = false;    ///< the cursor stands on a unit
+    bool m_onUnit = false;  ///< the cursor stands on a unit
     bool m_searching = true;
 
-    bool m_open = false;        ///< m_picture has a slice
-    bool m_firstField = false;  ///< and is one field, whose other one may follow
-    Picture m_picture;          ///< being put together; its slice is not set yet
-    std::size_t m_lastEnd = 0;  ///< end of the unit before the cursor's
+    bool m_open = false;                 ///< m_picture has a slice
+    bool m_firstField = false;           ///< and is one field, whose other one may follow
+    Picture m_picture;                   ///< being put together; its slice is not set yet
+    std::size_t m_lastEnd = 0;           ///< end of the unit before the cursor's
     std::optional<Boundary> m_boundary;  ///< where m_picture ends, unless another slice of it follows
 
     // Of the picture behind m_picture.

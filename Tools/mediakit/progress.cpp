@@ -1,10 +1,10 @@
 #include "Tools/mediakit/progress.h"
 
-#include "Platform/Kernel/Console.h"
-#include "Tools/mediakit/recording_summary.h"
-
 #include <cmath>
 #include <cstdio>
+
+#include "Platform/Kernel/Console.h"
+#include "Tools/mediakit/recording_summary.h"
 
 namespace mediakit_tool {
 
@@ -36,7 +36,8 @@ std::string ToText(const ProgressState& state) {
     if (state.wallSeconds <= 0) return text;
     char speed[32];
     const double media = static_cast<double>(state.mediaTime) / static_cast<double>(kUnitsPerSecond);
-    std::snprintf(speed, sizeof speed, "  %.3gx", media / state.wallSeconds);
+    const double times = media / state.wallSeconds;
+    std::snprintf(speed, sizeof speed, times < 10 ? "  %.1fx" : "  %.0fx", times);
     text += speed;
     if (part > 0) text += "  " + TimeLeft(state.wallSeconds * (1 - part) / part);
     return text;
@@ -44,8 +45,8 @@ std::string ToText(const ProgressState& state) {
 
 Progress::Progress(Messages& messages, const RecordOptions& options) : m_messages(messages), m_nextLine(kLineSeconds) {
     const bool terminal = IsTerminal(StandardStream::Error);
-    const bool wanted = options.progress == ProgressMode::Always ||
-                        (options.progress == ProgressMode::Auto && !options.quiet);
+    const bool wanted =
+        options.progress == ProgressMode::Always || (options.progress == ProgressMode::Auto && !options.quiet);
     if (wanted) m_style = terminal ? Style::StatusLine : Style::Lines;
     if (options.progress == ProgressMode::Always) m_nextLine = 0;
 }

@@ -1,5 +1,13 @@
 #include "Tools/mediakit/record.h"
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <optional>
+
 #include "Platform/Com/Results.h"
 #include "Platform/Kernel/Event.h"
 #include "Platform/Kernel/Thread.h"
@@ -15,14 +23,6 @@
 #include "Tools/mediakit/recording_graph.h"
 #include "Tools/mediakit/recording_summary.h"
 #include "Tools/mediakit/system_error.h"
-
-#include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <cstdio>
-#include <exception>
-#include <memory>
-#include <optional>
 
 namespace mediakit_tool {
 
@@ -43,7 +43,9 @@ struct Input {
     Thread opener;
 };
 
-std::string NameOf(const InputOption& input) { return input.path == "-" ? "standard input" : input.path; }
+std::string NameOf(const InputOption& input) {
+    return input.path == "-" ? "standard input" : input.path;
+}
 
 class Recorder {
 public:
@@ -51,7 +53,8 @@ public:
         : m_options(options),
           m_messages(options.quiet),
           m_log(m_messages, options.logLevel),
-          m_disk(options.output, options.Inputs().size(), [this] { return Samples(); }, [this] { FinishReaders(); }) {}
+          m_disk(
+              options.output, options.Inputs().size(), [this] { return Samples(); }, [this] { FinishReaders(); }) {}
 
     int Run();
 
@@ -82,8 +85,8 @@ private:
     DiskGuard m_disk;
     std::vector<std::unique_ptr<Input>> m_inputs;
     std::optional<std::uint64_t> m_bytesInAll = 0;
-    CAMEvent m_opened;     ///< an input has been looked at
-    CAMEvent m_ended;      ///< a source has delivered its last
+    CAMEvent m_opened;  ///< an input has been looked at
+    CAMEvent m_ended;   ///< a source has delivered its last
     std::atomic<int> m_opening{0};
     std::optional<RecordingGraph> m_graph;
     const Clock::time_point m_begin = Clock::now();
@@ -240,7 +243,9 @@ std::uint64_t Recorder::Samples() const {
     return samples;
 }
 
-ProgressState Recorder::State() const { return {BytesRead(), m_bytesInAll, m_graph->Position(), Seconds()}; }
+ProgressState Recorder::State() const {
+    return {BytesRead(), m_bytesInAll, m_graph->Position(), Seconds()};
+}
 
 bool Recorder::Fail(const std::string& error) {
     if (m_summary.error.empty()) m_summary.error = error;
@@ -251,8 +256,8 @@ void Recorder::Summarize() {
     for (std::size_t i = 0; i < m_inputs.size(); ++i) {
         const SourceProgress& progress = m_graph->Sources()[i]->Progress();
         const UnitReader& reader = *m_inputs[i]->reader;
-        m_summary.tracks.push_back({NameOf(m_inputs[i]->option), reader.Facts(), progress.samples, progress.syncSamples,
-                                    progress.duration});
+        m_summary.tracks.push_back(
+            {NameOf(m_inputs[i]->option), reader.Facts(), progress.samples, progress.syncSamples, progress.duration});
         if (!reader.Failure().empty()) Fail(reader.Failure());
     }
     m_graph.reset();
@@ -278,6 +283,8 @@ int Recorder::Report() {
 
 }  // namespace
 
-int Record(const RecordOptions& options) { return Recorder(options).Run(); }
+int Record(const RecordOptions& options) {
+    return Recorder(options).Run();
+}
 
 }  // namespace mediakit_tool

@@ -1,11 +1,11 @@
 // What `mediakit record` was asked to do.
 #pragma once
 
-#include "Tools/mediakit/frame_rate.h"
-
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "Tools/mediakit/frame_rate.h"
 
 namespace CLI {
 class App;
@@ -24,15 +24,15 @@ struct InputOption {
 
 struct RecordOptions {
     std::string output;
-    std::string video;                ///< empty: none
+    std::string video;  ///< empty: none
     std::vector<std::string> audio;
-    std::string fps;                  ///< as given, see rate
-    std::optional<FrameRate> rate;    ///< of --fps
-    int rotate = 0;                   ///< degrees clockwise
+    std::string fps;                ///< as given, see rate
+    std::optional<FrameRate> rate;  ///< of --fps
+    int rotate = 0;                 ///< degrees clockwise
     std::optional<std::string> title;
     std::optional<std::string> software;
     ProgressMode progress = ProgressMode::Auto;
-    int logLevel = 0;                 ///< of the library's log, shown on standard error
+    int logLevel = 0;  ///< of the library's log, shown on standard error
     bool faststart = false;
     bool force = false;
     bool quiet = false;

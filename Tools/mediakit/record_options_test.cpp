@@ -1,7 +1,8 @@
 #include "Tools/mediakit/record_options.h"
 
-#include <CLI/CLI.hpp>
 #include <gtest/gtest.h>
+
+#include <CLI/CLI.hpp>
 
 namespace mediakit_tool {
 namespace {
@@ -22,9 +23,10 @@ std::string Complaint(std::vector<std::string> arguments, RecordOptions* options
 
 TEST(RecordOptions, ReadsEverything) {
     RecordOptions options;
-    EXPECT_EQ(Complaint({"record", "-o", "o.mp4", "--video", "-", "--audio", "a", "--audio", "b", "--fps", "30000/1001",
-                         "--faststart", "--rotate", "270", "--title", "t", "--software", "s", "--progress", "never",
-                         "-q", "--log-level", "3", "--json", "--force"},
+    EXPECT_EQ(Complaint({"record",      "-o", "o.mp4",      "--video",    "-",           "--audio",  "a",
+                         "--audio",     "b",  "--fps",      "30000/1001", "--faststart", "--rotate", "270",
+                         "--title",     "t",  "--software", "s",          "--progress",  "never",    "-q",
+                         "--log-level", "3",  "--json",     "--force"},
                         &options),
               "");
     const auto inputs = options.Inputs();

@@ -5,8 +5,8 @@
 #include "MediaKit/IRecordingPolicy.h"
 #include "Platform/DirectShow/IEnumPins.h"
 #include "Platform/DirectShow/IFileSinkFilter2.h"
-#include "Platform/DirectShow/IPin.h"
 #include "Platform/DirectShow/IMediaEventSink.h"
+#include "Platform/DirectShow/IPin.h"
 #include "Platform/Graph/CFilterGraph.h"
 #include "Platform/Kernel/Text.h"
 #include "Tools/mediakit/system_error.h"
@@ -87,9 +87,13 @@ bool RecordingGraph::AddSource(const RecordOptions& options, UnitReader& reader,
     return true;
 }
 
-bool RecordingGraph::Run() { return Check(m_control->Run(), "starting"); }
+bool RecordingGraph::Run() {
+    return Check(m_control->Run(), "starting");
+}
 
-bool RecordingGraph::Stop() { return Check(m_control->Stop(), "finishing"); }
+bool RecordingGraph::Stop() {
+    return Check(m_control->Stop(), "finishing");
+}
 
 REFERENCE_TIME RecordingGraph::Position() const {
     REFERENCE_TIME position = 0;

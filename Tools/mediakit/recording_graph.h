@@ -1,6 +1,9 @@
 // The graph of a recording: sources, multiplexer, file sink.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "MediaKit/IMPEG4Mux.h"
 #include "Platform/Com/ComPtr.h"
 #include "Platform/DirectShow/IBaseFilter.h"
@@ -9,9 +12,6 @@
 #include "Platform/DirectShow/IMediaEvent.h"
 #include "Tools/mediakit/elementary_source.h"
 #include "Tools/mediakit/record_options.h"
-
-#include <string>
-#include <vector>
 
 namespace mediakit_tool {
 

@@ -1,15 +1,16 @@
 #include "Tools/mediakit/recording_summary.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 namespace mediakit_tool {
 
 namespace {
 
-double Seconds(REFERENCE_TIME time) { return static_cast<double>(time) / static_cast<double>(kUnitsPerSecond); }
+double Seconds(REFERENCE_TIME time) {
+    return static_cast<double>(time) / static_cast<double>(kUnitsPerSecond);
+}
 
 template <class... Args>
 std::string Format(const char* format, Args... args) {
@@ -29,16 +30,17 @@ std::string CodecText(const TrackFacts& facts) {
 }
 
 std::string FormatText(const TrackFacts& facts) {
-    if (!facts.video) return Format("%u Hz, %u channel%s", facts.sampleRate, facts.channels, facts.channels == 1 ? "" : "s");
+    if (!facts.video)
+        return Format("%u Hz, %u channel%s", facts.sampleRate, facts.channels, facts.channels == 1 ? "" : "s");
     return Format("%dx%d%s, ", facts.width, facts.height, facts.interlaced ? " interlaced" : "") + ToText(facts.rate) +
            " fps";
 }
 
 std::string TrackText(const TrackSummary& track, std::size_t number) {
     const TrackFacts& facts = track.facts;
-    std::string text = Format("  track %zu: ", number) + CodecText(facts) + ", " + FormatText(facts) + ", " +
-                       Format("%llu %s", static_cast<unsigned long long>(track.samples),
-                              facts.video ? "pictures" : "frames");
+    std::string text =
+        Format("  track %zu: ", number) + CodecText(facts) + ", " + FormatText(facts) + ", " +
+        Format("%llu %s", static_cast<unsigned long long>(track.samples), facts.video ? "pictures" : "frames");
     if (facts.video) text += Format(" (%llu sync)", static_cast<unsigned long long>(track.syncSamples));
     return text + ", " + DurationText(track.duration) + "\n";
 }

@@ -1,9 +1,10 @@
 #include "Tools/mediakit/recording_summary.h"
 
-#include "Tools/mediakit/progress.h"
-
 #include <gmock/gmock.h>
+
 #include <nlohmann/json.hpp>
+
+#include "Tools/mediakit/progress.h"
 
 namespace mediakit_tool {
 namespace {
@@ -35,7 +36,9 @@ RecordingSummary Example() {
 
 TEST(RecordingSummary, InWords) {
     const std::string text = ToText(Example());
-    EXPECT_THAT(text, HasSubstr("track 1: H.264 High level 4.1, 1920x1080, 29.97 (30000/1001) fps, 150 pictures (3 sync), 0:06.000"));
+    EXPECT_THAT(
+        text,
+        HasSubstr("track 1: H.264 High level 4.1, 1920x1080, 29.97 (30000/1001) fps, 150 pictures (3 sync), 0:06.000"));
     EXPECT_THAT(text, HasSubstr("track 2: AAC LC, 48000 Hz, 2 channels, 282 frames, 0:06.016"));
     EXPECT_THAT(text, HasSubstr("752.0 kB, 1.00 Mbit/s; took 0.50 s (12x)"));
     EXPECT_THAT(text, Not(HasSubstr("interrupted")));
@@ -66,8 +69,10 @@ TEST(RecordingSummary, TimesAndSizes) {
 }
 
 TEST(Progress, ShowsWhatIsKnown) {
-    EXPECT_EQ(ToText(ProgressState{25'000'000, 100'000'000, 100'000'000, 2.0}), "25%  25.0 MB of 100.0 MB  0:10.000  5x  6 s left");
-    EXPECT_EQ(ToText(ProgressState{25'000'000, std::nullopt, 100'000'000, 2.0}), "25.0 MB  0:10.000  5x");
+    EXPECT_EQ(ToText(ProgressState{25'000'000, 100'000'000, 100'000'000, 2.0}),
+              "25%  25.0 MB of 100.0 MB  0:10.000  5.0x  6 s left");
+    EXPECT_EQ(ToText(ProgressState{25'000'000, std::nullopt, 100'000'000, 2.0}), "25.0 MB  0:10.000  5.0x");
+    EXPECT_THAT(ToText(ProgressState{1, std::nullopt, 36'000'000'000, 2.0}), HasSubstr("1:00:00.000  1800x"));
     EXPECT_THAT(ToText(ProgressState{1'000'000, 10'000'000'000, 0, 1.0}), HasSubstr("2 h 46 min left"));
 }
 

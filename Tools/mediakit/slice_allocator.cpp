@@ -87,7 +87,8 @@ HRESULT SliceAllocator::ReleaseBuffer(IMediaSample* pBuffer) {
     sample->block.Reset();
     const bool wasOut = std::exchange(sample->filled, false);
     sample->next = m_returned.load(std::memory_order_relaxed);
-    while (!m_returned.compare_exchange_weak(sample->next, sample, std::memory_order_release, std::memory_order_relaxed)) {
+    while (
+        !m_returned.compare_exchange_weak(sample->next, sample, std::memory_order_release, std::memory_order_relaxed)) {
     }
     if (wasOut && m_back.fetch_add(1) + 1 == m_wakeAt) m_room.Set();
     return S_OK;

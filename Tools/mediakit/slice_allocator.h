@@ -1,14 +1,14 @@
 // Samples that point into blocks of input.
 #pragma once
 
+#include <atomic>
+#include <memory>
+#include <vector>
+
 #include "Platform/DirectShow/CMediaSample.h"
 #include "Platform/DirectShow/IMemAllocator.h"
 #include "Platform/Kernel/Event.h"
 #include "Tools/mediakit/unit_reader.h"
-
-#include <atomic>
-#include <memory>
-#include <vector>
 
 namespace mediakit_tool {
 
@@ -73,14 +73,14 @@ private:
 
     // The delivering thread's. Samples are numbered as they go out, and come back in that order.
     std::vector<std::unique_ptr<Sample>> m_samples;
-    Sample* m_free = nullptr;      ///< a list
-    std::vector<Out> m_ring;       ///< of those that are out
-    std::uint64_t m_sent = 0;      ///< samples that went out
+    Sample* m_free = nullptr;  ///< a list
+    std::vector<Out> m_ring;   ///< of those that are out
+    std::uint64_t m_sent = 0;  ///< samples that went out
     std::uint64_t m_bytesSent = 0;
     REFERENCE_TIME m_latestStart = 0;
 
-    std::atomic<Sample*> m_returned{nullptr};   ///< a list, pushed by any thread, taken whole by the delivering one
-    std::atomic<std::uint64_t> m_back{0};       ///< samples that came back
+    std::atomic<Sample*> m_returned{nullptr};     ///< a list, pushed by any thread, taken whole by the delivering one
+    std::atomic<std::uint64_t> m_back{0};         ///< samples that came back
     std::atomic<std::uint64_t> m_wakeAt{kNever};  ///< the value of m_back that the waiting thread waits for
     std::atomic<bool> m_committed{false};
     CAMEvent m_room;  ///< set when m_wakeAt is reached, and by Decommit

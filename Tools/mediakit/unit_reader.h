@@ -1,14 +1,14 @@
 // Cuts an elementary stream into units (access units, audio frames) with their times.
 #pragma once
 
+#include <atomic>
+#include <memory>
+#include <string>
+
 #include "Platform/DirectShow/MediaType.h"
 #include "Tools/mediakit/frame_rate.h"
 #include "Tools/mediakit/messages.h"
 #include "Tools/mediakit/stream_window.h"
-
-#include <atomic>
-#include <memory>
-#include <string>
 
 namespace mediakit_tool {
 
@@ -28,7 +28,7 @@ struct TrackFacts {
     std::string level;    ///< "4.1", video only
     int width = 0;        ///< visible
     int height = 0;
-    FrameRate rate;       ///< video
+    FrameRate rate;  ///< video
     bool interlaced = false;
     std::uint32_t sampleRate = 0;  ///< audio
     std::uint32_t channels = 0;

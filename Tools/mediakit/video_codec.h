@@ -1,24 +1,24 @@
 // What the cutting of access units has to know of a video format.
 #pragma once
 
-#include "Tools/mediakit/unit_reader.h"
-#include "VideoIO/MPEGUtil/PictureOrder.h"
-
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
 
+#include "Tools/mediakit/unit_reader.h"
+#include "VideoIO/MPEGUtil/PictureOrder.h"
+
 namespace mediakit_tool {
 
 /// How a NAL unit lies in its access unit.
 enum class UnitRole {
-    Slice,          ///< of the primary picture (of the base layer)
-    ParameterSet,   ///< starts the next access unit when it comes behind a slice
-    Start,          ///< the same (delimiter, SEI)
-    MaybeStart,     ///< the same, or it lies between the slices of one picture
+    Slice,         ///< of the primary picture (of the base layer)
+    ParameterSet,  ///< starts the next access unit when it comes behind a slice
+    Start,         ///< the same (delimiter, SEI)
+    MaybeStart,    ///< the same, or it lies between the slices of one picture
     EndOfSequence,
-    Inside,         ///< belongs to the access unit it is met in
+    Inside,  ///< belongs to the access unit it is met in
     Invalid,
 };
 
@@ -37,7 +37,7 @@ struct VideoFacts {
     unsigned levelNumber = 0;
     int codedWidth = 0;
     int codedHeight = 0;
-    int width = 0;   ///< visible
+    int width = 0;  ///< visible
     int height = 0;
     std::uint32_t sarWidth = 1;  ///< shape of a sample
     std::uint32_t sarHeight = 1;
