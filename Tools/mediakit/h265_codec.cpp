@@ -43,7 +43,7 @@ public:
         if (!header) return UnitRole::Invalid;
         const std::uint8_t type = header->nal_unit_type;
         if (header->nuh_layer_id != 0) return UnitRole::Inside;
-        if (type <= H265_NAL_RSV_VCL31) return UnitRole::Slice;
+        if (H265IsSliceSegment(type)) return UnitRole::Slice;
         if (type >= H265_NAL_VPS && type <= H265_NAL_PPS) return UnitRole::ParameterSet;
         if (type == H265_NAL_EOS || type == H265_NAL_EOB) return UnitRole::EndOfSequence;
         return H265StartsAccessUnitAfterSlice(type) ? UnitRole::Start : UnitRole::Inside;

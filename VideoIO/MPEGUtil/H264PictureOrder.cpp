@@ -1,23 +1,30 @@
 #include <algorithm>
+#include <concepts>
 
 #include "VideoIO/MPEGUtil/PictureOrder.h"
 
 // Names of local values follow ITU-T H.264 clause 8.2.1. Sums are made in 64 bits and cut to 32 at the
-// end, where the standard bounds them, so that a hostile stream overflows nothing.
+// end, where the standard bounds them. Those of type 1 hold a product that a hostile stream takes beyond 64
+// bits: they are unsigned, so that they wrap.
 
 namespace qz_MPEGUtil {
 namespace {
 
-std::int32_t Narrow(std::int64_t value) { return static_cast<std::int32_t>(value); }
+template <std::integral Sum>
+std::int32_t Narrow(Sum value) {
+    return static_cast<std::int32_t>(value);
+}
+
+std::uint64_t Wrapping(std::int32_t value) { return static_cast<std::uint64_t>(std::int64_t{value}); }
 
 std::int64_t MaxFrameNum(const H264SequenceSyntax& sps) {
     return std::int64_t{1} << (sps.log2_max_frame_num_minus4 + 4);
 }
 
-std::int64_t SumOf(const std::vector<std::int32_t>& offsets, std::uint32_t count) {
-    std::int64_t sum = 0;
+std::uint64_t SumOf(const std::vector<std::int32_t>& offsets, std::uint32_t count) {
+    std::uint64_t sum = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
-        sum += offsets[i];
+        sum += Wrapping(offsets[i]);
     }
     return sum;
 }
@@ -75,18 +82,19 @@ H264PictureOrder::Counts H264PictureOrder::CountType1(const H264SliceHeader& sli
     if (slice.nal_ref_idc == 0 && absFrameNum > 0) {
         --absFrameNum;
     }
-    std::int64_t expected = 0;
+    std::uint64_t expected = 0;
     if (absFrameNum > 0) {
-        const std::int64_t cycles = (absFrameNum - 1) / cycle_length;
+        const auto cycles = static_cast<std::uint64_t>((absFrameNum - 1) / cycle_length);
         const auto in_cycle = static_cast<std::uint32_t>((absFrameNum - 1) % cycle_length);
         expected = cycles * SumOf(sps.offset_for_ref_frame, static_cast<std::uint32_t>(cycle_length)) +
                    SumOf(sps.offset_for_ref_frame, in_cycle + 1);
     }
     if (slice.nal_ref_idc == 0) {
-        expected += sps.offset_for_non_ref_pic;
+        expected += Wrapping(sps.offset_for_non_ref_pic);
     }
-    const std::int64_t top = expected + slice.delta_pic_order_cnt[0];
-    const std::int64_t bottom = top + sps.offset_for_top_to_bottom_field + slice.delta_pic_order_cnt[1];
+    const std::uint64_t top = expected + Wrapping(slice.delta_pic_order_cnt[0]);
+    const std::uint64_t bottom =
+        top + Wrapping(sps.offset_for_top_to_bottom_field) + Wrapping(slice.delta_pic_order_cnt[1]);
     return {Narrow(top), Narrow(bottom)};
 }
 
@@ -131,13 +139,13 @@ H264PictureOrder::Counts H264PictureOrder::CountPicture(const H264SliceHeader& s
 
 /// PicOrderCnt(picX), equation 8-1; behind operation 5 the counts start anew at this picture.
 std::int32_t H264PictureOrder::PictureCount(const H264SliceHeader& slice, Counts& counts) {
+    const std::int32_t count = !slice.field_pic_flag ? std::min(counts.top, counts.bottom)
+                               : slice.bottom_field_flag ? counts.bottom : counts.top;
     if (!slice.memory_management_control_operation_5) {
-        return !slice.field_pic_flag ? std::min(counts.top, counts.bottom)
-               : slice.bottom_field_flag ? counts.bottom : counts.top;
+        return count;
     }
-    const std::int32_t temp = slice.field_pic_flag ? counts.top : std::min(counts.top, counts.bottom);
-    counts.top = Narrow(std::int64_t{counts.top} - temp);
-    counts.bottom = Narrow(std::int64_t{counts.bottom} - temp);
+    counts.top = Narrow(std::int64_t{counts.top} - count);
+    counts.bottom = Narrow(std::int64_t{counts.bottom} - count);
     return 0;
 }
 

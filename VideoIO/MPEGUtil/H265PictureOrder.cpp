@@ -5,8 +5,8 @@ namespace {
 
 bool Between(std::uint8_t type, std::uint8_t first, std::uint8_t last) { return type >= first && type <= last; }
 
-/// Table 7-1: the even types up to RSV_VCL_N14, which no picture of their sub-layer refers to.
-bool IsSubLayerNonReference(std::uint8_t type) { return type < H265_NAL_RSV_VCL_R15 && type % 2 == 0; }
+/// Table 7-1: the even types up to RASL_N, which no picture of their sub-layer refers to.
+bool IsSubLayerNonReference(std::uint8_t type) { return type <= H265_NAL_RASL_N && type % 2 == 0; }
 
 }  // namespace
 
@@ -51,7 +51,7 @@ std::optional<PictureInfo> H265PictureOrder::AddPicture(std::span<const std::uin
     picture.reference = !IsSubLayerNonReference(type);
     picture.nal_ref_idc = picture.reference ? 1 : 0;
     picture.idr = Between(type, H265_NAL_IDR_W_RADL, H265_NAL_IDR_N_LP);
-    picture.random_access = Between(type, H265_NAL_BLA_W_LP, H265_NAL_RSV_IRAP_VCL23);
+    picture.random_access = Between(type, H265_NAL_BLA_W_LP, H265_NAL_CRA);
     // NoRaslOutputFlag, clause 8.1.3: of IDR and BLA pictures always, of CRA pictures behind a start.
     picture.starts_sequence = picture.random_access && (type <= H265_NAL_IDR_N_LP || m_firstInSequence);
     picture.rasl = Between(type, H265_NAL_RASL_N, H265_NAL_RASL_R);

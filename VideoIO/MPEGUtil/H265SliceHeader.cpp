@@ -6,8 +6,12 @@
 namespace qz_MPEGUtil {
 namespace {
 
-bool IsIrap(std::uint8_t type) { return type >= H265_NAL_BLA_W_LP && type <= H265_NAL_RSV_IRAP_VCL23; }
+bool IsIrap(std::uint8_t type) { return type >= H265_NAL_BLA_W_LP && type <= H265_NAL_CRA; }
 bool IsIdr(std::uint8_t type) { return type == H265_NAL_IDR_W_RADL || type == H265_NAL_IDR_N_LP; }
+
+bool IsBaseLayerSlice(const H265NalHeader& header) {
+    return header.nuh_layer_id == 0 && H265IsSliceSegment(header.nal_unit_type);
+}
 
 /// The part that dependent slice segments take from the slice before them.
 void ReadIndependentPart(RbspReader& reader, const H265PictureParameterSet& pps, const H265SequenceParameterSet& sps,
@@ -30,7 +34,7 @@ void ReadIndependentPart(RbspReader& reader, const H265PictureParameterSet& pps,
 std::optional<H265SliceHeader> ReadH265SliceHeader(std::span<const std::uint8_t> nal,
                                                    const H265ParameterSetTables& sets) {
     const auto header = ReadH265NalHeader(nal);
-    if (!header || header->nal_unit_type > H265_NAL_RSV_VCL31 || header->nuh_layer_id != 0) {
+    if (!header || !IsBaseLayerSlice(*header)) {
         return std::nullopt;
     }
     RbspReader reader(nal.subspan(2));
@@ -60,7 +64,7 @@ std::optional<H265SliceHeader> ReadH265SliceHeader(std::span<const std::uint8_t>
 
 std::optional<bool> ReadFirstSliceSegmentInPicFlag(std::span<const std::uint8_t> nal) {
     const auto header = ReadH265NalHeader(nal);
-    if (!header || header->nal_unit_type > H265_NAL_RSV_VCL31 || nal.size() < 3) {
+    if (!header || !IsBaseLayerSlice(*header) || nal.size() < 3) {
         return std::nullopt;
     }
     return (nal[2] & 0x80) != 0;

@@ -108,7 +108,7 @@ public:
     /// A video, sequence or picture parameter set NAL unit, with its two header bytes.
     bool AddParameterSet(std::span<const std::uint8_t> nal) { return m_sets.Add(nal); }
 
-    /// The first slice segment NAL unit (types 0 to 31) of the next access unit, in decoding order; any
+    /// The first slice segment NAL unit (types 0 to 9 and 16 to 21) of the next access unit, in decoding order; any
     /// other independent slice segment of it will do. Nothing, and no change, when its header cannot
     /// be read, is that of a dependent segment, or belongs to another layer than 0.
     std::optional<PictureInfo> AddPicture(std::span<const std::uint8_t> slice);

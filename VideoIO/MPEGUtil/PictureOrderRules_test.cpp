@@ -143,6 +143,29 @@ TEST(H264PictureOrder, CountsAnewBehindOperation5) {
     }
 }
 
+TEST(H264PictureOrder, WrapsTheCountsOfType1) {
+    // One offset of 2^31 - 1 a frame, and a frame_num that falls with every second picture, so that the frames
+    // counted reach 2^32.
+    constexpr std::int32_t offset = 0x7FFFFFFF;
+    bit_writer sps, pps;
+    sps.u(8, 0x67).u(8, 66).u(8, 0).u(8, 40).ue(0).ue(12).ue(1).u(1, 1).se(0).se(0).ue(1).se(offset);
+    sps.ue(1).u(1, 0).ue(0).ue(0).u(1, 1).u(1, 1).u(1, 0).u(1, 0).trailing();
+    pps.u(8, 0x68).ue(0).ue(0).u(2, 0).ue(0).ue(0).ue(0).u(3, 0).se(0).se(0).se(0).u(3, 0).trailing();
+    H264PictureOrder order;
+    ASSERT_TRUE(order.AddParameterSet(sps.nal()) && order.AddParameterSet(pps.nal()));
+    const auto slice = [](unsigned frame_num) {
+        return bit_writer().u(8, 0x41).ue(0).ue(7).ue(0).u(16, frame_num).u(1, 0).u(8, 0).trailing().nal();
+    };
+    const auto first = slice(1), second = slice(0);
+    for (std::uint64_t pair = 0; pair < 0x10004; ++pair) {
+        const std::uint64_t frame = pair << 16 | 1;
+        const auto before = order.AddPicture(first), behind = order.AddPicture(second);
+        ASSERT_TRUE(before && behind);
+        ASSERT_EQ(before->picture_order_count, static_cast<std::int32_t>(frame * offset)) << pair;
+        ASSERT_EQ(behind->picture_order_count, static_cast<std::int32_t>((frame + 0xFFFF) * offset)) << pair;
+    }
+}
+
 TEST(H264PictureOrder, ForgetsTheSequenceAtAResetAndKeepsTheSets) {
     const Clip& clip = ClipNamed("pyramid");
     H264PictureOrder order;
@@ -206,7 +229,7 @@ TEST(H265PictureOrder, TakesASequenceEndForAStart) {
 std::vector<std::uint8_t> H265Slice(unsigned type, unsigned temporal_id, unsigned lsb) {
     bit_writer slice;
     slice.u(1, 0).u(6, type).u(6, 0).u(3, temporal_id + 1).u(1, 1);
-    if (type >= 16) {
+    if (type >= 16 && type <= 23) {
         slice.u(1, 0);
     }
     slice.ue(0).ue(1);
@@ -216,17 +239,30 @@ std::vector<std::uint8_t> H265Slice(unsigned type, unsigned temporal_id, unsigne
     return slice.u(8, 0).trailing().nal();
 }
 
-TEST(H265PictureOrder, CountsFromTheLastPictureOfTheLowestLayer) {
+/// With the parameter sets of H265Slice.
+H265PictureOrder WithH265Sets() {
     bit_writer sps, pps;
     sps.u(16, 0x4201).u(4, 0).u(3, 0).u(1, 1).u(8, 1).u(32, 0).u(48, 0).u(8, 30).ue(0).ue(1).ue(64).ue(64).u(1, 0);
     sps.ue(0).ue(0).ue(0).u(1, 1).ue(4).ue(2).ue(0).ue(0).ue(1).ue(0).ue(1).ue(0).ue(0).u(1, 0).u(2, 0).u(1, 0);
     sps.ue(0).u(1, 0).u(2, 0).u(1, 0).u(1, 0).trailing();
     pps.u(16, 0x4401).ue(0).ue(0).u(2, 0).u(3, 0).trailing();
+    H265PictureOrder order;
+    EXPECT_TRUE(order.AddParameterSet(sps.nal()) && order.AddParameterSet(pps.nal()));
+    return order;
+}
+
+TEST(H265PictureOrder, IgnoresReservedTypes) {
+    for (unsigned type = 0; type < 32; ++type) {
+        auto order = WithH265Sets();
+        EXPECT_EQ(order.AddPicture(H265Slice(type, 0, 5)).has_value(), type <= 9 || (type >= 16 && type <= 21)) << type;
+    }
+}
+
+TEST(H265PictureOrder, CountsFromTheLastPictureOfTheLowestLayer) {
     constexpr unsigned trail_n = 0, trail_r = 1, tsa_r = 3, radl_r = 7, rasl_r = 9, idr = 19;
     // Against 6 the count 5 is 5; against the 13 of the picture in between it would be 21.
     for (const auto& [type, temporal_id] : {std::pair{trail_n, 0u}, {tsa_r, 1u}, {radl_r, 0u}, {rasl_r, 0u}}) {
-        H265PictureOrder order;
-        ASSERT_TRUE(order.AddParameterSet(sps.nal()) && order.AddParameterSet(pps.nal()));
+        auto order = WithH265Sets();
         EXPECT_EQ(CountsOf(order, {H265Slice(idr, 0, 0), H265Slice(trail_r, 0, 6), H265Slice(type, temporal_id, 13),
                                    H265Slice(trail_r, 0, 5), H265Slice(trail_r, 0, 12), H265Slice(trail_r, 0, 4),
                                    H265Slice(trail_r, 0, 14)}),

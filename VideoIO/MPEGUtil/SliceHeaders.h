@@ -72,6 +72,13 @@ constexpr bool H264StartsAccessUnitAfterSlice(std::uint8_t nal_unit_type) {
     return (nal_unit_type >= 6 && nal_unit_type <= 9) || (nal_unit_type >= 14 && nal_unit_type <= 18);
 }
 
+/// Whether a NAL unit of this type holds a slice segment. The types that table 7-1 reserves among those of
+/// slices, 10 to 15 and 22 to 31, do not: what they hold is unknown and to be ignored (clause 7.4.2.2).
+constexpr bool H265IsSliceSegment(std::uint8_t nal_unit_type) {
+    return nal_unit_type <= H265_NAL_RASL_R ||
+           (nal_unit_type >= H265_NAL_BLA_W_LP && nal_unit_type <= H265_NAL_CRA);
+}
+
 /// The start of slice_segment_header of ITU-T H.265, clause 7.3.6.1.
 struct H265SliceHeader {
     H265NalHeader nal;
@@ -86,13 +93,13 @@ struct H265SliceHeader {
     std::uint32_t slice_pic_order_cnt_lsb = 0;
 };
 
-/// Nothing for NAL unit types above 31, layers other than the base layer, an unknown parameter set,
-/// truncated data or bad values.
+/// Nothing for NAL units that are no slice segment, layers other than the base layer, an unknown parameter
+/// set, truncated data or bad values.
 std::optional<H265SliceHeader> ReadH265SliceHeader(std::span<const std::uint8_t> nal,
                                                    const H265ParameterSetTables& sets);
 
 /// first_slice_segment_in_pic_flag alone, for which no parameter set is needed; a base layer slice
-/// with this flag is the first of another picture (clause 7.4.2.4.5).
+/// with this flag is the first of another picture (clause 7.4.2.4.5). Nothing for other layers.
 std::optional<bool> ReadFirstSliceSegmentInPicFlag(std::span<const std::uint8_t> nal);
 
 /// Whether `next` is the first slice segment of another picture than that of `previous`.

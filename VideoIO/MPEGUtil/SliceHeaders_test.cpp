@@ -127,6 +127,16 @@ TEST(SliceHeaders, FirstMarksNeedNoParameterSets) {
     EXPECT_FALSE(ReadFirstSliceSegmentInPicFlag(std::vector<std::uint8_t>{0x02, 0x01}));
 }
 
+TEST(SliceHeaders, OnlySlicesOfTheBaseLayerHaveAFirstMark) {
+    for (unsigned type = 0; type < 64; ++type) {
+        for (const unsigned layer : {0u, 1u, 32u}) {
+            const auto nal = bit_writer().u(1, 0).u(6, type).u(6, layer).u(3, 1).u(8, 0x80).bytes();
+            const bool slice = layer == 0 && (type <= 9 || (type >= 16 && type <= 21));
+            EXPECT_EQ(ReadFirstSliceSegmentInPicFlag(nal).value_or(false), slice) << type << " " << layer;
+        }
+    }
+}
+
 /// A slice of a reference picture whose header holds every optional part there is before the marking.
 struct LongHeader {
     unsigned slice_type = 0;
