@@ -30,6 +30,8 @@ HRESULT AVCDecoderConfigurationRecord::Parse(const BYTE* buffer, std::size_t buf
     m_sps.clear();
     m_pps.clear();
     m_spsExt.clear();
+    m_buffer.Reset();
+    m_parser.Reset();
     ConfigurationRecordReader reader({buffer, bufferSize});
     configurationVersion = static_cast<BYTE>(reader.Bits(8));
     if (configurationVersion != 1) {
@@ -90,8 +92,6 @@ HRESULT AVCDecoderConfigurationRecord::ReadExtension(ConfigurationRecordReader& 
 }
 
 HRESULT AVCDecoderConfigurationRecord::ParseFirstSequenceParameterSet() {
-    m_buffer.Reset();
-    m_parser.Reset();
     const std::size_t cThis = m_buffer.Add(m_sps.front().data(), m_sps.front().size());
     QZCheckCondition(cThis == m_sps.front().size(), E_UNEXPECTED);
     QZCheckHRESULT(m_parser.ParseSPS());

@@ -21,9 +21,9 @@ public:
 
     AVCDecoderConfigurationRecord();
 
-    /// QZ_E_BAD_DATA for less than 5 bytes, E_FAIL for a record that is no such record or is cut short,
-    /// and what the parse of the first sequence parameter set gives. After a failure the lists hold
-    /// what was read before it.
+    /// QZ_E_BAD_DATA for less than 5 bytes, which change nothing. E_FAIL for a record that is no such
+    /// record or is cut short, and what the parse of the first sequence parameter set gives; the lists
+    /// then hold what was read before it, and there is no media type.
     HRESULT Parse(const BYTE* buffer, std::size_t bufferSize);
 
     /// An `AVC1` media type with the record's profile, level and parameter sets, and the sizes of the

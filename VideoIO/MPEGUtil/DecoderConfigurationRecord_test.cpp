@@ -159,6 +159,22 @@ TEST(AVCDecoderConfigurationRecord, RefusesBrokenRecords) {
                     L"sequenceParameterSetExtLength > 0"), E_FAIL);
 }
 
+TEST(AVCDecoderConfigurationRecord, HasNoMediaTypeBehindAFailure) {
+    AVCDecoderConfigurationRecord record;
+    CMediaType type;
+    log_capture quiet(0);
+    const auto fails = [&](auto change) {
+        ASSERT_EQ(ParseAVC(record, FromHex(avc_1080)), S_OK);
+        ASSERT_EQ(record.CreateMediaType(type), S_OK);
+        EXPECT_NE(ParseWith(record, change), S_OK);
+        EXPECT_EQ(record.CreateMediaType(type), E_UNEXPECTED);
+    };
+    fails([](auto& p) { p.version = 2; });
+    fails([](auto& p) { p.sps.clear(); });
+    fails([](auto& p) { p.pps.clear(); });
+    fails([](auto& p) { p.sps[0][0] = 0x68; });
+}
+
 TEST(AVCDecoderConfigurationRecord, ReadsExtensionsOfTheHighProfilesAlone) {
     const Bytes tail = {0xFE, 0xF9, 0xFA, 1, 0, 2, 0x6D, 0x80};
     AVCDecoderConfigurationRecord high, low, cut;
@@ -234,6 +250,22 @@ TEST(HEVCDecoderConfigurationRecord, WritesOnlyTheKindsItHas) {
               FromHex("02" "a10001" "0003420109" "a20002" "0003440107" "000444010808"));
     EXPECT_EQ(Bytes(written.begin(), written.begin() + 13), FromHex("01000000000000000000000000"));
     EXPECT_EQ(Bytes(written.begin() + 13, written.begin() + 19), FromHex("f000fcfcf8f8"));
+}
+
+TEST(HEVCDecoderConfigurationRecord, WritesTheLargestBitDepthThatItsFieldHolds) {
+    const auto depths = [](unsigned luma, unsigned chroma) {
+        bit_writer sps;
+        sps.u(16, 0x4201).u(7, 0).u(1, 1).u(8, 4).u(32, 0).u(48, 0).u(8, 30).ue(0).ue(1).ue(64).ue(64).u(1, 0);
+        sps.ue(luma).ue(chroma).ue(0).u(1, 1).ue(4).ue(2).ue(0).ue(0).ue(1).ue(0).ue(1).ue(0).ue(0).u(1, 0).u(2, 0);
+        sps.u(1, 0).ue(0).u(1, 0).u(2, 0).u(1, 0).u(1, 0).trailing();
+        HEVCDecoderConfigurationRecord record;
+        EXPECT_TRUE(record.AddParameterSet(sps.nal()));
+        const Bytes written = record.Serialize();
+        return std::pair<int, int>(written[17], written[18]);
+    };
+    EXPECT_EQ(depths(0, 7), std::pair(0xF8, 0xFF));
+    EXPECT_EQ(depths(8, 2), std::pair(0xFF, 0xFA));
+    EXPECT_EQ(depths(1, 8), std::pair(0xF9, 0xFF));
 }
 
 TEST(HEVCDecoderConfigurationRecord, CountsUnitsByTheLowEightBits) {

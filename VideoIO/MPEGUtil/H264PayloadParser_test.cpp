@@ -23,6 +23,8 @@ using Bytes = std::vector<BYTE>;
 /// 1920 x 1088 with the fields that the media type is made of.
 struct SetFields {
     unsigned profile = 66;
+    unsigned width_in_mbs = 120, height_in_mbs = 68;  // of the frame
+    unsigned crop_left = 0;
     unsigned crop_bottom = 4;  // in units of two lines
     unsigned frame_mbs_only = 1;
     int aspect_ratio_idc = -1;  // none
@@ -34,11 +36,11 @@ struct SetFields {
     bit_writer Payload() const {
         bit_writer w;
         w.u(8, profile).u(8, 0).u(8, 40).ue(0).ue(0).ue(2).ue(1).u(1, 0);
-        w.ue(119).ue(frame_mbs_only != 0 ? 67 : 33).u(1, frame_mbs_only);
+        w.ue(width_in_mbs - 1).ue(height_in_mbs / (2 - frame_mbs_only) - 1).u(1, frame_mbs_only);
         if (frame_mbs_only == 0) {
             w.u(1, 0);
         }
-        w.u(1, 1).u(1, 1).ue(0).ue(0).ue(0).ue(crop_bottom);
+        w.u(1, 1).u(1, 1).ue(crop_left).ue(0).ue(0).ue(crop_bottom);
         w.u(1, 1).u(1, aspect_ratio_idc >= 0 ? 1 : 0);
         if (aspect_ratio_idc >= 0) {
             w.u(8, static_cast<unsigned>(aspect_ratio_idc));
@@ -176,6 +178,24 @@ TEST(H264PayloadParser, MultipliesAspectRatios) {
     EXPECT_EQ(std::get<0>(ratio(255, 1, 0)), QZ_E_BAD_DATA);
     EXPECT_EQ(log.count(1, L"pictAspectRatio.cy > 0"), 1u);
     EXPECT_EQ(ParseWith([](SetFields& f) { f.crop_bottom = 600; }).result, QZ_E_BAD_DATA);
+}
+
+TEST(H264PayloadParser, RefusesSizesBeyond31Bits) {
+    const auto parse = [](auto change) { return ParseWith(change); };
+    const Parsed wide = parse([](SetFields& f) { f.width_in_mbs = 0x7FFFFFF, f.crop_left = 1; });
+    ASSERT_EQ(wide.result, S_OK);
+    EXPECT_EQ(wide.info.hdr.bmiHeader.biWidth, 0x7FFFFFF0);
+    EXPECT_EQ(wide.info.hdr.rcSource.right, 0x7FFFFFEE);
+    log_capture quiet(0);
+    // Cut to 32 bits these would be 16, which no check behind notices.
+    EXPECT_EQ(parse([](SetFields& f) { f.width_in_mbs = 0x10000001; }).result, QZ_E_BAD_DATA);
+    EXPECT_EQ(parse([](SetFields& f) { f.height_in_mbs = 0x10000001, f.crop_bottom = 0; }).result, QZ_E_BAD_DATA);
+    EXPECT_EQ(parse([](SetFields& f) {
+                  f.width_in_mbs = 0x7FFFFFF, f.aspect_ratio_idc = 255, f.sar_width = 65535, f.sar_height = 1;
+              }).result,
+              QZ_E_BAD_DATA);
+    // Cropped to 1920 - 2^32.
+    EXPECT_EQ(parse([](SetFields& f) { f.crop_left = 0x80000000; }).result, QZ_E_BAD_DATA);
 }
 
 TEST(H264PayloadParser, KnowsTheProfilesOfScannersAndEightScalingLists) {

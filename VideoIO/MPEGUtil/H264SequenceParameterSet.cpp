@@ -90,6 +90,7 @@ HRESULT H264SequenceParameterSet::GetPictureAspectRatio(std::int64_t width, std:
         ratio.second *= sample.height;
     }
     qz_DSFilters::ReduceRatio(ratio);
+    QZCheckCondition(std::in_range<LONG>(ratio.first) && std::in_range<LONG>(ratio.second), QZ_E_BAD_DATA);
     pictAspectRatio = {static_cast<LONG>(ratio.first), static_cast<LONG>(ratio.second)};
     QZCheckCondition(pictAspectRatio.cx > 0, QZ_E_BAD_DATA);
     QZCheckCondition(pictAspectRatio.cy > 0, QZ_E_BAD_DATA);
@@ -105,6 +106,7 @@ HRESULT H264SequenceParameterSet::BuildMediaType(const Span& payload) {
         full_width - (std::int64_t{frame_crop_left_offset} + frame_crop_right_offset) * 2;
     const std::int64_t height =
         full_height - (std::int64_t{frame_crop_top_offset} + frame_crop_bottom_offset) * crop_unit_y * 2;
+    QZCheckCondition(std::in_range<LONG>(full_width) && std::in_range<LONG>(full_height), QZ_E_BAD_DATA);
     SIZE pictAspectRatio{};
     QZCheckHRESULT(GetPictureAspectRatio(width, height, pictAspectRatio));
 

@@ -11,6 +11,8 @@
 namespace qz_MPEGUtil {
 namespace {
 
+constexpr BYTE max_bit_depth_minus8 = 7;  // of a field of 3 bits; a sequence parameter set may hold 8
+
 constexpr std::array<BYTE, 3> written_kinds = {H265_NAL_VPS, H265_NAL_SPS, H265_NAL_PPS};
 
 BYTE KindOf(std::span<const BYTE> nal) { return nal.empty() ? BYTE{0} : static_cast<BYTE>(nal[0] >> 1 & 0x3F); }
@@ -144,8 +146,8 @@ std::vector<BYTE> HEVCDecoderConfigurationRecord::Serialize() const {
     out.Put(0xF000 | min_spatial_segmentation_idc, 2);
     out.Put(0xFC | parallelismType, 1);
     out.Put(0xFC | chromaFormat, 1);
-    out.Put(0xF8 | bitDepthLumaMinus8, 1);
-    out.Put(0xF8 | bitDepthChromaMinus8, 1);
+    out.Put(0xF8 | std::min(bitDepthLumaMinus8, max_bit_depth_minus8), 1);
+    out.Put(0xF8 | std::min(bitDepthChromaMinus8, max_bit_depth_minus8), 1);
     out.Put(avgFrameRate, 2);
     out.Put(constantFrameRate << 6 | numTemporalLayers << 3 | temporalIdNested << 2 | lengthSizeMinusOne, 1);
 
