@@ -7,8 +7,9 @@
 namespace ProtectedLibrary {
 
 std::span<const std::uint32_t> to_rbsp(std::vector<std::uint32_t>& words, std::span<const std::uint8_t> unit) {
-    if (words.size() < unit.size() / 4 + 2) {
-        words.resize(unit.size() / 4 + 2);
+    const std::size_t room = (unit.size() + 3) / 4 + 2;  // 8 bytes more than the unit at least
+    if (words.size() < room) {
+        words.resize(room);
     }
     std::size_t count = 0;
     std::uint32_t word = 0;

@@ -134,7 +134,7 @@ std::int32_t AVC_Spl::take_pending() {
         return AVC_ERR_NULL_PTR;
     }
     m_has_last_unit = false;
-    const std::int32_t added = add_nal(m_lastNalUnit.bytes, m_lastNalUnit.time, slice);
+    const std::int32_t added = add_slice_nal(m_lastNalUnit.bytes, m_lastNalUnit.time, slice);
     return status == AVC_ERR_NOT_ENOUGH_DATA && added != AVC_OK ? added : status;
 }
 
@@ -174,10 +174,7 @@ bool AVC_Spl::take_slice(const nal_buffer& unit, std::int32_t& status) {
     }
     const std::int32_t result = add_slice(slice);
     if (m_pending_slice == nullptr) {
-        status = add_nal(bytes_of(unit), unit.time, *slice);
-        if (m_frame_slot.first_slice != slice) {
-            m_slices.pop_back();  // only the first one of a picture is compared with later slices
-        }
+        status = add_slice_nal(bytes_of(unit), unit.time, *slice);
     } else if (result != AVC_ERR_NOT_ENOUGH_BUFFER) {
         m_lastNalUnit.bytes.assign(unit.begin(), unit.end());
         m_lastNalUnit.time = unit.time;
@@ -212,6 +209,20 @@ std::int32_t AVC_Spl::add_header_nal(Bytes unit) {
     return append(unit);
 }
 
+/// Adds the unit of the last one of m_slices, which add_slice took into the open frame. A frame whose first slice does
+/// not fit is none.
+std::int32_t AVC_Spl::add_slice_nal(Bytes unit, std::int64_t time, const Slice& slice) {
+    const std::int32_t status = add_nal(unit, time, slice);
+    if (m_output.slice_count == 0) {
+        m_frame = nullptr;
+        m_frame_slot = {};
+    }
+    if (m_frame_slot.first_slice != &slice) {
+        m_slices.pop_back();  // only the first one of a picture is compared with later slices
+    }
+    return status;
+}
+
 std::int32_t AVC_Spl::add_nal(Bytes unit, std::int64_t time, const Slice& slice) {
     const std::uint32_t offset = m_output.data_size;
     if (const std::int32_t status = append(unit); status != AVC_OK) {
@@ -224,7 +235,7 @@ std::int32_t AVC_Spl::add_nal(Bytes unit, std::int64_t time, const Slice& slice)
     if (m_output.slice_count > m_slice_info.size()) {
         m_slice_info.resize(m_output.slice_count + kMoreSliceInfos);
     }
-    const std::uint64_t header_bytes = (slice.bitstream.bits_read() + 7) / 8;  // the NAL header's byte among them
+    const std::uint64_t header_bytes = (slice.header_bits + 7) / 8;
     m_slice_info[index] = {.offset = offset,
                            .size = m_output.data_size - offset,
                            .header_size = bytes_with_emulation(unit, header_bytes) +

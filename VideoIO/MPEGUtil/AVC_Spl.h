@@ -52,7 +52,7 @@ protected:
 private:
     struct Slice {
         AVCSliceHeader header;
-        AVCHeadersBitstream bitstream;  // behind the header; its words are those of the unit read last
+        std::uint64_t header_bits = 0;  // NAL header and slice header, without emulation prevention
     };
 
     struct FrameSlot {
@@ -71,6 +71,7 @@ private:
     std::int32_t close_frame(const AVCFrame*& out);
 
     std::int32_t add_header_nal(Bytes unit);
+    std::int32_t add_slice_nal(Bytes unit, std::int64_t time, const Slice& slice);
     std::int32_t add_nal(Bytes unit, std::int64_t time, const Slice& slice);
     std::int32_t append(Bytes unit);
     std::int32_t add_slice(const Slice* slice);

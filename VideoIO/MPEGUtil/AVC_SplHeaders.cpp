@@ -43,8 +43,8 @@ const AVC_Spl::Slice* AVC_Spl::read_slice(Bytes unit) {
 
 bool AVC_Spl::read_slice_into(Slice& slice, Bytes unit) {
     AVCSliceHeader& header = slice.header;
-    slice.bitstream = open_unit(unit, header);
-    if (header.svc_extension_flag || slice.bitstream.get_slice_header_start(header) != AVC_OK) {
+    AVCHeadersBitstream bits = open_unit(unit, header);
+    if (header.svc_extension_flag || bits.get_slice_header_start(header) != AVC_OK) {
         return false;
     }
     const AVCPicParamSet* pps = m_pps.find(header.pic_parameter_set_id);
@@ -60,9 +60,10 @@ bool AVC_Spl::read_slice_into(Slice& slice, Bytes unit) {
     if (m_waiting_for_sps && !is_intra && m_sei.find(kSeiRecoveryPoint) == nullptr) {
         return false;
     }
-    if (slice.bitstream.get_slice_header(header, *sps, *pps) != AVC_OK) {
+    if (bits.get_slice_header(header, *sps, *pps) != AVC_OK) {
         return false;
     }
+    slice.header_bits = bits.bits_read();
     if (!is_intra) {
         m_sei.remove(kSeiRecoveryPoint);
     }
@@ -101,8 +102,8 @@ void AVC_Spl::read_seq_param_set(AVCHeadersBitstream& bits, std::uint32_t nal_ty
     if (bits.get_seq_param_set(sps) != AVC_OK) {
         return;
     }
+    m_scanner->raise_max_unit_size(max_unit_size(sps));
     if (nal_type == AVC_NAL_SPS) {
-        m_scanner->raise_max_unit_size(max_unit_size(sps));
         m_sps.store(std::move(sps));
     } else if (sps.profile_idc == kMultiviewHigh || sps.profile_idc == kStereoHigh) {
         m_subset_sps.store(std::move(sps));

@@ -326,21 +326,81 @@ TEST(AvcSplitter, LeavesOutWhatDoesNotFitTheFrame) {
     }
 }
 
+TEST(AvcSplitter, OpensNoFrameWithASliceThatDoesNotFit) {
+    Bytes large = Slice({.frame_num = 1, .order = 2});
+    large.resize(1048576, 0x55);
+    const Bytes intra = Slice({.type = 5}), next = Slice({.slice_type = 0, .frame_num = 2, .order = 4});
+    const auto frames_of = [](const Bytes& stream) {
+        AVC_Spl splitter;
+        std::vector<Frame> frames;
+        nal_buffer data{.base = stream.data(), .size = static_cast<std::uint32_t>(stream.size()),
+                        .flags = nal_buffer::complete};
+        Feed(splitter, &data, frames);
+        Feed(splitter, nullptr, frames);
+        return frames;
+    };
+    // The first slice of all, and one that ended the frame before.
+    const std::vector<Frame> first = frames_of(Stream({Sps(), Pps(), large, next}));
+    ASSERT_EQ(SliceCounts(first), (std::vector<std::size_t>{1}));
+    EXPECT_EQ(first[0].data, Stream({Sps(), Pps(), next}));
+    const std::vector<Frame> second = frames_of(Stream({Sps(), Pps(), intra, large, next}));
+    ASSERT_EQ(SliceCounts(second), (std::vector<std::size_t>{1, 1}));
+    EXPECT_EQ(second[0].data, Stream({Sps(), Pps(), intra}));
+    EXPECT_EQ(second[1].data, Stream({next}));
+}
+
+TEST(AvcSplitter, LeavesOutASliceOfAnUnknownPictureParameterSet) {
+    const Bytes first = Slice({.type = 5}), unknown = Slice({.type = 5, .first_mb = 2, .pps = 7});
+    const Bytes second = Slice({.type = 5, .first_mb = 4});
+    AVC_Spl splitter;
+    const std::vector<Frame> frames = Frames(splitter, Stream({Sps(), Pps(), first, unknown, second}));
+    ASSERT_EQ(SliceCounts(frames), (std::vector<std::size_t>{2}));
+    EXPECT_EQ(frames[0].data, Stream({Sps(), Pps(), first, second}));
+}
+
+TEST(AvcSplitter, KeepsMessagesOfTypesUpTo255LessTheOneThatMarksNone) {
+    const Bytes sei = {0x06, 19, 1, 0xAA, 0xFF, 0x01, 1, 0xBB, 0xFF, 0x00, 1, 0xCC, 5, 1, 0xDD, 0x80};
+    AVC_Spl splitter;
+    Frames(splitter, Stream({Sps(), Pps(), sei}));
+    EXPECT_EQ(splitter.sei_messages().find(19), nullptr);
+    EXPECT_EQ(splitter.sei_messages().find(256), nullptr);
+    ASSERT_NE(splitter.sei_messages().find(255), nullptr);
+    EXPECT_EQ(splitter.sei_messages().find(255)->payload, Bytes{0xCC});
+    ASSERT_NE(splitter.sei_messages().find(5), nullptr);
+    EXPECT_EQ(splitter.sei_messages().find(5)->payload, Bytes{0xDD});
+}
+
+TEST(AvcSplitter, KeepsASequenceParameterSetWhenItsSuccessorIsRefused) {
+    const Bytes cut = {0x67, 66, 0, 30};
+    Bytes level = Sps(0, 0x67, 66);
+    level[3] = 33;
+    for (const Bytes& refused : {Sps(0, 0x67, 99), level, cut}) {
+        AVC_Spl splitter;
+        const std::vector<Frame> frames = Frames(splitter, Stream({Sps(), Pps(), refused, Slice({.type = 5})}));
+        EXPECT_EQ(SliceCounts(frames), (std::vector<std::size_t>{1}));
+        ASSERT_NE(splitter.seq_param_sets().find(0), nullptr);
+        EXPECT_EQ(splitter.seq_param_sets().find(0)->profile_idc, 77);
+        EXPECT_EQ(splitter.seq_param_sets().find(0)->frame_width_in_mbs, 4u);
+    }
+}
+
 TEST(AvcSplitter, RaisesTheUnitLimitByThePictureArea) {
     // 4 x 2 macroblocks of 384 bytes stay below the first limit of 10240; 64 x 2 raise it to 49152.
-    const auto sps = [](unsigned width) {
-        return bit_writer().u(8, 0x67).u(8, 77).u(8, 0).u(8, 30).ue(0).ue(0).ue(0).ue(0).ue(2).u(1, 0).ue(width - 1).ue(0)
-            .u(1, 0).u(1, 0).u(1, 1).u(1, 0).u(1, 0).trailing().nal();
+    const auto sps = [](unsigned width, unsigned id, unsigned nal) {
+        return bit_writer().u(8, nal).u(8, 77).u(8, 0).u(8, 30).ue(id).ue(0).ue(0).ue(0).ue(2).u(1, 0)
+            .ue(width - 1).ue(0).u(1, 0).u(1, 0).u(1, 1).u(1, 0).u(1, 0).trailing().nal();
     };
     Bytes slice = Slice({.type = 5});
     slice.resize(20000, 0x55);
-    const auto size_of_slice = [&](unsigned width) {
+    const auto size_of_slice = [&](unsigned width, unsigned subset_width) {
         AVC_Spl splitter;
-        const std::vector<Frame> frames = Frames(splitter, Stream({sps(width), Pps(), slice}), 1000);
+        const std::vector<Frame> frames =
+            Frames(splitter, Stream({sps(width, 0, 0x67), Pps(), sps(subset_width, 1, 0x6F), slice}), 1000);
         return frames.empty() ? 0u : frames[0].slices[0].size;
     };
-    EXPECT_EQ(size_of_slice(64), 20004u);
-    EXPECT_NE(size_of_slice(4), 20004u);
+    EXPECT_EQ(size_of_slice(64, 4), 20004u);
+    EXPECT_EQ(size_of_slice(4, 64), 20004u);
+    EXPECT_NE(size_of_slice(4, 4), 20004u);
 }
 
 TEST(AvcSplitter, HoldsManySlicesAPicture) {
