@@ -83,7 +83,7 @@ HRESULT H26xSyntaxReader::ReadSE(std::int32_t& value) {
 }
 
 HRESULT H26xSyntaxReader::SavePosition(Position& position) const {
-    position = {m_source->ReadPointer(), m_bitPosition};
+    position = {m_source->ReadPointer(), m_bitPosition, m_currentByte, m_zeroCount};
     return S_OK;
 }
 
@@ -97,13 +97,8 @@ void H26xSyntaxReader::Reset() {
 void H26xSyntaxReader::RestorePosition(const Position& position) {
     QZLogHRESULT(m_source->SetReadPointer(position.readPointer));
     m_bitPosition = position.bitPosition;
-    // What lies before the read pointer tells the rest of the state.
-    const BYTE* const begin = m_source->Begin();
-    const BYTE* at = m_source->ReadPointer();
-    m_currentByte = at != begin ? at[-1] : BYTE{0};
-    for (m_zeroCount = 0; at != begin && at[-1] == 0; --at) {
-        ++m_zeroCount;
-    }
+    m_currentByte = position.currentByte;
+    m_zeroCount = position.zeroCount;
 }
 
 }  // namespace qz_MPEGUtil

@@ -17,6 +17,9 @@ public:
     struct Position {
         const BYTE* readPointer = nullptr;
         std::uint32_t bitPosition = 8;
+        // What the bytes before the read pointer tell, which the buffer may have dropped.
+        BYTE currentByte = 0;
+        std::uint32_t zeroCount = 0;
     };
 
     explicit H26xSyntaxReader(DataBuffer& source) : m_source(&source) {}

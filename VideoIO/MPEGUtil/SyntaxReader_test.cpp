@@ -158,8 +158,45 @@ TEST(H26xSyntaxReader, GoesOnWhenMoreDataHaveCome) {
         std::vector<BYTE> longer(nal.begin(), nal.begin() + static_cast<std::ptrdiff_t>(held) + 1);
         const std::size_t read = reader.GetBytesRead();
         Filled(buffer, longer);
-        reader.RestorePosition({buffer.Begin() + read, start.bitPosition});
+        start.readPointer = buffer.Begin() + read;
+        reader.RestorePosition(start);
         EXPECT_EQ(reader.GetBytesRead(), read);
+    }
+}
+
+TEST(H26xSyntaxReader, RestoresWhatTheBufferHasDropped) {
+    // Two zeros are read whole, or all but their last four bits, and every further byte comes on its own.
+    for (const std::uint32_t first : {24u, 20u}) {
+        const BYTE front[] = {0x11, 0, 0}, rest[] = {3, 0x5A, 0xC0};
+        DataBuffer buffer;
+        H26xSyntaxReader reader(buffer);
+        ASSERT_EQ(buffer.Add(front, 3), 3u);
+        std::uint32_t value = 0;
+        ASSERT_EQ(reader.ReadBits(first, value), S_OK);
+        const std::uint32_t count = 24 - first + 12;
+        for (const BYTE& byte : rest) {
+            H26xSyntaxReader::Position position;
+            ASSERT_EQ(reader.SavePosition(position), S_OK);
+            ASSERT_EQ(reader.ReadBits(count, value), QZ_E_MORE_DATA);
+            reader.RestorePosition(position);
+            ASSERT_EQ(buffer.Add(&byte, 1), 1u);
+        }
+        ASSERT_EQ(reader.ReadBits(count, value), S_OK);
+        EXPECT_EQ(value, 0x5ACu);
+    }
+    // Zeros in the middle of a byte that is put back, and the 3 behind it taken for what it is.
+    const BYTE bytes[] = {0, 0x10, 3};
+    DataBuffer buffer;
+    H26xSyntaxReader reader(Filled(buffer, {std::begin(bytes), std::end(bytes)}));
+    std::uint32_t value = 0;
+    ASSERT_EQ(reader.ReadBits(12, value), S_OK);
+    EXPECT_EQ(value, 1u);
+    H26xSyntaxReader::Position position;
+    ASSERT_EQ(reader.SavePosition(position), S_OK);
+    for (int again = 0; again < 2; ++again) {
+        ASSERT_EQ(reader.ReadBits(12, value), S_OK);
+        EXPECT_EQ(value, 3u);
+        reader.RestorePosition(position);
     }
 }
 
