@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string_view>
+
 namespace qz_DSFilters {
 namespace {
 
@@ -58,10 +60,17 @@ TEST(MediaTypePredicates, TellFamiliesApart) {
         type.subtype = subtype;
         return type;
     };
-    EXPECT_TRUE(IsUncompressedVideo(typeOf(MEDIATYPE_Video, MEDIASUBTYPE_NV12)));
-    EXPECT_TRUE(IsUncompressedVideo(typeOf(MEDIATYPE_Video, MEDIASUBTYPE_Y800)));
-    EXPECT_TRUE(IsUncompressedVideo(typeOf(MEDIATYPE_Video, QZ_MEDIASUBTYPE_HDYC)));
-    EXPECT_FALSE(IsUncompressedVideo(typeOf(MEDIATYPE_Video, MEDIASUBTYPE_Y411)));
+    for (const std::string_view code : {"NV12", "YUY2", "YVYU", "YUYV", "UYVY", "IYUV", "YV12", "I420", "YVU9", "HDYC",
+                                        "BYRG", "BYGB", "BYGR", "BYBG", "Y800"}) {
+        DWORD number = 0;
+        for (std::size_t i = 4; i-- > 0;) number = number << 8 | static_cast<BYTE>(code[i]);
+        EXPECT_TRUE(IsUncompressedVideo(typeOf(MEDIATYPE_Video, subtype_of(number)))) << code;
+    }
+    for (const GUID& rgb : {MEDIASUBTYPE_RGB32, MEDIASUBTYPE_ARGB32, MEDIASUBTYPE_RGB24, MEDIASUBTYPE_RGB555,
+                            MEDIASUBTYPE_RGB565, MEDIASUBTYPE_RGB8})
+        EXPECT_TRUE(IsUncompressedVideo(typeOf(MEDIATYPE_Video, rgb)));
+    for (const GUID& other : {MEDIASUBTYPE_Y411, MEDIASUBTYPE_H264, MEDIASUBTYPE_MJPG, GUID_NULL})
+        EXPECT_FALSE(IsUncompressedVideo(typeOf(MEDIATYPE_Video, other)));
     EXPECT_FALSE(IsUncompressedVideo(typeOf(MEDIATYPE_Stream, MEDIASUBTYPE_NV12)));
     EXPECT_TRUE(IsPCM(typeOf(MEDIATYPE_Audio, MEDIASUBTYPE_PCM)));
     EXPECT_TRUE(IsPCM(typeOf(MEDIATYPE_Audio, MEDIASUBTYPE_IEEE_FLOAT)));

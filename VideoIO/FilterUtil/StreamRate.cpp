@@ -16,7 +16,7 @@ struct KnownRate {
 };
 
 // Durations are cut to whole units. A duration is taken for a row's within a distance below 2, so that
-// both neighbours count: headers hold 333666, 333667 and 333668 for 30000/1001.
+// both neighbours count: 333665 to 333667 for 30000/1001.
 constexpr KnownRate KnownRates[] = {
     {666666, {15, 1}},       {417083, {24000, 1001}}, {416666, {24, 1}},  {400000, {25, 1}},
     {333666, {30000, 1001}}, {333333, {30, 1}},       {222222, {45, 1}},  {208333, {48, 1}},

@@ -60,6 +60,10 @@ TEST(FormatTime, WritesEveryFormat) {
         {-Sample, Sport, L"-62' 03\""},
         {-Sample, MinutesSeconds, L"62:03"},
         {-Minute, Seconds_NoPrefix, L"-01:00"},
+        {-5 * Second, MilliSeconds_NoPrefix, L"-05.000"},
+        {-5 * Second, CentiSeconds_NoPrefix, L"-05.00"},
+        {-5 * Second, DeciSeconds_NoPrefix, L"-05.0"},
+        {-5 * Second, Seconds_NoPrefix, L"-05"},
         // more hours than two digits hold
         {100 * Hour, NanoSeconds, L"100:00:00.000_0000"},
         {Largest - 1, Seconds, L"256204778:48:05"},
@@ -93,6 +97,7 @@ TEST(FormatTime, CountsFrames) {
     EXPECT_EQ(frames(-Second, 25, 1), L"-25");
     EXPECT_EQ(frames(Second - 1, 25, 1), L"24");
     EXPECT_EQ(frames(Second, 25, 0), L"0");
+    EXPECT_EQ(frames(-Second, 25, 0), L"-0");
     EXPECT_EQ(frames(Largest - 1, Largest, 1), L"9223372036854775807");  // beyond 64 bits
 }
 

@@ -71,6 +71,27 @@ TEST(DataBuffer, MovesPositionsWithTheBytes) {
     EXPECT_FALSE(buffer.StreamPositionOf(buffer.Begin()));
 }
 
+TEST(DataBuffer, ComparesWithTheLastPositionLessWhatIsUnread) {
+    DataBuffer buffer;
+    const auto bytes = Counting(100);
+    buffer.Add(bytes.data(), 100, 1000);
+    ASSERT_EQ(buffer.SetReadPointer(buffer.Begin() + 40), S_OK);
+    buffer.Add(bytes.data(), 10, 1100);  // goes on: what is left of the first run begins at 1040 now
+    EXPECT_EQ(buffer.StreamPositionOf(buffer.Begin() + 60), 1100);
+    // Remembered apart, though 70 behind 1100: no position of its own was kept for the bytes before.
+    buffer.Add(bytes.data(), 10, 1170);
+    EXPECT_EQ(buffer.StreamPositionOf(buffer.Begin() + 69), 1109);
+    EXPECT_EQ(buffer.StreamPositionOf(buffer.Begin() + 70), 1170);
+}
+
+TEST(DataBuffer, RemembersNoPositionWhenItIsFull) {
+    DataBuffer buffer;
+    const std::vector<BYTE> much(DataBuffer::capacity, 0x5A);
+    ASSERT_EQ(buffer.Add(much.data(), much.size()), much.size());
+    EXPECT_EQ(buffer.Add(much.data(), 1, 77), 0u);
+    EXPECT_FALSE(buffer.StreamPositionOf(buffer.End()));
+}
+
 TEST(DataBuffer, KeepsTheReadPointerInside) {
     DataBuffer buffer;
     const auto bytes = Counting(10);

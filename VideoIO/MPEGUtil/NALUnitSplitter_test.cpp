@@ -145,7 +145,27 @@ TEST(NalUnitSplitter, KeepsWhatMayBeginAStartCode) {
             EXPECT_EQ(buffer.size, left) << what;
             EXPECT_EQ(splitter.first_nal_type(buffer), 0u) << what;
             EXPECT_EQ(splitter.next_nal_unit(nullptr, out), 0u) << what;
+            EXPECT_EQ(out, nullptr) << what;
         }
+    }
+}
+
+TEST(NalUnitSplitter, GoesOnBehindAFlushWithAStartCodeAlone) {
+    for (const Bytes& code : {kCode3, kCode4}) {
+        NALUnitSplitter splitter;
+        EXPECT_TRUE(Split(splitter, {code}).empty());
+        EXPECT_EQ(Split(splitter, {Join({code, {0x65, 7}})}), (std::vector<Unit>{{5, {0x65, 7}}}));
+    }
+}
+
+TEST(NalUnitSplitter, EndsAUnitAtOneOfType0AndPassesOverThat) {
+    const Bytes data =
+        Join({kCode4, {0x65, 1, 2, 3}, kCode4, {0x60, 8, 8, 8}, kCode3, {0x00, 9}, kCode3, {0x41, 4, 5}});
+    const std::vector<Unit> expected = {{5, {0x65, 1, 2, 3}}, {1, {0x41, 4, 5}}};
+    for (std::size_t cut = 0; cut <= data.size(); ++cut) {
+        NALUnitSplitter splitter;
+        const auto middle = data.begin() + static_cast<std::ptrdiff_t>(cut);
+        ASSERT_EQ(Split(splitter, {Bytes(data.begin(), middle), Bytes(middle, data.end())}), expected) << cut;
     }
 }
 

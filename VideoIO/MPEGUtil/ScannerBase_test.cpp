@@ -61,7 +61,14 @@ TEST(ScannerBase, KnowsContainersAndTransportPackets) {
 TEST(ScannerBase, TellsSystemStreamsApart) {
     EXPECT_EQ(Detect(Stream(600, 0, {0, 0, 1, 0xBA, 0x21, 0, 1, 0})), 0x80u);
     EXPECT_EQ(Detect(Stream(600, 0, {0, 0, 1, 0xBA, 0x44, 0, 4, 0})), 0x800u);
-    EXPECT_EQ(Detect(Stream(600, 9, {0, 0, 1, 0xBC, 0x20, 0, 4, 0})), 0x800u);
+    // One of the two bits that mark MPEG-1 is not enough.
+    EXPECT_EQ(Detect(Stream(600, 0, {0, 0, 1, 0xBA, 0x20, 0, 1, 0})), 0x800u);
+    EXPECT_EQ(Detect(Stream(600, 0, {0, 0, 1, 0xBA, 0x01, 0, 1, 0})), 0x800u);
+    for (const int code : {0xBC, 0xBD, 0xBE, 0xBF}) {
+        EXPECT_EQ(Detect(Stream(600, 9, {0, 0, 1, code, 0x40, 0, 4, 0})), 0x800u) << code;
+        EXPECT_EQ(Detect(Stream(600, 9, {0, 0, 1, code, 0x21, 0, 4, 0})), 0x80u) << code;
+    }
+    EXPECT_EQ(Detect(Stream(600, 9, {0, 0, 1, 0xBB, 0x21, 0, 4, 0})), 0u);
     EXPECT_EQ(Detect(Stream(600, 0, {0, 0, 1, 0xC0})), 0x400u);
     EXPECT_EQ(Detect(Stream(600, 0, {0, 0, 1, 0xEF})), 0x400u);
     EXPECT_EQ(Detect(Stream(600, 0, {0, 0, 1, 0xB3})), 0x800u);
@@ -76,10 +83,17 @@ TEST(ScannerBase, KnowsElementaryStreams) {
     // The second pass looks at more of the stream's end than the first, and not at its last bytes.
     EXPECT_EQ(Detect(Stream(600, 600 - 197, {0x0B, 0x77})), 0x8000000u);
     EXPECT_EQ(Detect(Stream(600, 600 - 196, {0x0B, 0x77})), 0u);
-    // Containers win over what comes before them in the bytes.
-    auto both = Stream(700, 0, {0x0B, 0x77});
-    both[50] = 'R', both[51] = 'I', both[52] = 'F', both[53] = 'F';
-    EXPECT_EQ(Detect(both), 1u);
+    // Zeros in front say nothing.
+    EXPECT_EQ(Detect(Stream(600, 0, {0, 0, 0, 0, 0, 0x0B, 0x77, 0, 0})), 0x8000000u);
+    EXPECT_EQ(Detect(std::vector<BYTE>(600, 0)), 0u);
+    // Containers win over what comes before them in the bytes, but not over a system stream.
+    const auto with_riff = [](std::initializer_list<int> first) {
+        auto both = Stream(700, 0, first);
+        both[50] = 'R', both[51] = 'I', both[52] = 'F', both[53] = 'F';
+        return Detect(both);
+    };
+    EXPECT_EQ(with_riff({0x0B, 0x77}), 1u);
+    EXPECT_EQ(with_riff({0, 0, 1, 0xBA, 0x44, 0, 4, 0}), 0x800u);
 }
 
 }  // namespace
