@@ -100,10 +100,11 @@ DWORD File::Adopt(int descriptor, FileOpenMode mode, std::shared_ptr<File>* file
 }
 
 /// Leaves a file that is empty alone: some file systems write a file that was cut to nothing to the disk when it
-/// is closed, and the close waits for it.
+/// is closed, and the close waits for it. What another stream of this process has gathered for it counts: it is
+/// handed on first, so that it cannot follow later into the emptied file.
 DWORD File::Empty() {
     struct stat st {};
-    if (const DWORD error = file_io::status(m_descriptor, &st); error != NO_ERROR) return error;
+    if (const DWORD error = m_shared->Status(m_descriptor, &st); error != NO_ERROR) return error;
     return st.st_size == 0 ? NO_ERROR : m_shared->SetSize(m_descriptor, 0);
 }
 

@@ -73,6 +73,15 @@ TEST_F(FileGatherTest, TwoWritersOfOneFileKeepTheirOrder) {
     EXPECT_EQ(OnDisk(), "aaccddbb");
 }
 
+TEST_F(FileGatherTest, AnEmptyingOpenDropsWhatAnotherWriterHasGathered) {
+    const FilePtr writer = Open(kSharedWriter);
+    Put(*writer, 0, "gathered");
+    const FilePtr emptied = Open({FileAccess::ReadWrite, FileDeny::None, FileCreation::CreateAlways});
+    EXPECT_EQ(Size(*emptied), 0u);
+    EXPECT_EQ(writer->Flush(), NO_ERROR);
+    EXPECT_EQ(OnDisk(), "") << "it does not come after";
+}
+
 TEST_F(FileGatherTest, AFullDiskFailsTheOperationThatFoundOutAndTheNextFlush) {
     FilePtr full;
     ASSERT_EQ(File::Open(L"/dev/full", {FileAccess::Write, FileDeny::Write, FileCreation::CreateAlways}, &full),
