@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -53,6 +54,36 @@ TEST(CriticalSectionTest, KeepsThreadsApart) {
             });
     }
     EXPECT_EQ(count, 40000);
+}
+
+TEST(CriticalSectionTest, ManyContendersThatTakeItTryItAndTakeItAgain) {
+    constexpr int kThreads = 16;
+    constexpr int kRounds = 2000;
+    CCritSec lock;
+    int count = 0;
+    std::atomic<int> missed{0};
+    const auto contend = [&](int thread) NO_THREAD_SAFETY_ANALYSIS {
+        for (int n = 0; n < kRounds; ++n) {
+            if ((n + thread) % 3 != 0) {
+                lock.Lock();
+            } else if (!lock.TryLock()) {
+                ++missed;
+                continue;
+            }
+            const int before = count;
+            EXPECT_TRUE(lock.TryLock()) << "its own";
+            Unanalysed again(lock);
+            lock.Unlock();
+            count = before + 1;
+            lock.Unlock();
+        }
+    };
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < kThreads; ++i) threads.emplace_back(contend, i);
+    }
+    EXPECT_EQ(count + missed, kThreads * kRounds);
+    EXPECT_TRUE(CanTakeOnAnotherThread(lock));
 }
 
 class LockChecksTest : public testing::Test {
