@@ -9,12 +9,11 @@
 #include <new>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace {
 
 constexpr std::uint64_t kMaxPosition = std::numeric_limits<std::int64_t>::max();
-constexpr std::size_t kCopyBlock = 64 * 1024;
+constexpr ULONG kCopyBlock = 64 * 1024;
 
 FileOpenMode OpenModeOf(DWORD grfMode) {
     FileOpenMode mode;
@@ -37,8 +36,18 @@ HRESULT Result(DWORD error) { return HRESULT_FROM_WIN32(error); }
 
 class FileStream final : public CUnknown, public IStream {
 public:
-    FileStream(std::shared_ptr<File> file, std::wstring name, DWORD grfMode, std::uint64_t position)
-        : m_file(std::move(file)), m_name(std::move(name)), m_grfMode(grfMode), m_position(position) {}
+    /// Stores a stream with a reference for the caller, or null with E_OUTOFMEMORY.
+    static HRESULT Create(std::shared_ptr<File> file, const wchar_t* name, DWORD grfMode, std::uint64_t position,
+                          IStream** ppstm) {
+        *ppstm = nullptr;
+        try {
+            *ppstm = new FileStream(std::move(file), name, grfMode, position);
+        } catch (const std::bad_alloc&) {
+            return E_OUTOFMEMORY;
+        }
+        (*ppstm)->AddRef();
+        return S_OK;
+    }
 
     DECLARE_IUNKNOWN
     HRESULT NonDelegatingQueryInterface(REFIID riid, void** ppv) override {
@@ -127,24 +136,30 @@ public:
 
     HRESULT Clone(IStream** ppstm) override {
         if (ppstm == nullptr) return E_POINTER;
-        *ppstm = new (std::nothrow) FileStream(m_file, m_name, m_grfMode, m_position);
-        if (*ppstm == nullptr) return E_OUTOFMEMORY;
-        (*ppstm)->AddRef();
-        return S_OK;
+        *ppstm = nullptr;
+        // Hands on what is gathered. Unlike Flush, it leaves a failure to be told by the next Commit as well.
+        std::uint64_t size = 0;
+        if (const HRESULT hr = Result(m_file->GetSize(&size)); FAILED(hr)) return hr;
+        return Create(m_file, m_name.c_str(), m_grfMode, m_position, ppstm);
     }
 
 private:
+    FileStream(std::shared_ptr<File> file, const wchar_t* name, DWORD grfMode, std::uint64_t position)
+        : m_file(std::move(file)), m_name(name), m_grfMode(grfMode), m_position(position) {}
+
     HRESULT CopyBytes(IStream* pstm, std::uint64_t left, std::uint64_t& totalRead, std::uint64_t& totalWritten) {
-        std::vector<BYTE> block(static_cast<std::size_t>(std::min<std::uint64_t>(left, kCopyBlock)));
+        const auto blockSize = static_cast<ULONG>(std::min<std::uint64_t>(left, kCopyBlock));
+        const std::unique_ptr<BYTE[]> block(new (std::nothrow) BYTE[blockSize]);
+        if (!block) return E_OUTOFMEMORY;
         while (left != 0) {
             ULONG read = 0;
-            const auto wanted = static_cast<ULONG>(std::min<std::uint64_t>(left, block.size()));
-            if (const HRESULT hr = Read(block.data(), wanted, &read); FAILED(hr)) return hr;
+            const auto wanted = static_cast<ULONG>(std::min<std::uint64_t>(left, blockSize));
+            if (const HRESULT hr = Read(block.get(), wanted, &read); FAILED(hr)) return hr;
             if (read == 0) break;
             totalRead += read;
             left -= read;
             ULONG written = 0;
-            const HRESULT hr = pstm->Write(block.data(), read, &written);
+            const HRESULT hr = pstm->Write(block.get(), read, &written);
             totalWritten += written;
             if (FAILED(hr)) return hr;
             if (written != read) return STG_E_MEDIUMFULL;
@@ -166,8 +181,5 @@ HRESULT SHCreateStreamOnFileW(const wchar_t* pszFile, DWORD grfMode, IStream** p
     if (pszFile == nullptr) return E_INVALIDARG;
     std::shared_ptr<File> file;
     if (const HRESULT hr = Result(File::Open(pszFile, OpenModeOf(grfMode), &file)); FAILED(hr)) return hr;
-    *ppstm = new (std::nothrow) FileStream(std::move(file), pszFile, grfMode, 0);
-    if (*ppstm == nullptr) return E_OUTOFMEMORY;
-    (*ppstm)->AddRef();
-    return S_OK;
+    return FileStream::Create(std::move(file), pszFile, grfMode, 0, ppstm);
 }

@@ -1,13 +1,16 @@
 #include "Platform/DirectShow/FileStream.h"
 
 #include "Platform/Com/ComPtr.h"
+#include "Platform/Kernel/LastError.h"
 #include "Platform/Kernel/Memory.h"
 #include "Platform/Kernel/Text.h"
+#include "Testing/Kit/failing_new.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -164,6 +167,56 @@ TEST_F(Files, CopyToStopsAtTheEnd) {
         EXPECT_EQ(stream->CopyTo(nullptr, {1}, nullptr, nullptr), E_POINTER);
     }
     std::filesystem::remove(copyPath);
+}
+
+TEST_F(Files, CloningHandsOnWhatIsGathered) {
+    auto stream = Open(kSinkMode);
+    Write(stream, "gathered");
+    ComPtr<IStream> clone;
+    ASSERT_EQ(stream->Clone(clone.put()), S_OK);
+    EXPECT_EQ(OnDisk(), "gathered");
+
+    ASSERT_EQ(SHCreateStreamOnFileW(L"/dev/full", kSinkMode, stream.put()), S_OK);
+    Write(stream, "x");
+    IStream* none = stream.get();
+    EXPECT_EQ(stream->Clone(&none), HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+    EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(stream->Commit(STGC_DEFAULT), HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+}
+
+TEST_F(Files, WantOfMemoryIsAResult) {
+    auto stream = Open(kSinkMode);
+    Write(stream, "0123456789");
+    const std::wstring path = win32::ConvertFromUtf8(m_path.string());
+    const auto copy = [&](IStream** target) {
+        *target = nullptr;
+        Seek(stream, 0);
+        return stream->CopyTo(stream.get(), {5}, nullptr, nullptr);
+    };
+    const auto open = [&](IStream** target) { return SHCreateStreamOnFileW(path.c_str(), kReaderMode, target); };
+    const auto clone = [&](IStream** target) { return stream->Clone(target); };
+    const std::function<HRESULT(IStream**)> kOperations[] = {open, clone, copy};
+    for (const auto& operation : kOperations) {
+        bool failed = true;
+        int refusals = 0;
+        for (int n = 1; failed; ++n) {
+            IStream* made = nullptr;
+            HRESULT hr = S_OK;
+            {
+                mediakit_test::failing_new failure(n);
+                hr = operation(&made);
+                failed = failure.happened();
+            }
+            EXPECT_EQ(FAILED(hr), failed) << "allocation " << n;
+            if (FAILED(hr)) {
+                EXPECT_EQ(made, nullptr);
+                EXPECT_TRUE(hr == E_OUTOFMEMORY || hr == HRESULT_FROM_WIN32(ERROR_NOT_ENOUGH_MEMORY)) << hr;
+            }
+            refusals += hr == E_OUTOFMEMORY ? 1 : 0;
+            if (made != nullptr) made->Release();
+        }
+        EXPECT_GE(refusals, 1);
+    }
 }
 
 TEST_F(Files, OpensTellWhyTheyFail) {

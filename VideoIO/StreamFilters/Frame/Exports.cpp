@@ -13,6 +13,18 @@ namespace Norvane::MediaKit::Filters {
 
 namespace {
 
+/// A new filter, or null when there is no memory for it or for what its constructor makes. What the constructor
+/// reports is not passed on: an object that came back is a success.
+template <class Filter>
+Filter* MakeUnlessOutOfMemory() {
+    try {
+        HRESULT constructed = S_OK;
+        return new Filter(nullptr, &constructed);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 /// Hands out a new filter with its first reference.
 template <class Filter>
 Filter* HandOut(Filter* filter, IBaseFilter** ppFilter) {
@@ -35,10 +47,7 @@ HRESULT CreateLiveSourceFilter(IBaseFilter** ppFilter) { return NotAvailable(ppF
 HRESULT CreateMP4MediaDemuxFilter(IBaseFilter** ppFilter) { return NotAvailable(ppFilter); }
 
 HRESULT CreateMP4MediaMuxFilter(IBaseFilter** ppFilter) {
-    // What the constructor reports is not passed on: an object that came back is a success.
-    HRESULT constructed = S_OK;
-    auto* const filter = HandOut(new (std::nothrow) MP4MediaMuxFilter(nullptr, &constructed), ppFilter);
-    return filter != nullptr ? S_OK : E_OUTOFMEMORY;
+    return HandOut(MakeUnlessOutOfMemory<MP4MediaMuxFilter>(), ppFilter) != nullptr ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT CreateSharedFileSinkFilter(IBaseFilter** ppFilter) {
@@ -49,9 +58,7 @@ HRESULT CreateSharedFileSinkFilter(IBaseFilter** ppFilter) {
 
 HRESULT CreateSharedFileSourceFilter(IBaseFilter** ppFilter) {
     QZCheckCondition(ppFilter != nullptr, E_POINTER);
-    HRESULT constructed = S_OK;
-    auto* const filter = HandOut(new (std::nothrow) SharedFileSourceFilter(nullptr, &constructed), ppFilter);
-    return filter != nullptr ? S_OK : E_OUTOFMEMORY;
+    return HandOut(MakeUnlessOutOfMemory<SharedFileSourceFilter>(), ppFilter) != nullptr ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT CreateVoidFilter(IBaseFilter** ppFilter) {

@@ -2,6 +2,7 @@
 
 #include "Platform/Com/ComPtr.h"
 #include "Platform/DirectShow/IBaseFilter.h"
+#include "Testing/Kit/failing_new.h"
 #include "Testing/Kit/log_capture.h"
 
 #include <gtest/gtest.h>
@@ -47,6 +48,26 @@ TEST(Exports, OnlyTheSharedFileSourceTestsItsPointer) {
     mediakit_test::log_capture log;
     EXPECT_EQ(CreateSharedFileSourceFilter(nullptr), E_POINTER);
     EXPECT_EQ(log.count(1, L"ppFilter != nullptr"), 1u);
+}
+
+TEST(Exports, FactoriesThatMaySayThatThereIsNoMemory) {
+    for (const Factory create : {CreateMP4MediaMuxFilter, CreateSharedFileSourceFilter}) {
+        bool failed = true;
+        int refusals = 0;
+        for (int n = 1; failed; ++n) {
+            IBaseFilter* filter = reinterpret_cast<IBaseFilter*>(&n);
+            HRESULT hr = S_OK;
+            {
+                mediakit_test::failing_new failure(n);
+                hr = create(&filter);
+                failed = failure.happened();
+            }
+            refusals += hr == E_OUTOFMEMORY ? 1 : 0;
+            EXPECT_EQ(hr == E_OUTOFMEMORY, filter == nullptr) << "allocation " << n;
+            if (filter != nullptr) filter->Release();
+        }
+        EXPECT_GE(refusals, 2) << "the filter itself, and what its constructor makes";
+    }
 }
 
 TEST(Exports, AQuietLogChangesNoResult) {
