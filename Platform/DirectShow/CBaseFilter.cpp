@@ -147,9 +147,10 @@ HRESULT CBaseFilter::JoinFilterGraph(IFilterGraph* pGraph, const wchar_t* pName)
     if (m_pGraph != nullptr) {
         void* sink = nullptr;
         if (SUCCEEDED(m_pGraph->QueryInterface(IID_IMediaEventSink, &sink))) {
-            m_pSink = static_cast<IMediaEventSink*>(sink);
+            auto* const events = static_cast<IMediaEventSink*>(sink);
             // The graph counts its filters; a count the other way would keep both for ever.
-            m_pSink->Release();
+            events->Release();
+            m_pSink = events;
         }
     }
     m_name = pName != nullptr ? pName : L"";

@@ -73,7 +73,9 @@ protected:
     CCritSec* const m_pLock;
     const wchar_t* m_pName = L"";         ///< Into m_name.
     IFilterGraph* m_pGraph = nullptr;     ///< Not counted: the graph counts the filter.
-    IMediaEventSink* m_pSink = nullptr;   ///< The graph's, not counted.
+    /// The graph's, not counted. JoinFilterGraph writes it, NotifyEvent reads it on any thread and without a lock: a
+    /// graph lets go of a filter only when that is stopped, and lives until then, so that what was read stays good.
+    std::atomic<IMediaEventSink*> m_pSink{nullptr};
     std::atomic<LONG> m_PinVersion{1};
 
 private:

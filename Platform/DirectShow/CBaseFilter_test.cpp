@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -47,6 +49,21 @@ TEST_F(Streaming, StatesReachConnectedPins) {
     EXPECT_EQ(m_sink->active, 0);
     m_sink.filter->Stop();
     EXPECT_EQ(m_sink->active, 0);
+}
+
+TEST_F(Streaming, EventsMayBeSentWhileTheFilterJoins) {
+    std::atomic<bool> done{false};
+    std::jthread sender([&] {
+        while (!done) {
+            const HRESULT hr = m_sink.filter->NotifyEvent(EC_USER, 1, 2);
+            EXPECT_TRUE(hr == S_OK || hr == E_NOTIMPL) << hr;
+        }
+    });
+    for (int n = 0; n < 200; ++n) {
+        EXPECT_EQ(m_sink.filter->JoinFilterGraph(m_graph.get(), L"sink"), S_OK);
+        EXPECT_EQ(m_sink.filter->JoinFilterGraph(nullptr, nullptr), S_OK);
+    }
+    done = true;
 }
 
 TEST_F(Streaming, PauseThatFailsTakesBackWhatItStarted) {
