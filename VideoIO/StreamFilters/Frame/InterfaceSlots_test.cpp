@@ -1,0 +1,30 @@
+#include "MediaKit/IMPEG4Mux.h"
+#include "MediaKit/IOverrideMediaType.h"
+#include "MediaKit/IPerformanceInfoProvider.h"
+#include "MediaKit/IRecordingPolicy.h"
+#include "Testing/Kit/interface_slots.h"
+
+namespace Norvane::MediaKit::Filters {
+
+using mediakit_test::expect_slots;
+using qz_ChannelIO::IPerformanceInfoProvider;
+using qz_DSFilters::IOverrideMediaType;
+using qz_MPEGSystemFilters::IMPEG4Mux;
+
+TEST(InterfaceSlots, OfTheMultiplexersAreWhereTheyArePublished) {
+    expect_slots<IMPEG4Mux, IUnknown>("IMPEG4Mux", 3, &IMPEG4Mux::Reserved1, &IMPEG4Mux::SetMoveMoovToFront,
+                                      &IMPEG4Mux::SetSoftware, &IMPEG4Mux::SetSecondSoftware,
+                                      &IMPEG4Mux::SetDescription, &IMPEG4Mux::Reserved6,
+                                      &IMPEG4Mux::GetCurrentPosition, &IMPEG4Mux::SetFlag);
+    expect_slots<IPerformanceInfoProvider, IUnknown>(
+        "IPerformanceInfoProvider", 3, &IPerformanceInfoProvider::EnableStatistics,
+        &IPerformanceInfoProvider::GetWriterName, &IPerformanceInfoProvider::GetStatistic,
+        &IPerformanceInfoProvider::UpdateTotals, &IPerformanceInfoProvider::GetSummaries);
+    expect_slots<IOverrideMediaType, IUnknown>("IOverrideMediaType", 3, &IOverrideMediaType::SetAspectRatio,
+                                               &IOverrideMediaType::SetInterlaceFlags, &IOverrideMediaType::SetRate,
+                                               &IOverrideMediaType::SetOrientation);
+    expect_slots<IRecordingPolicy, IUnknown>("IRecordingPolicy", 3, &IRecordingPolicy::SetKeepEveryUnit,
+                                             &IRecordingPolicy::SetEveryRandomAccessPictureIsSync);
+}
+
+}  // namespace Norvane::MediaKit::Filters
