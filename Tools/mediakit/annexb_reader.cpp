@@ -73,9 +73,11 @@ bool AnnexBReader::FindStart() {
             m_passedOver = true;
             continue;
         }
-        if (m_passedOver || m_cutter->DroppedSlices() > 0)
+        const std::string idr =
+            picture.info.random_access ? "" : "; it is no IDR picture, and some players wait for one";
+        if (m_passedOver || m_cutter->DroppedSlices() > 0 || !idr.empty())
             m_report.Warn(StreamReport::Kind::Start, picture.position,
-                          "the recording starts here; pictures in front that cannot be decoded are passed over");
+                          "the recording starts here; pictures in front that cannot be decoded are passed over" + idr);
         m_cutter->Complete(&picture);
         m_cutter->SetSearching(false);
         m_start = picture.info;

@@ -285,6 +285,11 @@ public:
         Head(slice, 5, frameNum, parity, 0).u(4, lsb).u(3, 0).se(0).u(8, 0xA5).trailing();
         return Add(0x41, slice);
     }
+    HandMade& Intra(unsigned frameNum, unsigned lsb) {
+        bit_writer slice;
+        Head(slice, 7, frameNum, Frame, 0).u(4, lsb).u(1, 0).se(0).u(8, 0xA5).trailing();
+        return Add(0x61, slice);
+    }
     HandMade& Prefix() { return Add(0x6E, bit_writer().u(24, 0x808080).trailing()); }
     const Bytes& Stream() const { return m_stream; }
 
@@ -301,6 +306,18 @@ private:
     }
     Bytes m_stream;
 };
+
+TEST(AnnexBReader, AStartThatIsNoIdrPictureIsTold) {
+    HandMade tail;
+    tail.Reference(HandMade::Frame, 1, 2)
+        .Intra(2, 8)
+        .Reference(HandMade::Frame, 3, 4)
+        .Reference(HandMade::Frame, 4, 10);
+    const Cut cut = CutAll(tail.Stream());
+    // The P picture in front is lost, and so is the one that is shown before the I picture.
+    EXPECT_EQ(cut.ranks, (std::vector<std::int64_t>{0, 1}));
+    EXPECT_THAT(cut.warnings, ElementsAre(HasSubstr("no IDR picture"), HasSubstr("frame rate")));
+}
 
 TEST(AnnexBReader, TwoFieldsMakeOnePicture) {
     const Bytes stream = HandMade()

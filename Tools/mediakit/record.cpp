@@ -259,6 +259,8 @@ void Recorder::Summarize() {
         m_summary.tracks.push_back(
             {NameOf(m_inputs[i]->option), reader.Facts(), progress.samples, progress.syncSamples, progress.duration});
         if (!reader.Failure().empty()) Fail(reader.Failure());
+        if (progress.samples == 1)
+            m_messages.Warning(NameOf(m_inputs[i]->option) + ": a track of one sample; not every player opens it");
     }
     m_graph.reset();
     m_summary.wallSeconds = Seconds();
