@@ -7,7 +7,8 @@ namespace qz_MPEGSystemFilters {
 
 /// Offered by both multiplexer filters. The setters take effect at the next start of a file. They
 /// are refused with E_UNEXPECTED (and a line in the log) once the first input pin is connected:
-/// settings come before connections. Call them on the thread that builds the graph; no lock is taken.
+/// settings come before connections. Any thread; each takes the filter lock, so that a setter waits for a
+/// sample that is being received.
 /// Texts are copied and stored as UTF-8.
 struct IMPEG4Mux : IUnknown {
     /// Reserved: 0.
@@ -22,8 +23,8 @@ struct IMPEG4Mux : IUnknown {
     virtual HRESULT SetDescription(const wchar_t* text) = 0;
     /// Reserved: E_NOTIMPL.
     virtual HRESULT Reserved6() = 0;
-    /// Stores the smallest among the tracks' last recorded start times, 0 while a track has none.
-    /// Any thread, also while recording.
+    /// Stores the smallest among the last recorded start times of the tracks that have samples, 0 only while no
+    /// track has any. Any thread, also while recording; the filter lock is not taken.
     virtual HRESULT GetCurrentPosition(REFERENCE_TIME* position) = 0;
     /// Stores a flag that nothing reads: 0.
     virtual HRESULT SetFlag(BOOL flag) = 0;

@@ -122,6 +122,7 @@ void MuxFilter::CheckEndOfStream(MP4MediaMuxInputPin& pin) {
     for (const auto& input : m_inputPins)
         if (input->IsConnected()) input->SignalDrained();
     WriteRest();
+    HandOn();  // in a batch too: readers who are told of the end find everything with the system
     m_index.EndRecording();
     QZLogHRESULT(m_outputPin.DeliverEndOfStream());
 }

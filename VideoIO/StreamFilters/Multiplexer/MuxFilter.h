@@ -26,8 +26,8 @@ namespace Norvane::MediaKit::Filters {
 ///
 /// Threads: each input pin's upstream thread receives, and writes the file; the graph's thread stops, pauses and seeks;
 /// readers use the index. Lock order: the filter lock, then the index's. All authoring, delivery downstream
-/// included, runs under the filter lock; nothing waits under it: the one wait, for a delivery buffer,
-/// does not come to pass, since each buffer is given back before the next is taken.
+/// included, runs under the filter lock; nothing waits under it: a delivery buffer is asked for without waiting, and
+/// a peer that keeps all of them costs the samples that find none.
 class MuxFilter : public ILiveSourceProvider,
                   public CBaseFilter,
                   public qz_ChannelIO::IPerformanceInfoProvider,
@@ -43,10 +43,12 @@ public:
     // Called by the pins
     HRESULT OnInputConnected(const MP4MediaMuxInputPin& pin);
     HRESULT OnEndOfStream(MP4MediaMuxInputPin& pin) EXCLUDES(m_lock);
-    /// On the upstream's thread. S_FALSE: no more samples are wanted.
+    /// On the upstream's thread. S_FALSE: no more samples are wanted. In a batch that thread holds the lock already and
+    /// takes it again, which the annotation does not know of.
     virtual HRESULT OnSampleReceived(MP4MediaMuxInputPin& pin, IMediaSample& sample, REFERENCE_TIME start)
         EXCLUDES(m_lock) = 0;
-    /// Keeps the filter lock while several samples are received, and hands on what they wrote at its end.
+    /// Keeps the filter lock while several samples are received, and hands on what they wrote at its end. The other
+    /// streams, Stop and Pause wait until then: hosts keep batches short, a few milliseconds of writing.
     class [[nodiscard]] Batch {
     public:
         explicit Batch(MuxFilter& filter) NO_THREAD_SAFETY_ANALYSIS : m_filter(filter) {
@@ -94,7 +96,7 @@ public:
 
     // IMPEG4Mux
     HRESULT Reserved1() override { return S_OK; }
-    HRESULT SetMoveMoovToFront(BOOL moveToFront) override;
+    HRESULT SetMoveMoovToFront(BOOL moveToFront) override EXCLUDES(m_lock);
     HRESULT SetSoftware(const wchar_t* text) override;
     HRESULT SetSecondSoftware(const wchar_t* text) override;
     HRESULT SetDescription(const wchar_t* text) override;
@@ -146,8 +148,8 @@ protected:
 private:
     void AddInputPin() REQUIRES(m_lock);
     MP4MediaMuxInputPin* ConnectedPin(REFGUID majorType) REQUIRES(m_lock);
-    HRESULT CheckSettingsAreOpen() const EXCLUDES(m_lock);
-    HRESULT AddMetadata(std::uint32_t fourcc, const wchar_t* text);
+    HRESULT CheckSettingsAreOpen() const REQUIRES(m_lock);
+    HRESULT AddMetadata(std::uint32_t fourcc, const wchar_t* text) EXCLUDES(m_lock);
     HRESULT SetStopPosition(REFERENCE_TIME stop);
     HRESULT SeekUpstream(LONGLONG* pCurrent, DWORD dwCurrentFlags, LONGLONG* pStop, DWORD dwStopFlags);
     HRESULT ForgetEndOfStream(int pinNumber, ComPtr<IPin>& peer) EXCLUDES(m_lock);

@@ -27,6 +27,7 @@ int MuxFilter::GetTrackCount() {
 
 HRESULT MuxFilter::GetTrackMediaType(int track, CMediaType* type) {
     QZCheckCondition(type != nullptr, E_POINTER);
+    if (track < 0) return E_INVALIDARG;
     const CAutoLock lock(&m_lock);
     if (IsStopped()) return VFW_E_WRONG_STATE;
     for (const auto& pin : m_inputPins) {
@@ -59,19 +60,20 @@ HRESULT MuxFilter::GetSamples(std::uint32_t, std::uint64_t key, std::vector<Live
 // IMPEG4Mux
 
 HRESULT MuxFilter::CheckSettingsAreOpen() const {
-    const CAutoLock lock(&m_lock);
     QZCheckCondition(m_inputPins.empty() || (m_inputPins.front() == nullptr) || !m_inputPins.front()->IsConnected(),
                      E_UNEXPECTED);
     return S_OK;
 }
 
 HRESULT MuxFilter::SetMoveMoovToFront(BOOL moveToFront) {
+    const CAutoLock lock(&m_lock);
     if (const HRESULT hr = CheckSettingsAreOpen(); FAILED(hr)) return hr;
     m_settings.moveMoovToFront = moveToFront != FALSE;
     return S_OK;
 }
 
 HRESULT MuxFilter::AddMetadata(std::uint32_t fourcc, const wchar_t* text) {
+    const CAutoLock lock(&m_lock);
     if (const HRESULT hr = CheckSettingsAreOpen(); FAILED(hr)) return hr;
     QZCheckCondition(text != nullptr, E_POINTER);
     try {
@@ -184,6 +186,7 @@ HRESULT MuxFilter::ForgetEndOfStream(int pinNumber, ComPtr<IPin>& peer) {
     if (!pPin->IsConnected() || direction != PINDIR_INPUT) return S_OK;
     m_inputPins[static_cast<std::size_t>(pinNumber)]->ForgetEndOfStream();
     m_ended = false;
+    m_index.BeginRecording();
     peer = ComPtr<IPin>(pPin->GetConnected());
     return S_OK;
 }

@@ -131,66 +131,6 @@ TEST_F(MuxPins, OutputTellsWhereTheRecordingIs) {
     EXPECT_TRUE(FAILED(scaling->SetTimestampMode(TRUE)));
 }
 
-/// An upstream pin that can seek, and answers what the test says.
-class SeekablePin final : public mediakit_test::scripted_output, public IMediaSeeking {
-public:
-    using scripted_output::scripted_output;
-
-    HRESULT answer = S_OK;
-    int seeks = 0;
-
-    DECLARE_IUNKNOWN
-    HRESULT NonDelegatingQueryInterface(REFIID riid, void** ppv) override {
-        if (riid == IID_IMediaSeeking) return GetInterface(static_cast<IMediaSeeking*>(this), ppv);
-        return scripted_output::NonDelegatingQueryInterface(riid, ppv);
-    }
-    HRESULT SetPositions(LONGLONG*, DWORD, LONGLONG*, DWORD) override {
-        ++seeks;
-        return answer;
-    }
-    HRESULT GetCapabilities(DWORD*) override { return E_NOTIMPL; }
-    HRESULT CheckCapabilities(DWORD*) override { return E_NOTIMPL; }
-    HRESULT IsFormatSupported(const GUID*) override { return E_NOTIMPL; }
-    HRESULT QueryPreferredFormat(GUID*) override { return E_NOTIMPL; }
-    HRESULT GetTimeFormat(GUID*) override { return E_NOTIMPL; }
-    HRESULT IsUsingTimeFormat(const GUID*) override { return E_NOTIMPL; }
-    HRESULT SetTimeFormat(const GUID*) override { return E_NOTIMPL; }
-    HRESULT GetDuration(LONGLONG*) override { return E_NOTIMPL; }
-    HRESULT GetStopPosition(LONGLONG*) override { return E_NOTIMPL; }
-    HRESULT GetCurrentPosition(LONGLONG*) override { return E_NOTIMPL; }
-    HRESULT ConvertTimeFormat(LONGLONG*, const GUID*, LONGLONG, const GUID*) override { return E_NOTIMPL; }
-    HRESULT GetPositions(LONGLONG*, LONGLONG*) override { return E_NOTIMPL; }
-    HRESULT GetAvailable(LONGLONG*, LONGLONG*) override { return E_NOTIMPL; }
-    HRESULT SetRate(double) override { return E_NOTIMPL; }
-    HRESULT GetRate(double*) override { return E_NOTIMPL; }
-    HRESULT GetPreroll(LONGLONG*) override { return E_NOTIMPL; }
-};
-
-TEST_F(MuxPins, OtherSeeksGoUpstream) {
-    LONGLONG position = 5;
-    EXPECT_EQ(Output().SetPositions(&position, AM_SEEKING_AbsolutePositioning, nullptr, 0), S_OK) << "nobody is there";
-
-    mediakit_test::fake<SeekablePin> first(L"first");
-    mediakit_test::fake<SeekablePin> second(L"second");
-    const CMediaType type = mediakit_test::aac_type();
-    ASSERT_EQ(first->Connect(&Input(0), &type), S_OK);
-    ASSERT_EQ(second->Connect(&Input(1), &type), S_OK);
-    Input(0).EndOfStream();
-    EXPECT_TRUE(Input(0).State().endOfStream);
-
-    first->answer = E_NOTIMPL;
-    EXPECT_EQ(Output().SetPositions(&position, AM_SEEKING_AbsolutePositioning, nullptr, 0), S_OK);
-    EXPECT_EQ(second->seeks, 1);
-    EXPECT_FALSE(Input(0).State().endOfStream) << "samples come again";
-    first->answer = E_FAIL;
-    EXPECT_EQ(Output().SetPositions(&position, AM_SEEKING_AbsolutePositioning, nullptr, 0), E_FAIL);
-    EXPECT_EQ(second->seeks, 1) << "the first failure ends it";
-    // A stop position together with another flag is a seek like any other.
-    EXPECT_EQ(Output().SetPositions(nullptr, 0, &position, AM_SEEKING_AbsolutePositioning | AM_SEEKING_NoFlush), E_FAIL);
-    EXPECT_EQ(first->seeks, 3);
-    for (int n : {0, 1}) Input(n).Disconnect();
-}
-
 TEST_F(MuxPins, OverridesReachTheTrack) {
     ConnectVideoAndAudio();
     const auto video = ComPtr<IPin>(&Input(0)).query<qz_DSFilters::IOverrideMediaType>();
