@@ -17,7 +17,7 @@ enum VideoOrientation : DWORD {
 
 /// Offered by the input pins of a multiplexer, which take the orientation of a video stream and answer
 /// S_FALSE to the rest, and by the output pins of the demultiplexer, which take all. Set it while the
-/// filter is stopped; no lock is taken.
+/// filter is stopped. The multiplexer takes its filter lock; SetOrientation may come from any thread.
 struct IOverrideMediaType : IUnknown {
     virtual HRESULT SetAspectRatio(const SIZE* aspectRatio) = 0;
     /// `dwInterlaceFlags` of the media type.

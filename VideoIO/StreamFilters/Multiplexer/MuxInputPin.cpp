@@ -60,6 +60,9 @@ HRESULT MP4MediaMuxInputPin::BreakConnect() {
     {
         const CAutoLock lock(m_pLock);
         m_state.queue.Clear();
+        m_track.handler.reset();
+        m_track.rate = {DefaultTimescale, 1};
+        m_track.timescale = DefaultTimescale;
     }
     return CBaseInputPin::BreakConnect();
 }
@@ -138,8 +141,8 @@ HRESULT MP4MediaMuxInputPin::ApplyTypeOf(IMediaSample& sample) {
     if (sample.GetMediaType(&raw) != S_OK || raw == nullptr) return S_OK;
     const CMediaType type(*raw);
     DeleteMediaType(raw);
-    QZCheckHRESULT(CheckMediaType(&type));
-    return SetMediaType(&type);
+    const HRESULT accepted = CheckMediaType(&type);
+    return SUCCEEDED(accepted) ? SetMediaType(&type) : accepted;
 }
 
 HRESULT MP4MediaMuxInputPin::SetOrientation(DWORD orientation) {

@@ -49,6 +49,7 @@ public:
     HRESULT CheckMediaType(const CMediaType* pmt) override;
     HRESULT SetMediaType(const CMediaType* pmt) override;
     HRESULT CompleteConnect(IPin* pReceivePin) override;
+    /// Forgets the stream: what connects next chooses rate, timescale and handler anew.
     HRESULT BreakConnect() override;
     HRESULT Active() override;
     HRESULT Inactive() override;
@@ -64,7 +65,8 @@ public:
     HRESULT NotifyAllocator(IMemAllocator* pAllocator, BOOL bReadOnly) override;
     HRESULT Receive(IMediaSample* pSample) override;
     /// Takes the filter lock once for all of them, so that two streams do not meet at it for each sample, and hands
-    /// what was written to the system once.
+    /// what was written to the system once, at the end. The other streams and Stop wait for the whole batch: keep it
+    /// short. The first answer other than S_OK ends it and is the result; *nSamplesProcessed is the number taken.
     HRESULT ReceiveMultiple(IMediaSample** pSamples, LONG nSamples, LONG* nSamplesProcessed) override;
 
     // IOverrideMediaType
