@@ -6,12 +6,15 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace Norvane::MediaKit::Filters {
 
 namespace {
 
 constexpr std::uint64_t TimePerByte = 10000000;
+/// Behind it a byte's time has no room in 63 bits: 922,337,203,685.
+constexpr std::uint64_t MaxBytePosition = std::numeric_limits<REFERENCE_TIME>::max() / TimePerByte;
 
 REFERENCE_TIME PositionTime(std::uint64_t position) { return static_cast<REFERENCE_TIME>(position * TimePerByte); }
 
@@ -33,6 +36,7 @@ HRESULT MP4MediaMuxOutputPin::NonDelegatingQueryInterface(REFIID riid, void** pp
 }
 
 HRESULT MP4MediaMuxOutputPin::DeliverBytes(const BYTE* data, std::uint32_t length) {
+    QZCheckCondition(m_writePosition + length <= MaxBytePosition, HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE));
     while (length > 0) {
         std::uint32_t delivered = 0;
         const HRESULT hr = DeliverPart(data, length, delivered);
@@ -45,10 +49,11 @@ HRESULT MP4MediaMuxOutputPin::DeliverBytes(const BYTE* data, std::uint32_t lengt
     return S_OK;
 }
 
-/// The buffer is back with its allocator before the next one is taken, so that the pool cannot run dry.
+/// The buffer is back with its allocator before the next one is taken, so that the pool runs dry only when the peer
+/// keeps samples. The filter lock is held: rather than wait for them the write fails, with VFW_E_TIMEOUT.
 HRESULT MP4MediaMuxOutputPin::DeliverPart(const BYTE* data, std::uint32_t length, std::uint32_t& delivered) {
     ComPtr<IMediaSample> sample;
-    HRESULT hr = GetDeliveryBuffer(sample.put(), nullptr, nullptr, 0);
+    HRESULT hr = GetDeliveryBuffer(sample.put(), nullptr, nullptr, AM_GBF_NOWAIT);
     if (hr == VFW_E_WRONG_STATE || hr == VFW_E_NOT_COMMITTED) return hr;
     QZCheckHRESULT(hr);
 

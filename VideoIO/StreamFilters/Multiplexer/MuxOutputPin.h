@@ -26,7 +26,8 @@ public:
     void SetWritePosition(std::uint64_t position) { m_writePosition = position; }
 
     /// Delivers the bytes in as many samples as they need, each stamped with its place, and moves the write position.
-    /// An output that is stopped takes the bytes without a trace: S_OK. Under the filter lock.
+    /// An output that is stopped takes the bytes without a trace: S_OK. Never waits: VFW_E_TIMEOUT when the peer keeps
+    /// all buffers. Bytes beyond position 922,337,203,685, whose times would wrap, are refused. Under the filter lock.
     HRESULT DeliverBytes(const BYTE* data, std::uint32_t length);
 
     // CBasePin, CBaseOutputPin
