@@ -9,6 +9,7 @@ CAMThread::~CAMThread() { Close(); }
 bool CAMThread::Create() {
     CAutoLock lock(&m_AccessLock);
     if (ThreadExists()) return false;
+    m_bRequested = false;
     m_EventSend.Reset();
     m_EventComplete.Reset();
     m_bEnded = false;
@@ -27,6 +28,7 @@ DWORD CAMThread::CallWorker(DWORD dwParam) {
     if (!ThreadExists() || m_bEnded) return static_cast<DWORD>(E_FAIL);
     m_dwParam = dwParam;
     m_dwReturnVal = static_cast<DWORD>(E_FAIL);
+    m_bRequested = true;
     m_EventSend.Set();
     AllowWaitWithLocks allow("the worker answers without the caller's locks");
     m_EventComplete.Wait();
@@ -44,13 +46,14 @@ DWORD CAMThread::GetRequest() {
 }
 
 bool CAMThread::CheckRequest(DWORD* pParam) {
-    if (!m_EventSend.Check()) return false;
+    if (!m_bRequested) return false;
     if (pParam != nullptr) *pParam = m_dwParam;
     return true;
 }
 
 void CAMThread::Reply(DWORD dwReturnVal) {
     m_dwReturnVal = dwReturnVal;
+    m_bRequested = false;
     // Reset first: once the caller is woken it may send the next request.
     m_EventSend.Reset();
     m_EventComplete.Set();

@@ -50,4 +50,5 @@ private:
     std::atomic<DWORD> m_dwParam{0};
     std::atomic<DWORD> m_dwReturnVal{0};
     std::atomic<bool> m_bEnded{false};
+    std::atomic<bool> m_bRequested{false};  ///< As m_EventSend; a worker looks at it for every sample.
 };

@@ -17,6 +17,7 @@ void Movie::Finalize(bool last, bool absorbWrittenMoov) {
         Complete(last, absorbWrittenMoov);
     } catch (const std::exception& e) {
         QZReport(1, L"Exception when finalizing the file %S", e.what());
+        Flush();  // what could be written of the end is with the system now, not when the sink goes
     }
 }
 

@@ -34,7 +34,7 @@ HRESULT MP4MediaMuxFilter::OnSampleReceived(MP4MediaMuxInputPin& pin, IMediaSamp
 }
 
 void MP4MediaMuxFilter::RunInterleaver(bool final) {
-    if (Interleaver(*this, Inputs()).Pass(final)) m_written = true;
+    Interleaver(*this, Inputs()).Pass(final);
     if (!InBatch()) HandOn();
 }
 
@@ -44,6 +44,7 @@ void MP4MediaMuxFilter::HandOn() {
 
 HRESULT MP4MediaMuxFilter::StartMovie() {
     if (IsStopped()) return VFW_E_WRONG_STATE;
+    m_written = true;
     try {
         HRESULT hr = S_OK;
         auto output = OpenOutput(hr);
@@ -61,6 +62,7 @@ HRESULT MP4MediaMuxFilter::StartMovie() {
 }
 
 std::size_t MP4MediaMuxFilter::WriteChunk(TrackInput& input, REFERENCE_TIME limit, bool forced) {
+    m_written = true;
     OutputPin_byte_stream stream(m_outputPin);
     return ChunkWriter(*this, m_movie, stream).Write(input, limit, forced);
 }
