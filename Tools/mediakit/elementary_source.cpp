@@ -28,15 +28,15 @@ void Add(std::atomic<std::uint64_t>& counter, std::uint64_t amount) {
 }  // namespace
 
 // The pin adds itself to the filter, which deletes it.
-ElementarySource::ElementarySource(UnitReader& reader, HANDLE endEvent, HRESULT* phr)
-    : CSource("Elementary source", nullptr, kElementarySource, phr), m_reader(reader) {
-    new ElementaryStream(*this, endEvent, phr);
+ElementarySource::ElementarySource(const SourceFeed& feed, HANDLE endEvent, HRESULT* phr)
+    : CSource("Elementary source", nullptr, kElementarySource, phr) {
+    new ElementaryStream(*this, feed, endEvent, phr);
 }
 
-ElementaryStream::ElementaryStream(ElementarySource& source, HANDLE endEvent, HRESULT* phr)
+ElementaryStream::ElementaryStream(ElementarySource& source, const SourceFeed& feed, HANDLE endEvent, HRESULT* phr)
     : CSourceStream("Elementary stream", phr, &source, L"Output"),
-      m_reader(source.m_reader),
-      m_progress(source.m_progress),
+      m_reader(*feed.reader),
+      m_progress(*feed.progress),
       m_endEvent(endEvent) {
     m_reader.SetListener(this);
 }

@@ -21,29 +21,27 @@ struct SourceProgress {
     std::atomic<bool> ended{false};           ///< the thread delivers nothing more
 };
 
-/// A CSource with one output pin over an opened reader, which outlives it. The pin brings its own
+/// What a source reads and where it tells how far it is. Both outlive the source.
+struct SourceFeed {
+    UnitReader* reader;
+    SourceProgress* progress;
+};
+
+/// A CSource with one output pin over an opened reader. The pin brings its own
 /// allocator; its thread delivers units as samples, then the end of the stream.
 class ElementarySource final : public CSource {
 public:
     /// `endEvent` is set when the thread has delivered its last.
-    ElementarySource(UnitReader& reader, HANDLE endEvent, HRESULT* phr);
+    ElementarySource(const SourceFeed& feed, HANDLE endEvent, HRESULT* phr);
 
     IPin* Output() { return GetPin(0); }
-    const SourceProgress& Progress() const { return m_progress; }
-    UnitReader& Reader() const { return m_reader; }
-
-private:
-    friend class ElementaryStream;
-
-    UnitReader& m_reader;
-    SourceProgress m_progress;
 };
 
 /// Its pin. Samples go downstream in batches, which meet the multiplexer's lock once; a batch never
 /// waits for the input or for a free sample, so that a slow stream is not held up.
 class ElementaryStream final : public CSourceStream, private ReadListener {
 public:
-    ElementaryStream(ElementarySource& source, HANDLE endEvent, HRESULT* phr);
+    ElementaryStream(ElementarySource& source, const SourceFeed& feed, HANDLE endEvent, HRESULT* phr);
     ~ElementaryStream() override;
 
     HRESULT GetMediaType(CMediaType* pMediaType) override;

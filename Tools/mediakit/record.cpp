@@ -39,6 +39,7 @@ struct Input {
     std::unique_ptr<GuardedInput> guarded;
     std::unique_ptr<StreamReport> report;
     std::unique_ptr<UnitReader> reader;
+    SourceProgress progress;
     bool opened = false;
     Thread opener;
 };
@@ -158,10 +159,10 @@ bool Recorder::ProbeInputs() {
 }
 
 bool Recorder::RecordAll() {
-    std::vector<UnitReader*> readers;
-    for (const auto& input : m_inputs) readers.push_back(input->reader.get());
+    std::vector<SourceFeed> feeds;
+    for (const auto& input : m_inputs) feeds.push_back({input->reader.get(), &input->progress});
     m_graph.emplace();
-    if (!m_graph->Build(m_options, readers, m_ended)) return Fail(m_graph->Failure());
+    if (!m_graph->Build(m_options, feeds, m_ended)) return Fail(m_graph->Failure());
     m_log.Arm();
     m_disk.Arm();
     if (!m_graph->Run()) {
@@ -201,14 +202,13 @@ void Recorder::WatchUntilEnd() {
 }
 
 bool Recorder::AllEnded() const {
-    const auto& sources = m_graph->Sources();
-    return std::all_of(sources.begin(), sources.end(),
-                       [](const ElementarySource* source) { return source->Progress().ended.load(); });
+    return std::all_of(m_inputs.begin(), m_inputs.end(),
+                       [](const auto& input) { return input->progress.ended.load(); });
 }
 
 void Recorder::CheckSources() {
-    for (const ElementarySource* source : m_graph->Sources()) {
-        const HRESULT hr = source->Progress().refused;
+    for (const auto& input : m_inputs) {
+        const HRESULT hr = input->progress.refused;
         if (hr == S_OK || m_giveUp) continue;
         Fail("the multiplexer takes no more samples: " + ResultText(hr));
         m_giveUp = true;
@@ -239,7 +239,7 @@ std::uint64_t Recorder::BytesRead() const {
 
 std::uint64_t Recorder::Samples() const {
     std::uint64_t samples = 0;
-    for (const ElementarySource* source : m_graph->Sources()) samples += source->Progress().samples;
+    for (const auto& input : m_inputs) samples += input->progress.samples;
     return samples;
 }
 
@@ -253,14 +253,14 @@ bool Recorder::Fail(const std::string& error) {
 }
 
 void Recorder::Summarize() {
-    for (std::size_t i = 0; i < m_inputs.size(); ++i) {
-        const SourceProgress& progress = m_graph->Sources()[i]->Progress();
-        const UnitReader& reader = *m_inputs[i]->reader;
+    for (const auto& input : m_inputs) {
+        const SourceProgress& progress = input->progress;
+        const UnitReader& reader = *input->reader;
         m_summary.tracks.push_back(
-            {NameOf(m_inputs[i]->option), reader.Facts(), progress.samples, progress.syncSamples, progress.duration});
+            {NameOf(input->option), reader.Facts(), progress.samples, progress.syncSamples, progress.duration});
         if (!reader.Failure().empty()) Fail(reader.Failure());
         if (progress.samples == 1)
-            m_messages.Warning(NameOf(m_inputs[i]->option) + ": a track of one sample; not every player opens it");
+            m_messages.Warning(NameOf(input->option) + ": a track of one sample; not every player opens it");
     }
     m_graph.reset();
     m_summary.wallSeconds = Seconds();

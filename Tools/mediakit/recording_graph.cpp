@@ -36,10 +36,10 @@ RecordingGraph::~RecordingGraph() {
     if (m_control) m_control->Stop();
 }
 
-bool RecordingGraph::Build(const RecordOptions& options, const std::vector<UnitReader*>& readers, HANDLE endEvent) {
+bool RecordingGraph::Build(const RecordOptions& options, const std::vector<SourceFeed>& feeds, HANDLE endEvent) {
     if (!MakeFilters() || !Configure(options)) return false;
-    for (UnitReader* reader : readers)
-        if (!AddSource(options, *reader, endEvent)) return false;
+    for (const SourceFeed& feed : feeds)
+        if (!AddSource(options, feed, endEvent)) return false;
     const ComPtr<IPin> output = FreePin(*m_multiplexer, PINDIR_OUTPUT);
     const ComPtr<IPin> input = FreePin(*m_sink, PINDIR_INPUT);
     return Check(m_graph->ConnectDirect(output.get(), input.get(), nullptr), "connecting the file sink");
@@ -67,14 +67,13 @@ bool RecordingGraph::Configure(const RecordOptions& options) {
     return Check(file->SetFileName(win32::ConvertFromUtf8(options.output).c_str(), nullptr), "naming the output");
 }
 
-bool RecordingGraph::AddSource(const RecordOptions& options, UnitReader& reader, HANDLE endEvent) {
+bool RecordingGraph::AddSource(const RecordOptions& options, const SourceFeed& feed, HANDLE endEvent) {
     HRESULT hr = S_OK;
-    auto* const source = new ElementarySource(reader, endEvent, &hr);
+    auto* const source = new ElementarySource(feed, endEvent, &hr);
     const ComPtr<IBaseFilter> filter(source);
-    const std::wstring name = L"Source " + std::to_wstring(m_sources.size() + 1);
+    const std::wstring name = L"Source " + std::to_wstring(++m_sources);
     if (!Check(hr, "making a source") || !Check(m_graph->AddFilter(filter.get(), name.c_str()), "adding a source"))
         return false;
-    m_sources.push_back(source);
     const ComPtr<IPin> input = FreePin(*m_multiplexer, PINDIR_INPUT);
     if (!Check(m_graph->ConnectDirect(source->Output(), input.get(), nullptr), "connecting a source")) return false;
     if (const auto policy = input.query<IRecordingPolicy>()) {
@@ -82,7 +81,7 @@ bool RecordingGraph::AddSource(const RecordOptions& options, UnitReader& reader,
         policy->SetEveryRandomAccessPictureIsSync(TRUE);
     }
     const auto orientation = input.query<qz_DSFilters::IOverrideMediaType>();
-    if (reader.Facts().video && options.rotate != 0 && orientation)
+    if (feed.reader->Facts().video && options.rotate != 0 && orientation)
         return Check(orientation->SetOrientation(static_cast<DWORD>(options.rotate / 90)), "setting the rotation");
     return true;
 }

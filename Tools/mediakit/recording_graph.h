@@ -15,7 +15,7 @@
 
 namespace mediakit_tool {
 
-/// Built, run and stopped on the host's thread. The readers outlive it. The file is closed when the
+/// Built, run and stopped on the host's thread. What feeds the sources outlives it. The file is closed when the
 /// graph goes.
 class RecordingGraph {
 public:
@@ -23,14 +23,13 @@ public:
 
     /// Makes filters, settings and connections; nothing touches the disk yet. One source for each
     /// opened reader, in track order; `endEvent` is set whenever one of them has ended. False: see Failure.
-    bool Build(const RecordOptions& options, const std::vector<UnitReader*>& readers, HANDLE endEvent);
+    bool Build(const RecordOptions& options, const std::vector<SourceFeed>& feeds, HANDLE endEvent);
     /// Opens the file and starts the sources.
     bool Run();
     /// Finishes the file.
     bool Stop();
 
     const std::string& Failure() const { return m_failure; }
-    const std::vector<ElementarySource*>& Sources() const { return m_sources; }
     /// Start time of what has reached the file on all tracks, 100 ns.
     REFERENCE_TIME Position() const;
     /// Set while the graph has an event to tell.
@@ -41,7 +40,7 @@ public:
 private:
     bool MakeFilters();
     bool Configure(const RecordOptions& options);
-    bool AddSource(const RecordOptions& options, UnitReader& reader, HANDLE endEvent);
+    bool AddSource(const RecordOptions& options, const SourceFeed& feed, HANDLE endEvent);
     bool Check(HRESULT hr, const std::string& what);
 
     ComPtr<IGraphBuilder> m_graph;
@@ -50,7 +49,7 @@ private:
     ComPtr<IBaseFilter> m_multiplexer;
     ComPtr<qz_MPEGSystemFilters::IMPEG4Mux> m_settings;
     ComPtr<IBaseFilter> m_sink;
-    std::vector<ElementarySource*> m_sources;  ///< the graph counts them
+    std::size_t m_sources = 0;
     std::string m_failure;
 };
 
