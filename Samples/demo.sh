@@ -8,7 +8,7 @@ mkdir -p "$out"
 
 echo "== H.264 with B-frames and AAC =="
 "$mediakit" record --force -o "$out/h264-aac.mp4" --video "$samples/clip.h264" --audio "$samples/clip.aac" \
-  --faststart --title "MediaKit demo"
+  --faststart --title "MediaKit demo" --progress always
 echo
 echo "== H.265 with B-frames, from a pipe =="
 "$mediakit" record --force -o "$out/h265.mp4" --video - < "$samples/clip.h265"
