@@ -13,6 +13,11 @@
 namespace Norvane::MediaKit::Filters {
 namespace {
 
+template <class Whole, class Part>
+bool Contains(const Whole& whole, const Part& part) {
+    return std::search(whole.begin(), whole.end(), part.begin(), part.end()) != whole.end();
+}
+
 using namespace testdata;
 using testing::ElementsAre;
 using testing::SizeIs;
@@ -247,7 +252,7 @@ TEST_F(Recorder, AFrameThatIsOnlyAHeaderIsInTheTablesAndNotInTheIndex) {
     EXPECT_EQ(Read(samples[1]), (std::vector<BYTE>{4, 5}));
     const auto sizes = mediakit_test::make_full_box("stsz", 0, 0, mediakit_test::box_builder().words({0, 3, 3, 0, 2}));
     const auto bytes = sink->file().bytes();
-    EXPECT_FALSE(std::ranges::search(bytes, sizes.bytes()).empty());
+    EXPECT_TRUE(Contains(bytes, sizes.bytes()));
 }
 
 TEST_F(Recorder, TheSettingsOfARunAreThoseOfItsStart) {
@@ -278,7 +283,7 @@ TEST_F(Recorder, ASecondRunDoesNotWaitForAPinThatWasFedInTheFirst) {
     const auto empty = mediakit_test::make_full_box("stsz", 0, 0, mediakit_test::box_builder().words({0, 0}))
                            .add(mediakit_test::make_full_box("co64", 0, 0, mediakit_test::box_builder().u32(0)));
     const auto bytes = sink->file().bytes();
-    EXPECT_FALSE(std::ranges::search(bytes, empty.bytes()).empty()) << "the other track is there, without samples";
+    EXPECT_TRUE(Contains(bytes, empty.bytes())) << "the other track is there, without samples";
 }
 
 TEST_F(Recorder, TellsTheGraphOnceWhenEveryTrackHasASecond) {
