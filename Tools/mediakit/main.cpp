@@ -1,16 +1,48 @@
-// mediakit: records elementary streams through a filter graph.
+// mediakit: records elementary streams through a filter graph, and reads what was recorded.
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
 
 #include "Tools/mediakit/record.h"
-#include "Tools/mediakit/record_options.h"
 
 namespace {
 
+using namespace mediakit_tool;
+
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
+
+/// What the program can do. One verb is chosen on the command line.
+class Verbs {
+public:
+    explicit Verbs(CLI::App& program) : m_program(program) {}
+
+    /// `add` makes the verb with its options, which land in the object that `run` gets.
+    template <class Options>
+    void Add(CLI::App* (*add)(CLI::App&, Options&), int (*run)(const Options&)) {
+        const auto options = std::make_shared<Options>();
+        m_verbs.emplace_back(add(m_program, *options), [options, run] { return run(*options); });
+    }
+
+    int RunChosen() const {
+        for (const auto& [verb, run] : m_verbs)
+            if (verb->parsed()) return run();
+        return kWrongUsage;
+    }
+
+private:
+    CLI::App& m_program;
+    std::vector<std::pair<CLI::App*, std::function<int()>>> m_verbs;
+};
+
+void AddVerbs(Verbs& verbs) {
+    verbs.Add(AddRecordVerb, Record);
+}
 
 }  // namespace
 
@@ -18,18 +50,18 @@ int main(int argc, char** argv) {
 #ifdef SIGXFSZ
     std::signal(SIGXFSZ, SIG_IGN);  // a limit on file sizes shall fail the write, not end the process
 #endif
-    CLI::App program("Norvane MediaKit: records H.264, H.265 and AAC into MP4 files", "mediakit");
+    CLI::App program("Norvane MediaKit: records H.264, H.265 and AAC into MP4 files, and reads them", "mediakit");
     program.set_version_flag("--version", "mediakit " MEDIAKIT_VERSION);
     program.require_subcommand(1);
-    mediakit_tool::RecordOptions record;
-    mediakit_tool::AddRecordVerb(program, record);
+    Verbs verbs(program);
+    AddVerbs(verbs);
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return program.exit(error) == 0 ? 0 : kWrongUsage;
     }
     try {
-        return mediakit_tool::Record(record);
+        return verbs.RunChosen();
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "mediakit: %s\n", failure.what());
         return kFailed;

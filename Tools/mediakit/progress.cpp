@@ -43,7 +43,7 @@ std::string ToText(const ProgressState& state) {
     return text;
 }
 
-Progress::Progress(Messages& messages, const RecordOptions& options) : m_messages(messages), m_nextLine(kLineSeconds) {
+Progress::Progress(Messages& messages, const CommonOptions& options) : m_messages(messages), m_nextLine(kLineSeconds) {
     const bool terminal = IsTerminal(StandardStream::Error);
     const bool wanted =
         options.progress == ProgressMode::Always || (options.progress == ProgressMode::Auto && !options.quiet);

@@ -8,7 +8,7 @@
 
 #include "Platform/Com/Types.h"
 #include "Tools/mediakit/messages.h"
-#include "Tools/mediakit/record_options.h"
+#include "Tools/mediakit/common_options.h"
 
 namespace mediakit_tool {
 
@@ -25,7 +25,7 @@ std::string ToText(const ProgressState& state);
 /// Shows it: a line that is rewritten on a terminal, now and then a line of its own elsewhere. One thread.
 class Progress {
 public:
-    Progress(Messages& messages, const RecordOptions& options);
+    Progress(Messages& messages, const CommonOptions& options);
 
     /// Call it a few times a second.
     void Update(const ProgressState& state);

@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <map>
 
 namespace mediakit_tool {
 
@@ -57,18 +56,8 @@ CLI::App* AddRecordVerb(CLI::App& program, RecordOptions& options) {
     verb->add_option("--title", options.title, "Description to store in the file")->type_name("TEXT");
     verb->add_option("--software", options.software, "Name of the recording software to store in the file")
         ->type_name("TEXT");
-    const std::map<std::string, ProgressMode> modes = {
-        {"auto", ProgressMode::Auto}, {"always", ProgressMode::Always}, {"never", ProgressMode::Never}};
-    verb->add_option("--progress", options.progress,
-                     "One line on a terminal, now and then a line elsewhere; always: also with --quiet")
-        ->transform(CLI::CheckedTransformer(modes).description(""))
-        ->type_name("auto|always|never");
     verb->add_flag("--force", options.force, "Replace an existing output");
-    verb->add_flag("-q,--quiet", options.quiet, "Errors only");
-    verb->add_option("--log-level", options.logLevel, "Messages of the filters: 0 none to 5 everything")
-        ->check(CLI::Range(0, 5).description(""))
-        ->type_name("0..5");
-    verb->add_flag("--json", options.json, "Print the summary as one JSON object");
+    AddCommonOptions(*verb, options, "Print the summary as one JSON object");
     verb->final_callback([&options] { CheckTogether(options); });
     return verb;
 }

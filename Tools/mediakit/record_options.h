@@ -5,15 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "Tools/mediakit/common_options.h"
 #include "Tools/mediakit/frame_rate.h"
 
-namespace CLI {
-class App;
-}
-
 namespace mediakit_tool {
-
-enum class ProgressMode { Auto, Always, Never };
 
 /// One elementary stream to record. "-" is standard input.
 struct InputOption {
@@ -22,7 +17,7 @@ struct InputOption {
     std::string path;
 };
 
-struct RecordOptions {
+struct RecordOptions : CommonOptions {
     std::string output;
     std::string video;  ///< empty: none
     std::vector<std::string> audio;
@@ -31,12 +26,8 @@ struct RecordOptions {
     int rotate = 0;                 ///< degrees clockwise
     std::optional<std::string> title;
     std::optional<std::string> software;
-    ProgressMode progress = ProgressMode::Auto;
-    int logLevel = 0;  ///< of the library's log, shown on standard error
     bool faststart = false;
     bool force = false;
-    bool quiet = false;
-    bool json = false;
 
     /// The inputs in track order: video first.
     std::vector<InputOption> Inputs() const;
