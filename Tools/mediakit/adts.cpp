@@ -1,6 +1,6 @@
 #include "Tools/mediakit/adts.h"
 
-#include <array>
+#include <algorithm>
 
 namespace mediakit_tool {
 
@@ -13,6 +13,11 @@ constexpr std::array<std::uint32_t, 13> kSampleRates = {96000, 88200, 64000, 480
 constexpr std::array<std::uint32_t, 8> kChannels = {0, 1, 2, 3, 4, 5, 6, 8};
 
 constexpr unsigned kProgramConfigElement = 5;  // syntactic element id, ISO/IEC 14496-3, table 4.85
+
+constexpr unsigned kEscapedObjectType = 31;
+constexpr unsigned kSbr = 5, kParametricStereo = 29;  // audio object types, ISO/IEC 14496-3, table 1.17
+constexpr unsigned kLastAdtsObjectType = 4;           // what the header's two bits of profile reach
+constexpr unsigned kExplicitFrequency = 15;
 
 /// Bits of a byte range, first the most significant; past the end it gives zeros and says so.
 class BitReader {
@@ -99,6 +104,19 @@ private:
     BitWriter& m_to;
 };
 
+unsigned ReadObjectType(BitReader& from) {
+    const unsigned type = from.Read(5);
+    return type == kEscapedObjectType ? 32 + from.Read(6) : type;
+}
+
+/// The index of the sampling frequency; the number of indices for one that has none.
+std::size_t ReadFrequencyIndex(BitReader& from) {
+    const unsigned index = from.Read(4);
+    if (index != kExplicitFrequency) return std::min<std::size_t>(index, kSampleRates.size());
+    const auto found = std::ranges::find(kSampleRates, from.Read(24));
+    return static_cast<std::size_t>(found - kSampleRates.begin());
+}
+
 }  // namespace
 
 std::uint32_t AdtsHeader::SampleRate() const {
@@ -143,6 +161,63 @@ std::optional<AacConfig> MakeAacConfig(const AdtsHeader& header, std::span<const
         if (channels == 0) return std::nullopt;
     }
     return AacConfig{config.Take(), header.SampleRate(), channels};
+}
+
+std::array<std::uint8_t, AdtsHeader::kSize> AdtsHeader::Bytes(std::size_t dataSize) const {
+    const auto length = static_cast<unsigned>(dataSize + kSize);
+    BitWriter header;
+    header.Write(0xFFF1, 16);  // syncword, MPEG-4, layer 0, no checksum
+    header.Write(objectType - 1u, 2);
+    header.Write(frequencyIndex, 4);
+    header.Write(0, 1);  // private_bit
+    header.Write(channelConfiguration, 3);
+    header.Write(0, 4);  // original_copy, home, copyright identification
+    header.Write(length, 13);
+    header.Write(0x7FF, 11);  // variable bit rate
+    header.Write(0, 2);       // one block
+    std::array<std::uint8_t, kSize> bytes{};
+    std::ranges::copy(header.Take(), bytes.begin());
+    return bytes;
+}
+
+AdtsStream ReadSpecificConfig(std::span<const std::uint8_t> config) {
+    AdtsStream stream;
+    BitReader from(config);
+    unsigned objectType = ReadObjectType(from);
+    const std::size_t frequencyIndex = ReadFrequencyIndex(from);
+    const unsigned channels = from.Read(4);
+    if (objectType == kSbr || objectType == kParametricStereo) {
+        ReadFrequencyIndex(from);
+        objectType = ReadObjectType(from);
+    }
+    const bool shortFrames = from.Read(1) != 0;
+    if (from.Read(1) != 0) from.Read(14);  // coreCoderDelay
+    from.Read(1);                          // extensionFlag
+    if (from.Overrun())
+        stream.refusal = "the AAC configuration is cut short";
+    else if (objectType < 1 || objectType > kLastAdtsObjectType)
+        stream.refusal = "ADTS cannot tell audio object type " + std::to_string(objectType);
+    else if (frequencyIndex >= kSampleRates.size())
+        stream.refusal = "ADTS cannot tell the sampling frequency";
+    else if (channels >= kChannels.size())
+        stream.refusal = "ADTS cannot tell channel configuration " + std::to_string(channels);
+    else if (shortFrames)
+        stream.refusal = "ADTS cannot tell frames of 960 samples";
+    if (!stream.refusal.empty()) return stream;
+    stream.header.objectType = static_cast<std::uint8_t>(objectType);
+    stream.header.frequencyIndex = static_cast<std::uint8_t>(frequencyIndex);
+    stream.header.channelConfiguration = static_cast<std::uint8_t>(channels);
+    if (channels == 0) {
+        BitWriter element;
+        element.Write(kProgramConfigElement, 3);
+        // A configuration without it leaves the element to the frames.
+        if (ProgramConfigCopy(from, element).Run() != 0) stream.programConfig = element.Take();
+    }
+    return stream;
+}
+
+bool BeginsWithProgramConfig(std::span<const std::uint8_t> data) {
+    return !data.empty() && data[0] >> 5 == kProgramConfigElement;
 }
 
 }  // namespace mediakit_tool

@@ -1,11 +1,13 @@
-// AAC in ADTS framing (ISO/IEC 13818-7, 6.2; ISO/IEC 14496-3, 1.A): frame headers, and the
-// AudioSpecificConfig of a stream.
+// AAC in ADTS framing (ISO/IEC 13818-7, 6.2; ISO/IEC 14496-3, 1.A): frame headers, and the AudioSpecificConfig of a
+// stream.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace mediakit_tool {
@@ -28,6 +30,9 @@ struct AdtsHeader {
     std::uint32_t Channels() const;
     /// Whether a frame with the other header may follow in the same track.
     bool SameStream(const AdtsHeader& other) const;
+    /// The header, without a checksum, of a frame of one block with that many bytes of data. Data up to kLongestFrame
+    /// less kSize.
+    std::array<std::uint8_t, kSize> Bytes(std::size_t dataSize) const;
 };
 
 /// The header at the start of `bytes`; nothing when there are fewer than 7 bytes or no header.
@@ -44,5 +49,20 @@ struct AacConfig {
 /// configuration 0 the channels come from the program_config_element at the start of the frame's
 /// data; nothing when there is none there.
 std::optional<AacConfig> MakeAacConfig(const AdtsHeader& header, std::span<const std::uint8_t> frame);
+
+/// A stream as ADTS tells it.
+struct AdtsStream {
+    AdtsHeader header;
+    /// With channel configuration 0: what goes in front of the first frame's data, a program_config_element.
+    std::vector<std::uint8_t> programConfig;
+    std::string refusal;  ///< why ADTS cannot tell the stream; empty when it can
+};
+
+/// The stream of an AudioSpecificConfig. Of one that signals spectral band replication the core is told, as is usual in
+/// ADTS: decoders find the rest in the data.
+AdtsStream ReadSpecificConfig(std::span<const std::uint8_t> config);
+
+/// Whether the data of a frame begin with a program_config_element.
+bool BeginsWithProgramConfig(std::span<const std::uint8_t> data);
 
 }  // namespace mediakit_tool
