@@ -15,11 +15,10 @@ namespace mediakit_tool {
 
 namespace {
 
-bool IsInput(const RecordOptions& options, const FileInfo& output) {
-    const auto inputs = options.Inputs();
-    return std::any_of(inputs.begin(), inputs.end(), [&output](const InputOption& input) {
+bool IsInput(const std::vector<std::string>& inputs, const FileInfo& output) {
+    return std::any_of(inputs.begin(), inputs.end(), [&output](const std::string& input) {
         FileInfo info;
-        const DWORD error = input.path == "-" ? QueryStandardInputInfo(&info) : QueryFileInfo(input.path, &info);
+        const DWORD error = input == "-" ? QueryStandardInputInfo(&info) : QueryFileInfo(input, &info);
         return error == NO_ERROR && info.identity == output.identity;
     });
 }
@@ -37,19 +36,25 @@ std::uint64_t BigEndian(const unsigned char* bytes, int count) {
 
 }  // namespace
 
-std::string OutputObjection(const RecordOptions& options) {
+std::string OutputObjection(const std::string& output, const std::vector<std::string>& inputs, bool force) {
     FileInfo info;
-    const DWORD error = QueryFileInfo(options.output, &info);
+    const DWORD error = QueryFileInfo(output, &info);
     if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
         FileInfo folder;
-        if (QueryFileInfo(FolderOf(options.output), &folder) != NO_ERROR) return "cannot be created: no such folder";
+        if (QueryFileInfo(FolderOf(output), &folder) != NO_ERROR) return "cannot be created: no such folder";
         return folder.is_directory ? "" : "cannot be created: what should be its folder is none";
     }
     if (error != NO_ERROR) return "cannot be created: " + SystemErrorText(error);
-    if (IsInput(options, info)) return "is an input as well; it is left alone";
+    if (IsInput(inputs, info)) return "is an input as well; it is left alone";
     if (info.is_directory) return "is a folder";
     if (!info.is_regular) return "is not a regular file";
-    return options.force ? "" : "exists; --force replaces it";
+    return force ? "" : "exists; --force replaces it";
+}
+
+std::string OutputObjection(const RecordOptions& options) {
+    std::vector<std::string> inputs;
+    for (const InputOption& input : options.Inputs()) inputs.push_back(input.path);
+    return OutputObjection(options.output, inputs, options.force);
 }
 
 std::uint64_t OutputSize(const std::string& path) {

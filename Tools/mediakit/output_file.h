@@ -1,15 +1,17 @@
-// The file that a recording goes to: what must hold before it is written and after.
+// The file that a verb writes: what must hold before it is written and after.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "Tools/mediakit/record_options.h"
 
 namespace mediakit_tool {
 
-/// Why the output must not be written: it is one of the inputs, exists and is not to be replaced, or
-/// can be no file. Empty when it may.
+/// Why the output must not be written: it is one of the inputs ("-": standard input), exists and is not to be
+/// replaced, or can be no file. Empty when it may.
+std::string OutputObjection(const std::string& output, const std::vector<std::string>& inputs, bool force);
 std::string OutputObjection(const RecordOptions& options);
 
 /// Size in bytes, 0 when there is no such file.
