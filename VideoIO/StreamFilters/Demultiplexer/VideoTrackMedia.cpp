@@ -1,0 +1,145 @@
+#include "Logging/Checks.h"
+#include "MediaKit/Results.h"
+#include "VideoIO/FilterUtil/MediaTypeUtil.h"
+#include "VideoIO/MPEGUtil/AVCDecoderConfigurationRecord.h"
+#include "VideoIO/MPEGUtil/HEVCDecoderConfigurationRecord.h"
+#include "VideoIO/MPEGUtil/MPEG4VideoDecoder.h"
+#include "VideoIO/StreamFilters/Container/mp4_parser.h"
+#include "VideoIO/StreamFilters/Demultiplexer/DecoderConfiguration.h"
+#include "VideoIO/StreamFilters/Demultiplexer/TrackMediaBuilders.h"
+#include "VideoIO/StreamFilters/Demultiplexer/TrackTableBuilder.h"
+
+#include <utility>
+
+namespace Norvane::MediaKit::Filters::details {
+namespace {
+
+using vio::mp4::fourcc;
+using vio::mp4::visual_sample_entry;
+
+/// Object type indication of motion JPEG, ISO/IEC 14496-1.
+constexpr std::uint8_t kMotionJpeg = 0x6C;
+
+/// Bits a second of an `hev1` track that has no duration.
+constexpr DWORD kUnknownBitRateOfHev1 = 25;
+
+/// The rate stays unknown when the tables tell no duration of a frame.
+void SetStreamRate(const TrackTables& tables, TrackMedia& media) {
+    qz_DSFilters::StreamRate rate;
+    if (SUCCEEDED(qz_DSFilters::GetStreamRate(AverageTimePerFrame(tables), rate))) media.rate = rate;
+}
+
+HRESULT RefuseFile(const MediaSource&, const visual_sample_entry&, TrackMedia&) { return QZ_E_UNSUPPORTED_FORMAT; }
+
+HRESULT BuildAvc(const MediaSource& source, const visual_sample_entry&, TrackMedia& media) {
+    BuildVideoSyncIndex(source.tables);
+    const auto avc_sample_entry = std::dynamic_pointer_cast<vio::mp4::avc_sample_entry>(source.entry);
+    QZCheckCondition(avc_sample_entry != nullptr, E_UNEXPECTED);
+    SetStreamRate(source.tables, media);
+    const auto avcC = source.parser.find_child<vio::mp4::avc_configuration_box>(*avc_sample_entry);
+    if (avcC == nullptr) return S_OK;
+
+    qz_MPEGUtil::AVCDecoderConfigurationRecord record;
+    QZCheckHRESULT(record.Parse(avcC->record.data(), avcC->record.size()));
+    QZCheckHRESULT(record.CreateMediaType(media.mediaType));
+    QZLogHRESULT(qz_DSFilters::SetAvgTimePerFrame(media.mediaType, AverageTimePerFrame(source.tables)));
+    if (source.tables.total_duration != 0)
+        QZLogHRESULT(qz_DSFilters::SetBitRate(media.mediaType, AverageBitRate(source.tables)));
+    return S_OK;
+}
+
+HRESULT BuildHevc(const MediaSource& source, const visual_sample_entry& visual, TrackMedia& media) {
+    BuildVideoSyncIndex(source.tables);
+    const auto hevc_sample_entry = std::dynamic_pointer_cast<vio::mp4::hevc_sample_entry>(source.entry);
+    QZCheckCondition(hevc_sample_entry != nullptr, E_UNEXPECTED);
+    const SIZE size{visual.width, visual.height};
+    SetStreamRate(source.tables, media);
+
+    // Without `hvcC` the parameter sets are looked for in the samples.
+    qz_MPEGUtil::HEVCDecoderConfigurationRecord record;
+    if (const auto& hvcC = hevc_sample_entry->configuration) record.Parse(hvcC->record.data(), hvcC->record.size());
+    const DWORD whenUnknown = visual.type == fourcc("hev1") ? kUnknownBitRateOfHev1 : 0;
+    QZCheckHRESULT(record.CreateMediaType(size, size, 0, AverageTimePerFrame(source.tables),
+                                          AverageBitRate(source.tables, whenUnknown), record.general_profile_idc,
+                                          record.general_level_idc, media.mediaType));
+    return S_OK;
+}
+
+struct Picture {
+    SIZE size;
+    SIZE aspectRatio;  ///< of the picture
+    DWORD interlaceFlags;
+};
+
+DWORD InterlaceFlags(qz_MPEGUtil::PictureStructure structure) {
+    switch (structure) {
+        case qz_MPEGUtil::PictureStructure::TopFieldFirst: return AMINTERLACE_IsInterlaced | AMINTERLACE_Field1First;
+        case qz_MPEGUtil::PictureStructure::Interlaced: return AMINTERLACE_IsInterlaced;
+        default: return 0;
+    }
+}
+
+SIZE PictureAspectRatio(const SIZE& size, const SIZE& pixel) {
+    std::pair<std::int64_t, std::int64_t> ratio{std::int64_t{size.cx} * pixel.cx, std::int64_t{size.cy} * pixel.cy};
+    qz_DSFilters::ReduceRatio(ratio);
+    return {static_cast<LONG>(ratio.first), static_cast<LONG>(ratio.second)};
+}
+
+/// What the stream's own header says goes before the sample entry.
+void ReadVideoHeader(std::span<const std::uint8_t> header, Picture& picture) {
+    const qz_MPEGUtil::MediaData data{header.data(), header.size()};
+    qz_MPEGUtil::VideoDecoderParams params;
+    params.data = &data;
+    qz_MPEGUtil::MPEG4VideoDecoder decoder;
+    if (decoder.Init(params) != S_OK || decoder.GetInfo(params) != S_OK) {
+        QZReport(2, L"Failed to parse the decoder specific info");
+        return;
+    }
+    if (params.size.cx != picture.size.cx || params.size.cy != picture.size.cy)
+        QZReport(2, L"mp4check: video size in header (%dx%d) does not match decoder spec info (%dx%d)",
+                 picture.size.cx, picture.size.cy, params.size.cx, params.size.cy);
+    picture = {params.size, PictureAspectRatio(params.size, params.pixelAspectRatio),
+               InterlaceFlags(params.pictureStructure)};
+}
+
+HRESULT BuildMpeg4(const MediaSource& source, const visual_sample_entry& visual, TrackMedia& media) {
+    DecoderConfiguration configuration;
+    const HRESULT found = FindDecoderConfiguration(source.parser, visual, configuration);
+    if (FAILED(found)) return found;
+    const std::span<const std::uint8_t> info = SpecificInfo(*configuration);
+    const GUID& subtype =
+        configuration->object_type_indication == kMotionJpeg ? MEDIASUBTYPE_MJPG : MEDIASUBTYPE_MP4V;
+
+    BuildVideoSyncIndex(source.tables);
+    const SIZE size{visual.width, visual.height};
+    Picture picture{size, size, 0};
+    SetStreamRate(source.tables, media);
+    if (!info.empty()) ReadVideoHeader(info, picture);
+    DWORD bitRate = configuration->avg_bitrate;
+    if (bitRate == 0) bitRate = AverageBitRate(source.tables);
+    QZCheckHRESULT(qz_DSFilters::BuildVideoInfo2MediaType(
+        picture.size, picture.aspectRatio, bitRate, subtype, AverageTimePerFrame(source.tables),
+        picture.interlaceFlags, info.data(), static_cast<DWORD>(info.size()), media.mediaType));
+    return S_OK;
+}
+
+constexpr MediaRow<HRESULT(const MediaSource&, const visual_sample_entry&, TrackMedia&)> kEntries[] = {
+    {fourcc("av01"), RefuseFile}, {fourcc("avc1"), BuildAvc},   {fourcc("hev1"), BuildHevc},
+    {fourcc("hvc1"), BuildHevc},  {fourcc("mp4v"), BuildMpeg4},
+};
+
+}  // namespace
+
+HRESULT BuildVideoMedia(const MediaSource& source, TrackMedia& media) {
+    const auto visual_sample_entry = std::dynamic_pointer_cast<vio::mp4::visual_sample_entry>(source.entry);
+    QZCheckCondition(visual_sample_entry != nullptr, E_UNEXPECTED);
+    const bool asAvc1 = source.policy.readAvc3AsAvc1 && source.entry->type == fourcc("avc3");
+    const auto build = FindBuild(kEntries, asAvc1 ? fourcc("avc1") : source.entry->type);
+    if (build == nullptr) {
+        QZReport(3, L"Unknown visual sample entry type %s", vio::mp4::fourcc_text(source.entry->type).c_str());
+        return E_FAIL;
+    }
+    return build(source, *visual_sample_entry, media);
+}
+
+}  // namespace Norvane::MediaKit::Filters::details
