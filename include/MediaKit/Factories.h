@@ -46,8 +46,8 @@ MEDIAKIT_API HRESULT CreateSharedFileSourceFilter(IBaseFilter** ppFilter);
 MEDIAKIT_API HRESULT CreateVoidFilter(IBaseFilter** ppFilter);
 
 extern "C" {
-/// Reader of plain and fragmented files, exported under its plain name.
-/// Not available yet: E_NOTIMPL, null stored.
+/// Reader of plain and fragmented files, exported under its plain name. S_OK, or E_OUTOFMEMORY with null stored.
+/// `ppFilter` is not tested for null.
 MEDIAKIT_API HRESULT CreateMP4MediaDemuxFilter(IBaseFilter** ppFilter);
 }
 

@@ -21,7 +21,10 @@ class MP4MediaDemuxOutputPin;
 class MP4MediaDemuxSeeking;
 
 /// Connecting the input opens the file and makes one output pin for each track that can be played, on the connecting
-/// thread and under no lock. Pins stay when the input is disconnected; they go with the filter.
+/// thread. The input has a lock of its own, so that the state lock is free while the file is read. Pins, boxes and reader
+/// stay when the input is disconnected; they go with the filter.
+///
+/// Lock order: connection lock, state lock, seeking lock.
 class MP4MediaDemuxFilter final : public CSource, public IMP4MediaDemuxFilter, public IReadingPolicy {
 public:
     explicit MP4MediaDemuxFilter(IUnknown* outer = nullptr, HRESULT* phr = nullptr);
@@ -36,11 +39,11 @@ public:
 
     /// Opens the file behind the reader. E_UNEXPECTED without one, QZ_E_UNSUPPORTED_FORMAT for a file that cannot be
     /// played. Output pins of an earlier file stay.
-    HRESULT SetReader(IAsyncReader* reader);
+    HRESULT SetReader(IAsyncReader* reader) EXCLUDES(m_seekingLock);
 
     /// The one that all output pins share, made at the first call.
     MP4MediaDemuxSeeking* Seeking() EXCLUDES(m_seekingLock);
-    /// For the pins' threads; set while the input is connected.
+    /// For the pins' threads: it changes only while the filter is stopped. Null before the first connection.
     IAsyncReader* Reader() const { return m_reader.get(); }
     /// The n-th output pin, or null. The state lock is taken.
     MP4MediaDemuxOutputPin* OutputPin(int n);
@@ -49,7 +52,7 @@ public:
     // IMP4MediaDemuxFilter
     HRESULT GetCreationTime(double* date) override;
     HRESULT Reserved1() override { return S_OK; }
-    bool IsStreamingOptimized() override { return m_streamingOrder; }
+    bool IsStreamingOptimized() override;
     HRESULT GetNearestSyncPoint(REFERENCE_TIME time, int frames, REFERENCE_TIME* result) override;
 
     // IReadingPolicy
@@ -61,19 +64,21 @@ public:
 
 private:
     HRESULT SetPolicy(bool details::ReadingPolicy::*choice, BOOL value);
-    HRESULT Open(IAsyncReader* reader);
-    /// The box tree's check, which makes the pins; see MovieCheck.
-    HRESULT mp4_check();
-    HRESULT CreateOutputPin(const details::TrackBoxes& boxes, details::ReadingBudget& budget,
-                            REFERENCE_TIME& duration);
+    HRESULT Open(IAsyncReader* reader) REQUIRES(m_connectionLock);
+    HRESULT CheckMovie() REQUIRES(m_connectionLock);
+    HRESULT CreateOutputPin(const details::TrackBoxes& track, details::ReadingBudget& budget,
+                            REFERENCE_TIME& duration) REQUIRES(m_connectionLock);
 
-    // In the order in which the destructor lets go of them, last first.
-    std::unique_ptr<MP4MediaDemuxSeeking> m_seeking;
+    /// Held while the input is being connected and the file is opened.
+    CCritSec m_connectionLock{"MP4MediaDemuxFilter connection", LockRank::Filter};
+    details::ReadingPolicy m_policy GUARDED_BY(m_connectionLock);
+
+    // The destructor lets go of them from the last to the first.
+    std::unique_ptr<MP4MediaDemuxSeeking> m_seeking;  ///< made under m_seekingLock
     ComPtr<IAsyncReader> m_reader;
-    std::shared_ptr<vio::mp4::mp4_parser> m_parser;
-    std::shared_ptr<AsyncReaderByteStream> m_stream;
-    bool m_streamingOrder = false;
-    details::ReadingPolicy m_policy;
+    std::shared_ptr<vio::mp4::mp4_parser> m_parser GUARDED_BY(m_connectionLock);
+    std::shared_ptr<AsyncReaderByteStream> m_stream GUARDED_BY(m_connectionLock);
+    bool m_streamingOrder GUARDED_BY(m_connectionLock) = false;
     CCritSec m_seekingLock{"MP4MediaDemuxFilter seeking", LockRank::FilterInner};
     std::unique_ptr<MP4MediaDemuxInputPin> m_inputPin;
 };

@@ -2,6 +2,7 @@
 #include "MediaKit/Factories.h"
 
 #include "Logging/Checks.h"
+#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxFilter.h"
 #include "VideoIO/StreamFilters/Frame/VoidFilter.h"
 #include "VideoIO/StreamFilters/Multiplexer/MP4MediaMuxFilter2.h"
 #include "VideoIO/StreamFilters/SharedFile/SharedFileSinkFilter.h"
@@ -13,12 +14,11 @@ namespace Norvane::MediaKit::Filters {
 
 namespace {
 
-/// A new filter, or null when there is no memory for it or for what its constructor makes. What the constructor
-/// reports is not passed on: an object that came back is a success.
+/// A new filter, or null when there is no memory for it or for what its constructor makes. `constructed` is what the
+/// constructor reports.
 template <class Filter>
-Filter* MakeUnlessOutOfMemory() {
+Filter* MakeUnlessOutOfMemory(HRESULT& constructed) {
     try {
-        HRESULT constructed = S_OK;
         return new Filter(nullptr, &constructed);
     } catch (const std::bad_alloc&) {
         return nullptr;
@@ -33,6 +33,13 @@ Filter* HandOut(Filter* filter, IBaseFilter** ppFilter) {
     return filter;
 }
 
+/// For filters whose constructor's report is not passed on: an object that came back is a success.
+template <class Filter>
+HRESULT CreateUnlessOutOfMemory(IBaseFilter** ppFilter) {
+    HRESULT constructed = S_OK;
+    return HandOut(MakeUnlessOutOfMemory<Filter>(constructed), ppFilter) != nullptr ? S_OK : E_OUTOFMEMORY;
+}
+
 HRESULT NotAvailable(IBaseFilter** ppFilter) {
     *ppFilter = nullptr;
     return E_NOTIMPL;
@@ -44,10 +51,14 @@ HRESULT CreateFragmentedMP4MediaMuxFilter(IBaseFilter** ppFilter) { return NotAv
 
 HRESULT CreateLiveSourceFilter(IBaseFilter** ppFilter) { return NotAvailable(ppFilter); }
 
-HRESULT CreateMP4MediaDemuxFilter(IBaseFilter** ppFilter) { return NotAvailable(ppFilter); }
+HRESULT CreateMP4MediaDemuxFilter(IBaseFilter** ppFilter) {
+    HRESULT constructed = S_OK;
+    return HandOut(MakeUnlessOutOfMemory<MP4MediaDemuxFilter>(constructed), ppFilter) != nullptr ? constructed
+                                                                                                 : E_OUTOFMEMORY;
+}
 
 HRESULT CreateMP4MediaMuxFilter(IBaseFilter** ppFilter) {
-    return HandOut(MakeUnlessOutOfMemory<MP4MediaMuxFilter>(), ppFilter) != nullptr ? S_OK : E_OUTOFMEMORY;
+    return CreateUnlessOutOfMemory<MP4MediaMuxFilter>(ppFilter);
 }
 
 HRESULT CreateSharedFileSinkFilter(IBaseFilter** ppFilter) {
@@ -58,7 +69,7 @@ HRESULT CreateSharedFileSinkFilter(IBaseFilter** ppFilter) {
 
 HRESULT CreateSharedFileSourceFilter(IBaseFilter** ppFilter) {
     QZCheckCondition(ppFilter != nullptr, E_POINTER);
-    return HandOut(MakeUnlessOutOfMemory<SharedFileSourceFilter>(), ppFilter) != nullptr ? S_OK : E_OUTOFMEMORY;
+    return CreateUnlessOutOfMemory<SharedFileSourceFilter>(ppFilter);
 }
 
 HRESULT CreateVoidFilter(IBaseFilter** ppFilter) {

@@ -26,7 +26,8 @@ TEST(Exports, FiltersComeWithOneReferenceAndTheirClass) {
         CLSID clsid;
     } kFactories[] = {{CreateSharedFileSinkFilter, CLSID_SharedFileSinkFilter},
                       {CreateSharedFileSourceFilter, CLSID_SharedFileSourceFilter},
-                      {CreateMP4MediaMuxFilter, CLSID_MP4MediaMuxFilter}};
+                      {CreateMP4MediaMuxFilter, CLSID_MP4MediaMuxFilter},
+                      {CreateMP4MediaDemuxFilter, CLSID_MP4MediaDemuxFilter}};
     for (const auto& factory : kFactories) {
         IBaseFilter* filter = nullptr;
         ASSERT_EQ(factory.create(&filter), S_OK);
@@ -51,7 +52,7 @@ TEST(Exports, OnlyTheSharedFileSourceTestsItsPointer) {
 }
 
 TEST(Exports, FactoriesThatMaySayThatThereIsNoMemory) {
-    for (const Factory create : {CreateMP4MediaMuxFilter, CreateSharedFileSourceFilter}) {
+    for (const Factory create : {CreateMP4MediaMuxFilter, CreateSharedFileSourceFilter, CreateMP4MediaDemuxFilter}) {
         bool failed = true;
         int refusals = 0;
         for (int n = 1; failed; ++n) {
@@ -77,7 +78,7 @@ TEST(Exports, AQuietLogChangesNoResult) {
 }
 
 TEST(Exports, FiltersThatAreNotAvailableSaySo) {
-    const Factory kFactories[] = {CreateFragmentedMP4MediaMuxFilter, CreateLiveSourceFilter, CreateMP4MediaDemuxFilter};
+    const Factory kFactories[] = {CreateFragmentedMP4MediaMuxFilter, CreateLiveSourceFilter};
     for (const Factory create : kFactories) {
         ComPtr<IBaseFilter> other;
         CreateSharedFileSinkFilter(other.put());

@@ -1,0 +1,151 @@
+#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxFilter.h"
+
+#include "Logging/Checks.h"
+#include "MediaKit/Factories.h"
+#include "MediaKit/Results.h"
+#include "VideoIO/StreamFilters/Demultiplexer/FileParser.h"
+#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxInputPin.h"
+#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxOutputPin.h"
+#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxSeeking.h"
+#include "VideoIO/StreamFilters/Demultiplexer/MovieCheck.h"
+#include "VideoIO/StreamFilters/Demultiplexer/OleDate.h"
+
+#include <exception>
+#include <string>
+
+namespace Norvane::MediaKit::Filters {
+
+MP4MediaDemuxFilter::MP4MediaDemuxFilter(IUnknown* outer, HRESULT* phr)
+    : CSource("MP4MediaDemuxFilter", outer, CLSID_MP4MediaDemuxFilter, phr),
+      m_inputPin(std::make_unique<MP4MediaDemuxInputPin>(this, &m_connectionLock, phr)) {}
+
+MP4MediaDemuxFilter::~MP4MediaDemuxFilter() = default;
+
+HRESULT MP4MediaDemuxFilter::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
+    if (riid == IID_IMP4MediaDemuxFilter) return GetInterface<IMP4MediaDemuxFilter>(this, ppv);
+    if (riid == IID_IReadingPolicy) return GetInterface<IReadingPolicy>(this, ppv);
+    return CSource::NonDelegatingQueryInterface(riid, ppv);
+}
+
+int MP4MediaDemuxFilter::GetPinCount() { return OutputPinCount() + 1; }
+
+CBasePin* MP4MediaDemuxFilter::GetPin(int n) {
+    CAutoLock lock(pStateLock());
+    return n == OutputPinCount() ? m_inputPin.get() : CSource::GetPin(n);
+}
+
+int MP4MediaDemuxFilter::OutputPinCount() { return CSource::GetPinCount(); }
+
+MP4MediaDemuxOutputPin* MP4MediaDemuxFilter::OutputPin(int n) {
+    return static_cast<MP4MediaDemuxOutputPin*>(CSource::GetPin(n));
+}
+
+MP4MediaDemuxSeeking* MP4MediaDemuxFilter::Seeking() {
+    CAutoLock lock(&m_seekingLock);
+    if (m_seeking == nullptr) {
+        HRESULT hr = S_OK;
+        m_seeking = std::make_unique<MP4MediaDemuxSeeking>(this, &m_seekingLock, &hr);
+    }
+    return m_seeking.get();
+}
+
+HRESULT MP4MediaDemuxFilter::SetReader(IAsyncReader* reader) {
+    QZCheckCondition(reader != nullptr, E_UNEXPECTED);
+    CAutoLock lock(&m_connectionLock);
+    try {
+        return Open(reader);
+    } catch (const std::exception& error) {
+        QZReport(1, L"Unsupported format, failed to set reader: %S", error.what());
+        return QZ_E_UNSUPPORTED_FORMAT;
+    }
+}
+
+HRESULT MP4MediaDemuxFilter::Open(IAsyncReader* reader) {
+    m_stream = std::make_shared<AsyncReaderByteStream>(reader);
+    m_reader = reader;
+    m_parser = details::MakeFileParser(m_stream, m_policy);
+    m_parser->parse();
+    return CheckMovie();
+}
+
+HRESULT MP4MediaDemuxFilter::CheckMovie() {
+    details::ReadingBudget budget(m_stream->size());
+    details::MovieFacts facts;
+    const auto createOutputPin = [&](const details::TrackBoxes& track, REFERENCE_TIME& duration)
+                                     REQUIRES(m_connectionLock) { return CreateOutputPin(track, budget, duration); };
+    const HRESULT hr = details::mp4_check(*m_parser, m_policy, createOutputPin, facts);
+    if (FAILED(hr)) return hr;
+    Seeking()->SetDuration(facts.duration);
+    if (facts.streamingOrder) m_streamingOrder = *facts.streamingOrder;
+    return S_OK;
+}
+
+HRESULT MP4MediaDemuxFilter::CreateOutputPin(const details::TrackBoxes& track, details::ReadingBudget& budget,
+                                             REFERENCE_TIME& duration) {
+    const std::wstring name = L"Output_" + std::to_wstring(OutputPinCount());
+    HRESULT hr = S_OK;
+    auto pin = std::make_unique<MP4MediaDemuxOutputPin>(
+        this, name.c_str(), MP4MediaDemuxOutputPin::Origin{m_parser.get(), track, m_policy, budget}, duration, &hr);
+    if (FAILED(hr)) return hr;
+    // It is among the filter's pins by now, and theirs to delete.
+    pin.release();
+    IncrementPinVersion();
+    return S_OK;
+}
+
+HRESULT MP4MediaDemuxFilter::GetCreationTime(double* date) {
+    QZCheckCondition(date != nullptr, E_POINTER);
+    CAutoLock lock(&m_connectionLock);
+    QZCheckCondition(m_parser != nullptr, E_UNEXPECTED);
+    const auto moov = details::FindMovie(*m_parser);
+    QZCheckCondition(moov != nullptr, E_FAIL);
+    const auto mvhd = m_parser->find_child<vio::mp4::movie_header_box>(*moov);
+    QZCheckCondition(mvhd != nullptr, E_FAIL);
+    *date = details::OleDateOfMovieTime(mvhd->creation_time);
+    return S_OK;
+}
+
+bool MP4MediaDemuxFilter::IsStreamingOptimized() {
+    CAutoLock lock(&m_connectionLock);
+    return m_streamingOrder;
+}
+
+HRESULT MP4MediaDemuxFilter::GetNearestSyncPoint(REFERENCE_TIME time, int frames, REFERENCE_TIME* result) {
+    QZCheckCondition(result != nullptr, E_POINTER);
+    const int count = OutputPinCount();
+    for (int i = 0; i < count; ++i) {
+        MP4MediaDemuxOutputPin* const pin = OutputPin(i);
+        if (pin != nullptr && pin->IsConnected() && pin->IsVideo())
+            return pin->GetNearestSyncPoint(time, frames, result);
+    }
+    return E_FAIL;
+}
+
+HRESULT MP4MediaDemuxFilter::SetPolicy(bool details::ReadingPolicy::*choice, BOOL value) {
+    CAutoLock lock(&m_connectionLock);
+    if (m_inputPin->IsConnected()) return VFW_E_ALREADY_CONNECTED;
+    m_policy.*choice = value != FALSE;
+    return S_OK;
+}
+
+HRESULT MP4MediaDemuxFilter::SetReadAvc3AsAvc1(BOOL read) {
+    return SetPolicy(&details::ReadingPolicy::readAvc3AsAvc1, read);
+}
+
+HRESULT MP4MediaDemuxFilter::SetKnowSegmentBoxes(BOOL know) {
+    return SetPolicy(&details::ReadingPolicy::knowSegmentBoxes, know);
+}
+
+HRESULT MP4MediaDemuxFilter::SetEverySampleIsSyncWithoutTable(BOOL sync) {
+    return SetPolicy(&details::ReadingPolicy::everySampleIsSyncWithoutTable, sync);
+}
+
+HRESULT MP4MediaDemuxFilter::SetUseFragmentDecodeTimes(BOOL use) {
+    return SetPolicy(&details::ReadingPolicy::useFragmentDecodeTimes, use);
+}
+
+HRESULT MP4MediaDemuxFilter::SetSizePcmByEntry(BOOL byEntry) {
+    return SetPolicy(&details::ReadingPolicy::sizePcmByEntry, byEntry);
+}
+
+}  // namespace Norvane::MediaKit::Filters
