@@ -11,7 +11,11 @@ namespace Norvane::MediaKit::Filters {
 /// the reader. Failed calls of the reader are logged. Used by one thread at a time; after close() every read fails.
 class AsyncReaderByteStream : public vio::byte_stream {
 public:
-    explicit AsyncReaderByteStream(IAsyncReader* reader) : m_reader(reader) {}
+    /// `knownSize`: what an earlier stream over the reader has found there, so that this one need not ask.
+    explicit AsyncReaderByteStream(IAsyncReader* reader, std::uint64_t knownSize = 0)
+        : m_reader(reader), m_knownSize(knownSize) {}
+
+    std::uint64_t KnownSize() const { return m_knownSize; }
 
     void close() override { m_reader.reset(); }
     /// What can be read now; a growing source may answer more later.
@@ -32,7 +36,7 @@ private:
 
     ComPtr<IAsyncReader> m_reader;
     std::uint64_t m_position = 0;
-    std::uint64_t m_knownSize = 0;  ///< asked again only for what lies behind it
+    std::uint64_t m_knownSize;  ///< asked again only for what lies behind it
 };
 
 }  // namespace Norvane::MediaKit::Filters

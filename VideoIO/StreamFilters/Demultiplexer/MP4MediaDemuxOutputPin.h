@@ -6,10 +6,11 @@
 #include "MediaKit/ITrackInformation.h"
 #include "MediaKit/IVideoOrientation.h"
 #include "Platform/DirectShow/IMediaSeeking.h"
-#include "VideoIO/StreamFilters/Authoring/MP4ByteStreamHandler.h"
+#include "VideoIO/StreamFilters/Demultiplexer/MediaTypeOverrides.h"
 #include "VideoIO/StreamFilters/Demultiplexer/ReadingBudget.h"
 #include "VideoIO/StreamFilters/Demultiplexer/ReadingPolicy.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackBoxes.h"
+#include "VideoIO/StreamFilters/Demultiplexer/TrackMedia.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTables.h"
 #include "VideoIO/StreamFilters/Frame/StreamPin.h"
 
@@ -24,7 +25,11 @@ namespace Norvane::MediaKit::Filters {
 class MP4MediaDemuxFilter;
 
 /// Made with all its tables when the file is opened. Its thread, which lives between Active and Inactive, pushes the
-/// samples in decode order as fast as they are taken.
+/// samples in decode order as fast as they are taken, from the sync sample before the pin's start to the end of the
+/// track.
+///
+/// The thread is started, stopped and sent elsewhere by one caller at a time (MP4MediaDemuxSeeking::Turn). It takes none
+/// of the locks that its callers hold.
 class MP4MediaDemuxOutputPin final : public StreamPin,
                                      public qz_DSFilters::IStreamRate,
                                      public qz_DSFilters::IOverrideMediaType,
@@ -51,18 +56,23 @@ public:
 
     bool IsVideo() const;
     bool IsAudio() const;
-    /// Where playing would start; see IMP4MediaDemuxFilter.
+    /// Where playing would start; see IMP4MediaDemuxFilter. Any thread.
     HRESULT GetNearestSyncPoint(REFERENCE_TIME time, int frames, REFERENCE_TIME* result);
 
-    // For the seeking object. A pin without a thread only keeps the new position.
+    // For the seeking object, which holds the turn for the first two. A pin without a thread only keeps the new
+    // position.
     void StopForSeek();
-    void RestartAt(REFERENCE_TIME start);
-    void SetStop(REFERENCE_TIME stop);
+    void RestartAt(REFERENCE_TIME start) EXCLUDES(m_fieldLock);
+    void SetStop(REFERENCE_TIME stop) EXCLUDES(m_fieldLock);
 
     // The stream
     HRESULT GetMediaType(int iPosition, CMediaType* pMediaType) override;
+    HRESULT GetMediaType(CMediaType* pMediaType) override;
+    /// Ten buffers at least, each of the track's largest sample.
     HRESULT DecideBufferSize(IMemAllocator* pAlloc, ALLOCATOR_PROPERTIES* pRequest) override;
-    HRESULT InitAllocator(IMemAllocator** ppAlloc) override;
+    /// Wait for a seek under way, with the state lock held.
+    HRESULT Active() override;
+    HRESULT Inactive() override;
     HRESULT FillBuffer(IMediaSample* pSample) override;
     HRESULT OnThreadCreate() override;
     HRESULT OnThreadDestroy() override;
@@ -102,9 +112,51 @@ public:
     HRESULT GetPreroll(LONGLONG* pllPreroll) override;
 
 private:
+    /// As the pin's start and stop time and rate.
+    struct Segment {
+        REFERENCE_TIME start;
+        REFERENCE_TIME stop;
+        double rate;
+    };
+
+    HRESULT Build(const Origin& origin, REFERENCE_TIME& duration);
+    HRESULT BuildTables(const Origin& origin, REFERENCE_TIME& duration);
+    bool StartsAtSyncRecords() const;
+    Segment CurrentSegment() const EXCLUDES(m_fieldLock);
+    details::MediaTypeOverrides Overrides() const EXCLUDES(m_fieldLock);
+
+    // On the thread
+    HRESULT PlaySamples(Command& command);
+    HRESULT EndBrokenStream(HRESULT failure);
+    HRESULT ReadSample(const details::SampleRecord& record, IMediaSample& sample);
+    HRESULT StampSample(const details::SampleRecord& record, IMediaSample& sample);
+
+    /// Whether a change of position, rate or format that is asked of this pin moves anything: of all connected pins the
+    /// video pins count, or the first audio pin when there is none.
+    bool IsSeekingMaster();
+    template <class... Params, class... Args>
+    HRESULT Forward(HRESULT (IMediaSeeking::*operation)(Params...), Args... args);
+    template <class... Params, class... Args>
+    HRESULT ForwardFromMaster(HRESULT (IMediaSeeking::*operation)(Params...), Args... args);
+
+    // Constant after construction, but for the positions in track_, which are the thread's.
     MP4MediaDemuxFilter* const m_demux;
-    std::unique_ptr<details::byte_stream_handler> m_handler;
+    DWORD m_trackId = 0;
+    DWORD m_handlerType = 0;
+    DWORD m_orientation = qz_DSFilters::VideoOrientation_None;
     details::TrackTables track_;
+    details::TrackMedia m_media;  ///< its handler is never null
+    LONG m_bufferSize = 0;        ///< of each sample, bytes
+
+    // The thread's
+    REFERENCE_TIME m_segmentBase = 0;
+    bool m_firstSample = true;  ///< of the segment
+    BOOL m_discontinuity = FALSE;
+    std::uint64_t m_knownFileSize = 0;
+
+    /// Guards what follows, and the start, stop and rate of CBasePin. Nothing is called with it held.
+    mutable CCritSec m_fieldLock{"MP4MediaDemuxOutputPin fields", LockRank::Object};
+    details::MediaTypeOverrides m_overrides GUARDED_BY(m_fieldLock);
 };
 
 }  // namespace Norvane::MediaKit::Filters

@@ -2,22 +2,40 @@
 #pragma once
 
 #include "Platform/DirectShow/CSourceSeeking.h"
+#include "Platform/Kernel/Event.h"
+
+#include <vector>
 
 namespace Norvane::MediaKit::Filters {
 
 class MP4MediaDemuxFilter;
+class MP4MediaDemuxOutputPin;
 
-/// Lives as long as the filter; the pins pass their IMediaSeeking calls on to it. Fields are guarded by the filter's
-/// seeking lock, which is not held while the pins' threads are waited for.
+/// Lives as long as the filter; the pins pass their IMediaSeeking calls on to it, from any thread. Fields are guarded by
+/// the filter's seeking lock, which is not held while the pins' threads are waited for.
 class MP4MediaDemuxSeeking final : public CSourceSeeking {
 public:
+    /// Seeks, and the starting and stopping of pins, take turns: each finds the threads as the one before left them.
+    /// Waits for its turn.
+    class Turn {
+    public:
+        explicit Turn(MP4MediaDemuxSeeking* seeking) : m_free(seeking->m_free) { m_free.Wait(); }
+        ~Turn() { m_free.Set(); }
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+
+    private:
+        CAMEvent& m_free;
+    };
+
     MP4MediaDemuxSeeking(MP4MediaDemuxFilter* filter, CCritSec* lock, HRESULT* phr);
 
     /// Of the movie, 100 ns.
     void SetDuration(REFERENCE_TIME duration) EXCLUDES(m_pLock);
 
 protected:
-    /// Stops all pins before it starts the first at the new position.
+    /// Stops all pins before it starts the first at the new position. When several threads seek at once, the last
+    /// position that was set is where all end up.
     HRESULT ChangeStart() override;
     /// Takes effect in the next segment.
     HRESULT ChangeStop() override;
@@ -25,7 +43,11 @@ protected:
     HRESULT ChangeRate() override { return S_OK; }
 
 private:
+    /// They live as long as the filter.
+    std::vector<MP4MediaDemuxOutputPin*> ConnectedPins();
+
     MP4MediaDemuxFilter* const m_demux;
+    CAMEvent m_free;  ///< the turn is nobody's
 };
 
 }  // namespace Norvane::MediaKit::Filters
