@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "Tools/mediakit/extract.h"
 #include "Tools/mediakit/record.h"
 
 namespace {
@@ -42,6 +43,7 @@ private:
 
 void AddVerbs(Verbs& verbs) {
     verbs.Add(AddRecordVerb, Record);
+    verbs.Add(AddExtractVerb, Extract);
 }
 
 }  // namespace
