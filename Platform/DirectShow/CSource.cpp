@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <iterator>
 
 CSource::CSource(const char* pName, IUnknown* pUnk, CLSID clsid, HRESULT* phr)
     : CBaseFilter(pName, pUnk, &m_cStateLock, clsid, phr) {}
@@ -30,7 +31,11 @@ HRESULT CSource::AddPin(CSourceStream* pStream) {
 
 HRESULT CSource::RemovePin(CSourceStream* pStream) {
     CAutoLock lock(&m_cStateLock);
-    return std::erase(m_paStreams, pStream) != 0 ? S_OK : S_FALSE;
+    // From the back: the last made is the one that goes first.
+    const auto found = std::find(m_paStreams.rbegin(), m_paStreams.rend(), pStream);
+    if (found == m_paStreams.rend()) return S_FALSE;
+    m_paStreams.erase(std::next(found).base());
+    return S_OK;
 }
 
 HRESULT CSource::FindPin(const wchar_t* Id, IPin** ppPin) {

@@ -7,7 +7,6 @@
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxInputPin.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxOutputPin.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxSeeking.h"
-#include "VideoIO/StreamFilters/Demultiplexer/MovieCheck.h"
 #include "VideoIO/StreamFilters/Demultiplexer/OleDate.h"
 
 #include <exception>
@@ -63,6 +62,7 @@ HRESULT MP4MediaDemuxFilter::SetReader(IAsyncReader* reader) {
 HRESULT MP4MediaDemuxFilter::Open(IAsyncReader* reader) {
     m_stream = std::make_shared<AsyncReaderByteStream>(reader);
     m_reader = reader;
+    m_facts = {};
     m_parser = details::MakeFileParser(m_stream, m_policy);
     m_parser->parse();
     return CheckMovie();
@@ -70,13 +70,12 @@ HRESULT MP4MediaDemuxFilter::Open(IAsyncReader* reader) {
 
 HRESULT MP4MediaDemuxFilter::CheckMovie() {
     details::ReadingBudget budget(m_stream->size());
-    details::MovieFacts facts;
     const auto createOutputPin = [&](const details::TrackBoxes& track, REFERENCE_TIME& duration)
                                      REQUIRES(m_connectionLock) { return CreateOutputPin(track, budget, duration); };
-    const HRESULT hr = details::mp4_check(*m_parser, m_policy, createOutputPin, facts);
+    const HRESULT hr = details::mp4_check(*m_parser, m_policy, createOutputPin, m_facts);
     if (FAILED(hr)) return hr;
-    Seeking()->SetDuration(facts.duration);
-    if (facts.streamingOrder) m_streamingOrder = *facts.streamingOrder;
+    Seeking()->SetDuration(m_facts.duration);
+    m_streamingOrder = m_facts.streamingOrder.value_or(m_streamingOrder);
     return S_OK;
 }
 
@@ -97,9 +96,9 @@ HRESULT MP4MediaDemuxFilter::GetCreationTime(double* date) {
     QZCheckCondition(date != nullptr, E_POINTER);
     CAutoLock lock(&m_connectionLock);
     QZCheckCondition(m_parser != nullptr, E_UNEXPECTED);
-    const auto moov = details::FindMovie(*m_parser);
+    const auto& moov = m_facts.moov;
+    const auto& mvhd = m_facts.mvhd;
     QZCheckCondition(moov != nullptr, E_FAIL);
-    const auto mvhd = m_parser->find_child<vio::mp4::movie_header_box>(*moov);
     QZCheckCondition(mvhd != nullptr, E_FAIL);
     *date = details::OleDateOfMovieTime(mvhd->creation_time);
     return S_OK;

@@ -8,6 +8,7 @@
 #include "Platform/DirectShow/IAsyncReader.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
 #include "VideoIO/StreamFilters/Demultiplexer/AsyncReaderByteStream.h"
+#include "VideoIO/StreamFilters/Demultiplexer/MovieCheck.h"
 #include "VideoIO/StreamFilters/Demultiplexer/ReadingBudget.h"
 #include "VideoIO/StreamFilters/Demultiplexer/ReadingPolicy.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackBoxes.h"
@@ -78,6 +79,7 @@ private:
     ComPtr<IAsyncReader> m_reader;
     std::shared_ptr<vio::mp4::mp4_parser> m_parser GUARDED_BY(m_connectionLock);
     std::shared_ptr<AsyncReaderByteStream> m_stream GUARDED_BY(m_connectionLock);
+    details::MovieFacts m_facts GUARDED_BY(m_connectionLock);
     bool m_streamingOrder GUARDED_BY(m_connectionLock) = false;
     CCritSec m_seekingLock{"MP4MediaDemuxFilter seeking", LockRank::FilterInner};
     std::unique_ptr<MP4MediaDemuxInputPin> m_inputPin;

@@ -58,22 +58,20 @@ private:
     const CreateOutputPinFunction& m_createOutputPin;
     MovieFacts& m_facts;
 
-    std::shared_ptr<movie_box> m_moov;
     std::shared_ptr<media_data_box> m_mdat;  ///< the first
-    std::shared_ptr<movie_header_box> m_mvhd;
     FragmentMap m_fragments;
 };
 
 HRESULT MovieCheck::Run() {
-    m_moov = FindMovie(m_parser);
-    if (m_moov == nullptr) {
+    m_facts.moov = BoxWalk::TopLevel(m_parser).Next<movie_box>();
+    if (m_facts.moov == nullptr) {
         QZReport(2, L"mp4_check: moov box not found.");
         return QZ_E_UNSUPPORTED_FORMAT;
     }
     FindMediaData();
     CheckFileType();
-    m_mvhd = Child<movie_header_box>(m_moov.get());
-    if (m_mvhd == nullptr) {
+    m_facts.mvhd = Child<movie_header_box>(m_facts.moov.get());
+    if (m_facts.mvhd == nullptr) {
         QZReport(1, L"mp4check: error: mvhd box not found.");
         return QZ_E_UNSUPPORTED_FORMAT;
     }
@@ -103,19 +101,19 @@ void MovieCheck::CheckFileType() {
     }
     if (m_mdat != nullptr && m_mdat->offset < ftyp->offset)
         QZReport(2, L"mp4check: ftyp box placed after mdat box (%I64d > %I64d).", Offset(*ftyp), Offset(*m_mdat));
-    if (m_moov->offset < ftyp->offset)
-        QZReport(2, L"mp4check: ftyp box placed after moov box (%I64d > %I64d).", Offset(*ftyp), Offset(*m_moov));
+    if (m_facts.moov->offset < ftyp->offset)
+        QZReport(2, L"mp4check: ftyp box placed after moov box (%I64d > %I64d).", Offset(*ftyp), Offset(*m_facts.moov));
 }
 
 void MovieCheck::FindFragments() {
-    const auto mvex = Child<movie_extends_box>(m_moov.get());
+    const auto mvex = Child<movie_extends_box>(m_facts.moov.get());
     if (mvex == nullptr) return;
     m_fragments.Gather(m_parser, *mvex, m_policy.useFragmentDecodeTimes);
     m_fragments.Report();
 }
 
 HRESULT MovieCheck::CheckTracks() {
-    BoxWalk walk(m_parser, *m_moov);
+    BoxWalk walk(m_parser, *m_facts.moov);
     while (const auto trak = walk.Next<track_box>()) {
         if (CheckTrack(*trak) == QZ_E_UNSUPPORTED_FORMAT) return QZ_E_UNSUPPORTED_FORMAT;
     }
@@ -170,7 +168,7 @@ std::shared_ptr<edit_list_box> MovieCheck::FindEdits(const track_box& trak) {
 }
 
 HRESULT MovieCheck::MakePin(TrackBoxes& track) {
-    track.mvhd = m_mvhd;
+    track.mvhd = m_facts.mvhd;
     track.trex = m_fragments.Defaults(track.tkhd->track_ID);
     track.fragments = &m_fragments.Take(track.tkhd->track_ID);
     REFERENCE_TIME duration = 0;
@@ -190,16 +188,14 @@ void MovieCheck::AddDuration(bool video, REFERENCE_TIME duration) {
 
 void MovieCheck::CheckOrder() {
     if (m_mdat == nullptr) return;
-    m_facts.streamingOrder = m_moov->offset < m_mdat->offset;
+    m_facts.streamingOrder = m_facts.moov->offset < m_mdat->offset;
     if (!*m_facts.streamingOrder)
         QZReport(2,
                  L"mp4check: warning: moov after mdat, the file is not optimized for streaming (%I64d > %I64d).",
-                 Offset(*m_moov), Offset(*m_mdat));
+                 Offset(*m_facts.moov), Offset(*m_mdat));
 }
 
 }  // namespace
-
-std::shared_ptr<movie_box> FindMovie(mp4_parser& parser) { return BoxWalk::TopLevel(parser).Next<movie_box>(); }
 
 HRESULT mp4_check(mp4_parser& parser, const ReadingPolicy& policy, const CreateOutputPinFunction& createOutputPin,
                   MovieFacts& facts) {

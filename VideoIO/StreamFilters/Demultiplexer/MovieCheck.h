@@ -12,21 +12,20 @@
 
 namespace Norvane::MediaKit::Filters::details {
 
-/// `moov`, or null.
-std::shared_ptr<vio::mp4::movie_box> FindMovie(vio::mp4::mp4_parser& parser);
-
 /// Makes a pin for a track. QZ_E_UNSUPPORTED_FORMAT refuses the file, another failure leaves the track out. The
 /// duration is that of the track, 100 ns.
 using CreateOutputPinFunction = std::function<HRESULT(const TrackBoxes& track, REFERENCE_TIME& duration)>;
 
 struct MovieFacts {
+    std::shared_ptr<vio::mp4::movie_box> moov;
+    std::shared_ptr<vio::mp4::movie_header_box> mvhd;
     REFERENCE_TIME duration = 0;         ///< 100 ns
     std::optional<bool> streamingOrder;  ///< `moov` stands before the first `mdat`; empty without one
 };
 
 /// Calls createOutputPin for each video and audio track whose boxes are there, in the order of the file.
 /// QZ_E_UNSUPPORTED_FORMAT for a file that cannot be played; a file without such a track is S_OK. Throws core::exception
-/// for boxes that cannot be read.
+/// for boxes that cannot be read. `facts` holds what was found until then.
 HRESULT mp4_check(vio::mp4::mp4_parser& parser, const ReadingPolicy& policy,
                   const CreateOutputPinFunction& createOutputPin, MovieFacts& facts);
 
