@@ -10,6 +10,9 @@
 
 namespace Norvane::MediaKit::Filters::details {
 
+/// The highest that a record can hold.
+inline constexpr std::uint64_t kHighestOffset = ~std::uint64_t{0} >> 1;
+
 /// One sample; times are in units of the media's timescale. 32 bytes, since a long recording has millions of them.
 struct SampleRecord {
     std::uint64_t offset : 63;  ///< in the file; what does not fit is the highest, where no file reaches

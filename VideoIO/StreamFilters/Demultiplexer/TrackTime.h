@@ -23,6 +23,18 @@ inline REFERENCE_TIME ToReferenceTime(std::int64_t ticks, std::uint32_t timescal
     return RoundToInteger(static_cast<double>(ticks) * kUnitsPerSecond / timescale);
 }
 
+__extension__ using Wide = __int128;
+
+/// The same in whole numbers, cut towards 0; the ends of the range for what lies outside.
+constexpr REFERENCE_TIME CutToReferenceTime(std::int64_t ticks, std::uint32_t timescale) {
+    constexpr std::int64_t units = 10'000'000;
+    constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
+    if (ticks <= highest / units && ticks >= -(highest / units)) return ticks * units / std::int64_t{timescale};
+    const Wide time = static_cast<Wide>(ticks) * units / timescale;
+    if (time > highest) return highest;
+    return time < -highest ? -highest - 1 : static_cast<REFERENCE_TIME>(time);
+}
+
 inline std::int64_t ToTicks(REFERENCE_TIME time, std::uint32_t timescale) {
     return RoundToInteger(static_cast<double>(timescale) * static_cast<double>(time) / kUnitsPerSecond);
 }
