@@ -8,8 +8,10 @@
 #include <utility>
 #include <vector>
 
+#include "Tools/mediakit/boxes.h"
 #include "Tools/mediakit/extract.h"
 #include "Tools/mediakit/record.h"
+#include "Tools/mediakit/samples.h"
 
 namespace {
 
@@ -43,7 +45,9 @@ private:
 
 void AddVerbs(Verbs& verbs) {
     verbs.Add(AddRecordVerb, Record);
+    verbs.Add(AddSamplesVerb, ListSamples);
     verbs.Add(AddExtractVerb, Extract);
+    verbs.Add(AddBoxesVerb, Boxes);
 }
 
 }  // namespace
