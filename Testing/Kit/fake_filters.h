@@ -126,6 +126,10 @@ struct received_sample {
     bool sync = false;
     bool discontinuity = false;
     bool preroll = false;
+    HRESULT media_time_result = S_OK;
+    LONGLONG media_start = 0;
+    LONGLONG media_stop = 0;
+    int segment = 0;  ///< NewSegment calls before it
 };
 
 /// Keeps copies of samples, and calls `on_receive` for the answer. The records may be read from any thread.
@@ -138,14 +142,27 @@ public:
         keep(sample);
         return on_receive(sample);
     }
+    HRESULT Active() override {
+        forget_end();
+        return fake_pin::Active();
+    }
+    HRESULT BeginFlush() override {
+        const HRESULT hr = fake_pin::BeginFlush();
+        forget_end();
+        return hr;
+    }
+    /// One that arrives during a flush belongs to what is being thrown away.
     HRESULT EndOfStream() override {
+        if (m_bFlushing) return S_FALSE;
         const std::lock_guard hold(m_records);
         ++m_ends;
+        m_segment_ended = true;
         return S_OK;
     }
     HRESULT NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override {
         const std::lock_guard hold(m_records);
         ++m_segments;
+        m_segment_ended = false;
         return CBaseInputPin::NewSegment(start, stop, rate);
     }
     HRESULT GetAllocator(IMemAllocator** allocator) override {
@@ -171,6 +188,26 @@ public:
         const std::lock_guard hold(m_records);
         return m_segments;
     }
+    /// The present segment: whether its end has come, where it starts, and what was received in it.
+    bool segment_ended() const {
+        const std::lock_guard hold(m_records);
+        return m_segment_ended;
+    }
+    std::pair<REFERENCE_TIME, REFERENCE_TIME> segment() const {
+        const std::lock_guard hold(m_records);
+        return {m_tStart, m_tStop};
+    }
+    std::vector<received_sample> segment_samples() const {
+        const std::lock_guard hold(m_records);
+        const auto first = std::find_if(m_samples.begin(), m_samples.end(),
+                                        [&](const received_sample& sample) { return sample.segment == m_segments; });
+        return {first, m_samples.end()};
+    }
+    /// For a test that lets much go by.
+    void forget_samples() {
+        const std::lock_guard hold(m_records);
+        m_samples.clear();
+    }
     IMemAllocator* allocator() const { return m_pAllocator; }
 
     std::function<HRESULT(IMediaSample*)> on_receive = [](IMediaSample*) { return S_OK; };
@@ -178,6 +215,10 @@ public:
     int notify_failures = 0;  ///< That many NotifyAllocator calls are refused.
 
 private:
+    void forget_end() {
+        const std::lock_guard hold(m_records);
+        m_segment_ended = false;
+    }
     void keep(IMediaSample* sample) {
         received_sample copy;
         BYTE* data = nullptr;
@@ -187,7 +228,9 @@ private:
         copy.sync = sample->IsSyncPoint() == S_OK;
         copy.discontinuity = sample->IsDiscontinuity() == S_OK;
         copy.preroll = sample->IsPreroll() == S_OK;
+        copy.media_time_result = sample->GetMediaTime(&copy.media_start, &copy.media_stop);
         const std::lock_guard hold(m_records);
+        copy.segment = m_segments;
         m_samples.push_back(std::move(copy));
     }
 
@@ -195,6 +238,7 @@ private:
     std::vector<received_sample> m_samples;
     int m_ends = 0;
     int m_segments = 0;
+    bool m_segment_ended = false;
 };
 
 /// Asks for `properties` and sends what the test tells it to.

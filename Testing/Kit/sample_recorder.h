@@ -3,6 +3,7 @@
 
 #include "Testing/Kit/fake_filters.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 
@@ -24,6 +25,29 @@ public:
         return hr;
     }
 
+    HRESULT BeginFlush() override {
+        const HRESULT hr = fake_input::BeginFlush();
+        notify();
+        return hr;
+    }
+
+    /// Set before samples come: each is held in Receive, as in a renderer that is paused, until the next flush or until
+    /// all are let go.
+    void hold_samples() {
+        on_receive = [this](IMediaSample*) {
+            notify();
+            wait(std::chrono::seconds(20), [this] { return m_bFlushing || m_let_go; });
+            return S_FALSE;
+        };
+    }
+    void let_go() {
+        m_let_go = true;
+        notify();
+    }
+
+    bool wait_for_segment_end(std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
+        return wait(timeout, [&] { return segment_ended(); });
+    }
     bool wait_for_samples(std::size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
         return wait(timeout, [&] { return samples_received() >= count; });
     }
@@ -46,6 +70,7 @@ private:
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
+    std::atomic<bool> m_let_go{false};
 };
 
 }  // namespace mediakit_test
