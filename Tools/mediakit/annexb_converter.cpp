@@ -13,7 +13,7 @@ constexpr std::uint8_t kStartCode[] = {0, 0, 0, 1};
 constexpr std::size_t kInPlace = sizeof kStartCode;  ///< a prefix as long as a start code
 
 // nal_unit_type of ISO/IEC 14496-10, table 7-1, and ISO/IEC 23008-2, table 7-1
-constexpr unsigned kAvcSets = 7, kAvcDelimiter = 9;     // SPS, PPS
+constexpr unsigned kAvcSets = 7, kAvcDelimiter = 9;      // SPS, PPS
 constexpr unsigned kHevcSets = 32, kHevcDelimiter = 35;  // VPS, SPS, PPS
 
 unsigned UnitType(std::uint8_t firstByte, bool hevc) {

@@ -130,9 +130,9 @@ private:
 std::unique_ptr<TrackWriter> MakeAnnexBWriter(const AM_MEDIA_TYPE& type, std::string* refusal) {
     AnnexBConverter converter;
     if (converter.Open(type))
-        return std::make_unique<AnnexBWriter>(
-            std::move(converter),
-            type.subtype == MEDIASUBTYPE_HVC1 ? "H.265 in Annex B form" : "H.264 in Annex B form");
+        return std::make_unique<AnnexBWriter>(std::move(converter), type.subtype == MEDIASUBTYPE_HVC1
+                                                                        ? "H.265 in Annex B form"
+                                                                        : "H.264 in Annex B form");
     *refusal = "its decoder configuration is missing or of no use";
     return nullptr;
 }
