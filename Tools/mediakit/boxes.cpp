@@ -1,0 +1,62 @@
+#include "Tools/mediakit/boxes.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+
+#include "Tools/mediakit/box_writers.h"
+#include "Tools/mediakit/file_byte_stream.h"
+#include "Tools/mediakit/messages.h"
+#include "Tools/mediakit/system_error.h"
+
+namespace mediakit_tool {
+
+namespace {
+
+const std::string kBoxesFooter =
+    "Each box is told with its offset and size in the file and its fields; what is wrong with a box\n"
+    "stands behind a \"!\". Text shows the first " +
+    std::to_string(kTextRows) + " rows of a table; JSON shows " + std::to_string(kJsonRows) +
+    " rows\nand " + std::to_string(kJsonBytes) +
+    " bytes of a row of bytes. Sample data is not read.\n"
+    "Exit status: 0 done, also when boxes are broken, 1 failed, 2 wrong usage.";
+
+int Fail(const std::string& text) {
+    Messages().Error(text);
+    return 1;
+}
+
+}  // namespace
+
+CLI::App* AddBoxesVerb(CLI::App& program, BoxesOptions& options) {
+    CLI::App* verb = program.add_subcommand("boxes", "Show the boxes of an MP4 file with their fields");
+    verb->footer(kBoxesFooter);
+    verb->add_option("FILE", options.file, "The file to read")->required()->type_name("");
+    verb->add_option("--depth", options.depth, "Levels of boxes to show")
+        ->check(CLI::Range(1, BoxWalk::kDeepest).description(""))
+        ->type_name("N");
+    verb->add_flag("--json", options.json, "Print the tree as one JSON object");
+    return verb;
+}
+
+int Boxes(const BoxesOptions& options) {
+    FileByteStream file;
+    const DWORD error = file.Open(options.file);
+    if (error != NO_ERROR) return Fail(options.file + ": cannot be opened: " + SystemErrorText(error));
+    const int levels = options.depth == 0 ? BoxWalk::kDeepest : options.depth;
+    std::uint64_t boxes = 0;
+    if (options.json) {
+        BoxJsonWriter writer(file, stdout);
+        writer.Begin(options.file, file.size());
+        BoxWalk(file, writer, levels).Run();
+        writer.End();
+        boxes = writer.Boxes();
+    } else {
+        BoxTextWriter writer(file, stdout);
+        BoxWalk(file, writer, levels).Run();
+        boxes = writer.Boxes();
+    }
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) return Fail("standard output cannot be written");
+    return boxes > 0 ? 0 : Fail(options.file + ": has no boxes" + (file.size() == 0 ? ": it is empty" : ""));
+}
+
+}  // namespace mediakit_tool
