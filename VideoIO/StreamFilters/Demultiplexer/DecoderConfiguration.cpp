@@ -28,7 +28,8 @@ std::unique_ptr<DescriptorBytes> FindDescriptors(vio::mp4::mp4_parser& parser, c
     }
     if (box == nullptr) return nullptr;
     const std::span<std::uint8_t> bytes(box->data);
-    return std::make_unique<DescriptorBytes>(bytes.first(std::min(bytes.size(), kMostDescriptorBytes)));
+    return std::make_unique<DescriptorBytes>(
+        DescriptorBytes{bytes.first(std::min(bytes.size(), kMostDescriptorBytes))});
 }
 
 std::shared_ptr<vio::es::ES_Descriptor> ReadDescriptors(std::span<std::uint8_t> bytes) {
