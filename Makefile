@@ -1,10 +1,11 @@
 # The short way in; CMakePresets.json holds the real build. Every target installs what is
 # missing from Debian's packages first (as root or with sudo; otherwise it prints the line to run).
 .DEFAULT_GOAL := build
-.PHONY: build demo test bench install lint sanitize clean deps deps-test deps-bench deps-lint
+.PHONY: build demo test bench install lint sanitize fuzz clean deps deps-test deps-bench deps-lint deps-fuzz
 
 PREFIX ?= /usr/local
 JOBS ?= $(shell nproc)
+FUZZ_SECONDS ?= 60
 
 build: deps
 	cmake --preset release
@@ -32,6 +33,12 @@ sanitize: deps-lint
 	cmake --preset tsan && cmake --build --preset tsan -j $(JOBS) && ctest --preset tsan -j $(JOBS)
 	cmake --preset tsa && cmake --build --preset tsa -j $(JOBS)
 
+# Each harness for FUZZ_SECONDS, one after the other.
+fuzz: deps-fuzz
+	cmake --preset fuzz
+	cmake --build --preset fuzz -j $(JOBS)
+	Fuzz/run.sh build/fuzz $(FUZZ_SECONDS)
+
 lint: deps-lint
 	cmake/lint.sh
 
@@ -46,3 +53,5 @@ deps-bench:
 	@cmake/install-deps.sh build test bench
 deps-lint:
 	@cmake/install-deps.sh build test lint
+deps-fuzz:
+	@cmake/install-deps.sh build test fuzz

@@ -9,6 +9,7 @@ for group in "$@"; do
     test)  packages="$packages libgtest-dev libgmock-dev ffmpeg pkg-config" ;;
     bench) packages="$packages libbenchmark-dev ffmpeg time" ;;
     lint)  packages="$packages clang clang-tidy libclang-rt-dev" ;;
+    fuzz)  packages="$packages clang libclang-rt-dev" ;;
     *) echo "install-deps.sh: unknown group '$group'" >&2; exit 2 ;;
   esac
 done
