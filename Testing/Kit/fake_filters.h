@@ -143,12 +143,12 @@ public:
         return on_receive(sample);
     }
     HRESULT Active() override {
-        forget_end();
+        leave_segment();
         return fake_pin::Active();
     }
     HRESULT BeginFlush() override {
         const HRESULT hr = fake_pin::BeginFlush();
-        forget_end();
+        leave_segment();
         return hr;
     }
     /// One that arrives during a flush belongs to what is being thrown away.
@@ -162,6 +162,7 @@ public:
     HRESULT NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override {
         const std::lock_guard hold(m_records);
         ++m_segments;
+        m_in_segment = true;
         m_segment_ended = false;
         return CBaseInputPin::NewSegment(start, stop, rate);
     }
@@ -199,6 +200,7 @@ public:
     }
     std::vector<received_sample> segment_samples() const {
         const std::lock_guard hold(m_records);
+        if (!m_in_segment) return {};
         const auto first = std::find_if(m_samples.begin(), m_samples.end(),
                                         [&](const received_sample& sample) { return sample.segment == m_segments; });
         return {first, m_samples.end()};
@@ -215,8 +217,9 @@ public:
     int notify_failures = 0;  ///< That many NotifyAllocator calls are refused.
 
 private:
-    void forget_end() {
+    void leave_segment() {
         const std::lock_guard hold(m_records);
+        m_in_segment = false;
         m_segment_ended = false;
     }
     void keep(IMediaSample* sample) {
@@ -238,6 +241,7 @@ private:
     std::vector<received_sample> m_samples;
     int m_ends = 0;
     int m_segments = 0;
+    bool m_in_segment = false;  ///< between NewSegment and a flush or start
     bool m_segment_ended = false;
 };
 

@@ -51,6 +51,9 @@ public:
     bool wait_for_samples(std::size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
         return wait(timeout, [&] { return samples_received() >= count; });
     }
+    bool wait_for_segment_samples(std::size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
+        return wait(timeout, [&] { return segment_samples().size() >= count; });
+    }
     bool wait_for_end(std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
         return wait(timeout, [&] { return ends() > 0; });
     }
