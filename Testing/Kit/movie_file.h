@@ -11,7 +11,7 @@
 namespace mediakit_test {
 
 struct movie_sample {
-    byte_vector bytes;
+    byte_vector bytes = {};
     std::uint32_t duration = 1;
     std::int32_t cts_offset = 0;
     bool sync = true;
@@ -28,7 +28,7 @@ struct movie_track {
     std::string handler = "vide";
     std::uint32_t timescale = 1000;
     box_builder entry = avc1_entry();
-    std::vector<movie_sample> samples;
+    std::vector<movie_sample> samples = {};
 
     std::uint32_t id = 0;               ///< 0: the place in the list, from 1
     std::size_t samples_per_chunk = 0;  ///< 0: all in one. Chunks of the tracks take turns
@@ -36,7 +36,7 @@ struct movie_track {
     bool large_offsets = false;         ///< co64
     bool with_stss = true;
     bool with_ctts = true;              ///< only when a sample has an offset
-    std::vector<edit> edits;
+    std::vector<edit> edits = {};
     std::array<std::uint32_t, 9> matrix = {0x10000, 0, 0, 0, 0x10000, 0, 0, 0, 0x40000000};
 };
 
@@ -60,16 +60,16 @@ struct built_movie {
 struct movie_file {
     static constexpr std::size_t no_track = static_cast<std::size_t>(-1);
 
-    std::vector<movie_track> tracks;
+    std::vector<movie_track> tracks = {};
     std::uint32_t timescale = 1000;
     bool moov_first = true;
     std::size_t mdats = 1;     ///< chunks are shared out evenly
     bool large_mdat = false;   ///< 64-bit size
-    fragment_layout fragments;
+    fragment_layout fragments = {};
 
     /// Sees every box but `mdat`, children before their parent, and gives what stands in its place: another box,
     /// several or none. It is called more than once for a box and must always give the same length.
-    std::function<box_builder(std::string_view type, std::size_t track, const box_builder& box)> replace;
+    std::function<box_builder(std::string_view type, std::size_t track, const box_builder& box)> replace = {};
 
     built_movie build() const;
     std::vector<std::uint8_t> bytes() const { return build().bytes; }

@@ -65,14 +65,13 @@ public:
             position += static_cast<std::uint64_t>(std::int64_t{static_cast<std::int32_t>(run.data_offset)});
 
         for (std::uint32_t i = 0; i < run.sample_count && m_tables.index_.size() < m_end; ++i) {
-            SampleRecord record{};
+            SampleRecord& record = m_tables.index_.emplace_back();
             record.offset = std::min(position, kHighestOffset);
             record.sync = ((i == 0 && ownFirst ? run.first_sample_flags : flags[i]) & kNotSync) == 0 ? 1 : 0;
             record.dts = m_dts;
             record.cts = WrappingAdd(m_dts, static_cast<std::int32_t>(offsets[i]));
             record.size = sizes[i];
             record.duration = durations[i];
-            m_tables.index_.push_back(record);
             m_dts = WrappingAdd(m_dts, record.duration);
             position += record.size;
             m_tables.total_bytes += record.size;

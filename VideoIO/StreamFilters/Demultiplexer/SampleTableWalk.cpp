@@ -3,6 +3,8 @@
 #include "VideoIO/StreamFilters/Container/sample_entries.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTime.h"
 
+#include <algorithm>
+#include <limits>
 #include <span>
 
 namespace Norvane::MediaKit::Filters::details {
@@ -175,22 +177,23 @@ void SampleTableWalk::AddChunk(std::uint64_t offset, std::uint32_t samples, std:
     const std::uint64_t records = m_grouped ? 1 : std::min<std::uint64_t>(samples, limit - first);
     std::uint64_t position = offset;
     std::uint64_t duration = 0;
+    std::uint32_t largest = 0;
     for (std::uint64_t number = first; number < first + records; ++number) {
-        SampleRecord record{};
+        SampleRecord& record = tables.index_.emplace_back();
         record.offset = std::min(position, kHighestOffset);
         record.sync = cursors.Sync(number + 1) ? 1 : 0;
         record.dts = cursors.dts;
         record.cts = WrappingAdd(cursors.dts, cursors.CtsOffset());
         record.size = m_grouped ? samples * m_groupedSampleBytes : cursors.Size(number);
         record.duration = cursors.Duration();
-        tables.index_.push_back(record);
         cursors.dts = WrappingAdd(cursors.dts, m_grouped ? samples : record.duration);
         position += record.size;
         duration += record.duration;
-        tables.max_sample_size = std::max(tables.max_sample_size, record.size);
+        largest = std::max(largest, record.size);
     }
     const auto bytes = static_cast<std::uint32_t>(position - offset);
     tables.chunks.push_back({offset, bytes, static_cast<std::uint32_t>(records)});
+    tables.max_sample_size = std::max(tables.max_sample_size, largest);
     tables.max_chunk_size = std::max(tables.max_chunk_size, bytes);
     tables.total_bytes += position - offset;
     tables.total_duration += duration;
