@@ -26,9 +26,11 @@ double Number(const nlohmann::json& text) {
 }  // namespace
 
 // Lines of framemd5: stream, dts, pts, duration, size, hash; "#tb 0: 1/25" in front.
-DecodedPictures Decode(const WorkFolder& folder, const std::string& file) {
+DecodedPictures Decode(const WorkFolder& folder, const std::string& file, const std::string& input,
+                       const std::string& stream) {
     std::istringstream lines(folder.Ffmpeg(
-        "-i " + file + " -map 0:v:0 -fps_mode passthrough -enc_time_base -1 -f framemd5 -", WarningsOf(file)));
+        input + " -i " + file + " -map " + stream + " -fps_mode passthrough -enc_time_base -1 -f framemd5 -",
+        WarningsOf(file)));
     DecodedPictures pictures;
     double base = 0;
     for (std::string line; std::getline(lines, line);) {

@@ -21,8 +21,10 @@ struct DecodedPictures {
     std::vector<std::string> hashes;
 };
 
-/// Of a recording ("....mp4") nothing may be warned of.
-DecodedPictures Decode(const WorkFolder& folder, const std::string& file);
+/// Of a recording ("....mp4") nothing may be warned of. `input` are options of the peer's, `stream` says which of the
+/// file's streams.
+DecodedPictures Decode(const WorkFolder& folder, const std::string& file, const std::string& input = "",
+                       const std::string& stream = "0:v:0");
 /// Hash of all decoded sound of a stream.
 std::string SoundHash(const WorkFolder& folder, const std::string& file, const std::string& stream);
 
