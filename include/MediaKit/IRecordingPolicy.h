@@ -5,7 +5,7 @@
 
 namespace Norvane::MediaKit::Filters {
 
-/// Offered by the input pins of a multiplexer. Both choices are off at first. They are set before the
+/// Offered by the input pins of a multiplexer. All choices are off at first. They are set before the
 /// pin's first sample and refused afterwards with VFW_E_WRONG_STATE. Any thread; the filter lock is
 /// taken.
 struct IRecordingPolicy : IUnknown {
@@ -15,6 +15,14 @@ struct IRecordingPolicy : IUnknown {
     /// Non-zero: every H.265 random access picture (unit types 16 to 21 of ITU-T H.265 table 7-1) is a
     /// sync sample, not only type 19.
     virtual HRESULT SetEveryRandomAccessPictureIsSync(BOOL sync) = 0;
+    /// The track counts its times in so many units a second; 0 takes them from the media type, for video one or a few
+    /// units a frame. A copy that has its source's timescale has its times as they were. A track still goes over to
+    /// 90000 when two of its pictures start within one unit.
+    virtual HRESULT SetTimescale(DWORD unitsPerSecond) = 0;
+    /// Non-zero: the start time of the track's first sample is kept, by its edit list: a later start by an empty edit,
+    /// an earlier one (decoder delay of audio) by an edit that begins behind it. Without it a track whose samples come
+    /// in presentation order begins at 0.
+    virtual HRESULT SetKeepStartTime(BOOL keep) = 0;
 
 protected:
     ~IRecordingPolicy() = default;

@@ -28,6 +28,9 @@ constexpr std::uint32_t MatrixW = 0x40000000;  // 2.30
 /// "und", three letters of 5 bits each (ISO/IEC 14496-12, 8.4.2).
 constexpr std::uint16_t UndeterminedLanguage = 0x55C4;
 
+/// Media time of an edit during which nothing is presented (ISO/IEC 14496-12, 8.6.6).
+constexpr std::int64_t EmptyEdit = -1;
+
 constexpr bool FitsTimeField(std::uint64_t value) { return value <= 0xFFFFFFFE; }
 
 /// Version 1 has the 64-bit fields.
@@ -74,22 +77,32 @@ void AddTrackHeader(mp4_writer& writer, box* trak, movie_header_box& mvhd, const
 }
 
 void AddEditList(mp4_writer& writer, box* trak, const movie_header_box& mvhd, MovieTrack& track,
-                 std::int64_t mediaTime) {
+                 const TrackEdit& edit) {
     const auto edts = writer.add_box<edit_box>(trak);
     const auto elst = writer.add_box<edit_list_box>(edts.get());
-    const auto duration = static_cast<std::uint64_t>(ToTicks(mvhd.timescale, track.endTime));
-    if (duration > 0xFFFFFFFF) elst->version = 1;
-    elst->entries.push_back({duration, mediaTime, 1, 0});
+    const auto end = static_cast<std::uint64_t>(ToTicks(mvhd.timescale, track.endTime));
+    const std::int64_t start = ToTicks(mvhd.timescale, edit.start);
+    const auto delay = std::min(end, static_cast<std::uint64_t>(std::max<std::int64_t>(start, 0)));
+    if (delay > 0) elst->entries.push_back({delay, EmptyEdit, 1, 0});
+    elst->entries.push_back({end - delay, edit.mediaTime, 1, 0});
+    if (end > 0xFFFFFFFF || edit.mediaTime > 0x7FFFFFFF) elst->version = 1;
     track.elst = elst;
 }
 
-void AddMediaHeader(mp4_writer& writer, box* mdia, const movie_header_box& mvhd, MovieTrack& track) {
+void AddMediaHeader(mp4_writer& writer, box* mdia, const movie_header_box& mvhd, MovieTrack& track,
+                    REFERENCE_TIME start) {
     const auto mdhd = writer.add_box<media_header_box>(mdia);
     mdhd->timescale = track.timescale;
     mdhd->language = UndeterminedLanguage;
     SetTimes(*mdhd, mvhd.creation_time, mvhd.modification_time,
-             static_cast<std::uint64_t>(ToTicks(track.timescale, track.endTime)));
+             static_cast<std::uint64_t>(ToTicks(track.timescale, SubtractTimes(track.endTime, start))));
     track.mdhd = mdhd;
+}
+
+std::uint64_t DurationOf(const edit_list_box& elst) {
+    std::uint64_t duration = 0;
+    for (const auto& entry : elst.entries) duration += entry.segment_duration;
+    return duration;
 }
 
 /// The media stands in the same file.
@@ -132,13 +145,13 @@ std::shared_ptr<movie_header_box> AddMovieHeader(mp4_writer& writer, box* moov, 
 }
 
 std::shared_ptr<sample_table_box> AddTrack(mp4_writer& writer, box* moov, movie_header_box& mvhd,
-                                           const MovieTrackRef& ref, std::int64_t mediaTime) {
+                                           const MovieTrackRef& ref, const TrackEdit& edit) {
     const bool video = IsVideo(*ref.mediaType);
     const auto trak = writer.add_box<track_box>(moov);
     AddTrackHeader(writer, trak.get(), mvhd, ref);
-    AddEditList(writer, trak.get(), mvhd, *ref.track, mediaTime);
+    AddEditList(writer, trak.get(), mvhd, *ref.track, edit);
     const auto mdia = writer.add_box<media_box>(trak.get());
-    AddMediaHeader(writer, mdia.get(), mvhd, *ref.track);
+    AddMediaHeader(writer, mdia.get(), mvhd, *ref.track, edit.start);
     writer.add_box<handler_box>(mdia.get())->handler_type = video ? fourcc("vide") : fourcc("soun");
     const auto minf = writer.add_box<media_information_box>(mdia.get());
     if (video)
@@ -169,7 +182,8 @@ void UpdateDurations(movie_header_box& mvhd, std::span<const MovieTrackRef> trac
         // duration x movie timescale / track timescale, split so that the product stays within 64 bits.
         const std::uint64_t whole = mdhd->duration / mdhd->timescale;
         const std::uint64_t rest = mdhd->duration % mdhd->timescale;
-        const std::uint64_t duration = whole * mvhd.timescale + rest * mvhd.timescale / mdhd->timescale;
+        const std::uint64_t scaled = whole * mvhd.timescale + rest * mvhd.timescale / mdhd->timescale;
+        const std::uint64_t duration = ref.track->keepStart ? DurationOf(*ref.track->elst) : scaled;
         auto& tkhd = *ref.track->tkhd;
         SetTimes(tkhd, tkhd.creation_time, tkhd.modification_time, duration);
         SetTimes(mvhd, mvhd.creation_time, mvhd.modification_time, std::max(mvhd.duration, duration));

@@ -30,11 +30,17 @@ std::shared_ptr<vio::mp4::file_type_box> AddFileType(vio::mp4::mp4_writer& write
 std::shared_ptr<vio::mp4::movie_header_box> AddMovieHeader(vio::mp4::mp4_writer& writer, vio::mp4::box* moov,
                                                            std::uint32_t timescale, std::uint64_t now);
 
+/// Where a track's media stand in the movie.
+struct TrackEdit {
+    REFERENCE_TIME start = 0;    ///< of the first presentation, when the track keeps it; behind 0 an empty edit
+    std::int64_t mediaTime = 0;  ///< ticks of the track: what is presented first
+};
+
 /// `trak` down to `stsd` with its entry; the answer is `stbl`, for the tables. `tkhd`, `mdhd` and `elst` are
-/// kept in the track. `mediaTime` (ticks of the track) is where the presentation begins.
+/// kept in the track.
 std::shared_ptr<vio::mp4::sample_table_box> AddTrack(vio::mp4::mp4_writer& writer, vio::mp4::box* moov,
                                                      vio::mp4::movie_header_box& mvhd, const MovieTrackRef& ref,
-                                                     std::int64_t mediaTime);
+                                                     const TrackEdit& edit);
 
 /// `udta` with one text a metadata item; nothing without items.
 void AddUserData(vio::mp4::mp4_writer& writer, vio::mp4::box* moov, std::span<const MovieMetadataItem> items);

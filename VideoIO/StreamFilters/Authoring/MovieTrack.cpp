@@ -67,6 +67,7 @@ HRESULT MovieTrack::SetupFromMediaType(const CMediaType& type, IMediaSample* fir
     } else {
         return S_OK;
     }
+    if (wantedTimescale != 0 && !forceTimescale90000) streamRate = {wantedTimescale, 1};
     rate = streamRate;
     timescale = static_cast<std::uint32_t>(rate.m_numerator);
     return handler ? S_OK : CreateHandler(type, firstSample);

@@ -68,6 +68,9 @@ struct MovieTrack {
     std::unique_ptr<details::byte_stream_handler> handler;
     details::HandlerOptions handlerOptions;
     std::uint32_t orientation = 4;  ///< quarter turns clockwise; 4: none
+    // A host's choices, see IRecordingPolicy.
+    std::uint32_t wantedTimescale = 0;  ///< 0: the media type's
+    bool keepStart = false;
 
     /// Empties what belongs to one recording, before its first sample comes.
     void BeginRecording();

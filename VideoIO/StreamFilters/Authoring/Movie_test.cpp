@@ -129,6 +129,48 @@ TEST(Movie, ReorderingFromAStartAboveZeroCountsFromTheFirstPicture) {
     EXPECT_EQ(timeline.CompositionTime(1), 12);
 }
 
+/// Presentation times as a reader works them out from the tables and the edits, in ticks of both timescales (50).
+std::vector<std::int64_t> PresentedAt(const MovieTrack& track, const TrackTimeline& timeline) {
+    std::int64_t delay = 0;
+    std::vector<std::int64_t> times;
+    for (const auto& edit : track.elst->entries) {
+        if (edit.media_time == -1) delay += static_cast<std::int64_t>(edit.segment_duration);
+        if (edit.media_time == -1) continue;
+        for (std::size_t i = 0; i < timeline.size(); ++i) {
+            const std::int64_t composed = timeline.CompositionTime(i) - timeline.DecodeTime(0);
+            times.push_back(composed - edit.media_time + delay);
+        }
+    }
+    return times;
+}
+
+TEST(Movie, KeepsTheStartOfATrackThatIsToKeepIt) {
+    constexpr REFERENCE_TIME Tick = 200000;
+    struct Case {
+        bool video;
+        std::vector<std::int64_t> starts;
+        std::size_t edits;
+        std::uint64_t mediaDuration, trackDuration;
+    };
+    for (const Case& test : {Case{false, {-2, 0, 2}, 1, 6, 4}, Case{false, {10, 12}, 2, 4, 14},
+                             Case{true, {-4, 2, -2, 0}, 1, 8, 4}, Case{true, {6, 10, 8, 12}, 2, 8, 14},
+                             Case{true, {0, 4, 2, 6}, 1, 8, 8}}) {
+        Recording recording({test.video ? VideoType(2 * Tick) : AudioType(50)});
+        MovieTrack& track = recording[0].Track();
+        track.timescale = 50;
+        track.rate = {50, 1};
+        track.keepStart = true;
+        for (const std::int64_t start : test.starts) recording.Receive(0, start * Tick, 2 * Tick, {1}, true);
+        recording.Finish();
+        const TrackTimeline timeline(track);
+        EXPECT_EQ(PresentedAt(track, timeline), test.starts);
+        EXPECT_EQ(timeline.DecodeTime(0), 0);
+        EXPECT_EQ(track.elst->entries.size(), test.edits);
+        EXPECT_EQ(track.mdhd->duration, test.mediaDuration);
+        EXPECT_EQ(track.tkhd->duration, test.trackDuration);
+    }
+}
+
 TEST(Movie, OneSampleHasNoDurationTable) {
     Recording recording = Video();
     recording.Receive(0, 0, Frame, {9}, false);

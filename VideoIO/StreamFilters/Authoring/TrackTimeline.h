@@ -9,7 +9,8 @@ namespace Norvane::MediaKit::Filters {
 
 /// Times in ticks of the track's timescale. Without reordering both are the start time; with it, decode
 /// times are the start times in ascending order, from the first of them on. A composition time that would lie
-/// before its decode time moves all of them up by the greatest such distance.
+/// before its decode time moves all of them up by the greatest such distance. A track that keeps its start counts from
+/// its first presentation on, whatever the order.
 class TrackTimeline {
 public:
     /// Of a finished recording. Sorts the track's presentation order and sets its time base when it is not set yet.
@@ -22,13 +23,20 @@ public:
     std::int64_t CompositionTime(std::size_t sample) const { return SubtractTimes(StartTick(sample), m_minimalOffset); }
     /// Least composition minus decode time before the shift; 0 when that is not negative.
     std::int64_t MinimalOffset() const { return m_minimalOffset; }
+    /// Time at which the track is to start, by its edit list; 0 for a track that does not keep it.
+    REFERENCE_TIME Start() const { return m_start; }
+    /// Media time of what is presented first, or at 0 when the start lies before that.
+    std::int64_t FirstMediaTime() const;
 
 private:
     std::int64_t StartTick(std::size_t sample) const {
-        return ToTicks(m_track.timescale, m_track.samples[sample].start);
+        const std::int64_t tick = ToTicks(m_track.timescale, m_track.samples[sample].start);
+        return SubtractTimes(tick, m_startTick);
     }
 
     const MovieTrack& m_track;
+    REFERENCE_TIME m_start = 0;
+    std::int64_t m_startTick = 0;
     std::int64_t m_minimalOffset = 0;
 };
 

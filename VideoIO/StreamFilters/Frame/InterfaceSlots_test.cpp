@@ -1,7 +1,12 @@
+#include "MediaKit/IMP4MediaDemuxFilter.h"
 #include "MediaKit/IMPEG4Mux.h"
 #include "MediaKit/IOverrideMediaType.h"
 #include "MediaKit/IPerformanceInfoProvider.h"
+#include "MediaKit/IReadingPolicy.h"
 #include "MediaKit/IRecordingPolicy.h"
+#include "MediaKit/IStreamRate.h"
+#include "MediaKit/ITrackInformation.h"
+#include "MediaKit/IVideoOrientation.h"
 #include "Testing/Kit/interface_slots.h"
 
 namespace Norvane::MediaKit::Filters {
@@ -24,7 +29,22 @@ TEST(InterfaceSlots, OfTheMultiplexersAreWhereTheyArePublished) {
                                                &IOverrideMediaType::SetInterlaceFlags, &IOverrideMediaType::SetRate,
                                                &IOverrideMediaType::SetOrientation);
     expect_slots<IRecordingPolicy, IUnknown>("IRecordingPolicy", 3, &IRecordingPolicy::SetKeepEveryUnit,
-                                             &IRecordingPolicy::SetEveryRandomAccessPictureIsSync);
+                                             &IRecordingPolicy::SetEveryRandomAccessPictureIsSync,
+                                             &IRecordingPolicy::SetTimescale, &IRecordingPolicy::SetKeepStartTime);
+}
+
+TEST(InterfaceSlots, OfTheDemultiplexerAreWhereTheyArePublished) {
+    expect_slots<IMP4MediaDemuxFilter, IUnknown>(
+        "IMP4MediaDemuxFilter", 3, &IMP4MediaDemuxFilter::GetCreationTime, &IMP4MediaDemuxFilter::Reserved1,
+        &IMP4MediaDemuxFilter::IsStreamingOptimized, &IMP4MediaDemuxFilter::GetNearestSyncPoint);
+    expect_slots<IReadingPolicy, IUnknown>(
+        "IReadingPolicy", 3, &IReadingPolicy::SetReadAvc3AsAvc1, &IReadingPolicy::SetKnowSegmentBoxes,
+        &IReadingPolicy::SetEverySampleIsSyncWithoutTable, &IReadingPolicy::SetUseFragmentDecodeTimes,
+        &IReadingPolicy::SetSizePcmByEntry);
+    expect_slots<qz_DSFilters::IStreamRate, IUnknown>("IStreamRate", 3, &qz_DSFilters::IStreamRate::GetRate);
+    expect_slots<qz_DSFilters::IVideoOrientation, IUnknown>("IVideoOrientation", 3,
+                                                            &qz_DSFilters::IVideoOrientation::GetOrientation);
+    expect_slots<ITrackInformation, IUnknown>("ITrackInformation", 3, &ITrackInformation::GetTrackInformation);
 }
 
 }  // namespace Norvane::MediaKit::Filters

@@ -152,17 +152,24 @@ HRESULT MP4MediaMuxInputPin::SetOrientation(DWORD orientation) {
 }
 
 HRESULT MP4MediaMuxInputPin::SetKeepEveryUnit(BOOL keep) {
-    return SetPolicy(&details::HandlerOptions::keepEveryH265Unit, keep);
+    return SetPolicy(m_track.handlerOptions.keepEveryH265Unit, keep != FALSE);
 }
 
 HRESULT MP4MediaMuxInputPin::SetEveryRandomAccessPictureIsSync(BOOL sync) {
-    return SetPolicy(&details::HandlerOptions::everyRandomAccessPictureIsSync, sync);
+    return SetPolicy(m_track.handlerOptions.everyRandomAccessPictureIsSync, sync != FALSE);
 }
 
-HRESULT MP4MediaMuxInputPin::SetPolicy(bool details::HandlerOptions::*option, BOOL value) {
+HRESULT MP4MediaMuxInputPin::SetTimescale(DWORD unitsPerSecond) {
+    return SetPolicy(m_track.wantedTimescale, unitsPerSecond);
+}
+
+HRESULT MP4MediaMuxInputPin::SetKeepStartTime(BOOL keep) { return SetPolicy(m_track.keepStart, keep != FALSE); }
+
+template <class Field, class Value>
+HRESULT MP4MediaMuxInputPin::SetPolicy(Field& field, Value value) {
     const CAutoLock lock(m_pLock);
     if (m_track.handler) return VFW_E_WRONG_STATE;
-    m_track.handlerOptions.*option = value != FALSE;
+    field = value;
     return S_OK;
 }
 

@@ -78,10 +78,13 @@ public:
     // IRecordingPolicy
     HRESULT SetKeepEveryUnit(BOOL keep) override;
     HRESULT SetEveryRandomAccessPictureIsSync(BOOL sync) override;
+    HRESULT SetTimescale(DWORD unitsPerSecond) override;
+    HRESULT SetKeepStartTime(BOOL keep) override;
 
 private:
     HRESULT ApplyTypeOf(IMediaSample& sample);
-    HRESULT SetPolicy(bool details::HandlerOptions::*option, BOOL value);
+    template <class Field, class Value>
+    HRESULT SetPolicy(Field& field, Value value);
 
     // Constant after construction
     MuxFilter& m_mux;

@@ -152,11 +152,16 @@ TEST_F(MuxPins, PoliciesAreForTheTimeBeforeTheFirstSample) {
     EXPECT_EQ(policy->SetEveryRandomAccessPictureIsSync(TRUE), S_OK);
     EXPECT_TRUE(Input(0).Track().handlerOptions.keepEveryH265Unit);
     EXPECT_TRUE(Input(0).Track().handlerOptions.everyRandomAccessPictureIsSync);
+    EXPECT_EQ(policy->SetTimescale(12800), S_OK);
+    EXPECT_EQ(policy->SetKeepStartTime(TRUE), S_OK);
+    EXPECT_TRUE(Input(0).Track().keepStart);
     EXPECT_EQ(policy->SetKeepEveryUnit(FALSE), S_OK);
     EXPECT_FALSE(Input(0).Track().handlerOptions.keepEveryH265Unit);
     Play();
     ASSERT_EQ(Send(0, 0), S_OK);
+    EXPECT_EQ(Input(0).Track().timescale, 12800u);
     EXPECT_EQ(policy->SetKeepEveryUnit(TRUE), VFW_E_WRONG_STATE);
+    EXPECT_EQ(policy->SetTimescale(0), VFW_E_WRONG_STATE);
     EXPECT_FALSE(Input(0).Track().handlerOptions.keepEveryH265Unit);
 }
 
