@@ -48,11 +48,11 @@ MP4MediaDemuxSeeking* MP4MediaDemuxFilter::Seeking() {
     return m_seeking.get();
 }
 
-HRESULT MP4MediaDemuxFilter::SetReader(IAsyncReader* reader) {
-    QZCheckCondition(reader != nullptr, E_UNEXPECTED);
+HRESULT MP4MediaDemuxFilter::SetReader(IAsyncReader* pReader) {
+    QZCheckCondition(pReader != nullptr, E_UNEXPECTED);
     CAutoLock lock(&m_connectionLock);
     try {
-        return Open(reader);
+        return Open(pReader);
     } catch (const std::exception& error) {
         QZReport(1, L"Unsupported format, failed to set reader: %S", error.what());
         return QZ_E_UNSUPPORTED_FORMAT;

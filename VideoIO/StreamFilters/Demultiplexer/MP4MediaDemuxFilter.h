@@ -40,7 +40,7 @@ public:
 
     /// Opens the file behind the reader. E_UNEXPECTED without one, QZ_E_UNSUPPORTED_FORMAT for a file that cannot be
     /// played. Output pins of an earlier file stay.
-    HRESULT SetReader(IAsyncReader* reader) EXCLUDES(m_seekingLock);
+    HRESULT SetReader(IAsyncReader* pReader) EXCLUDES(m_seekingLock);
 
     /// The one that all output pins share, made at the first call.
     MP4MediaDemuxSeeking* Seeking() EXCLUDES(m_seekingLock);

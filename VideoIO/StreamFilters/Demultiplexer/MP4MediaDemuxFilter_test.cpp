@@ -1,0 +1,322 @@
+#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxFilter.h"
+
+#include "MediaKit/ITrackInformation.h"
+#include "MediaKit/Results.h"
+#include "Platform/DirectShow/IEnumPins.h"
+#include "Testing/Kit/log_capture.h"
+#include "Testing/Kit/movie_tracks.h"
+#include "Testing/Kit/playback.h"
+#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxOutputPin.h"
+#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxSeeking.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <future>
+#include <stdexcept>
+
+namespace Norvane::MediaKit::Filters {
+namespace {
+
+using mediakit_test::aac_track;
+using mediakit_test::box_builder;
+using mediakit_test::fake;
+using mediakit_test::h264_track;
+using mediakit_test::log_capture;
+using mediakit_test::memory_async_reader;
+using mediakit_test::movie_file;
+using mediakit_test::movie_track;
+using mediakit_test::reader_output;
+using testing::ElementsAre;
+
+using Bytes = std::vector<BYTE>;
+
+movie_file VideoAndAudio() {
+    movie_file movie;
+    movie.tracks = {h264_track(5), aac_track(10)};
+    return movie;
+}
+
+movie_track TextTrack() {
+    movie_track track = aac_track(1);
+    track.handler = "text";
+    return track;
+}
+
+movie_track UnknownTrack() {
+    movie_track track = aac_track(1);
+    track.entry = mediakit_test::audio_entry("zzzz", 2, 16, 48000);
+    return track;
+}
+
+/// Calls back before each read.
+class ProbingReader final : public CUnknown, public IAsyncReader {
+public:
+    ProbingReader(const Bytes& bytes, std::function<void()> probe)
+        : m_reader(new memory_async_reader(bytes)), m_probe(std::move(probe)) {}
+
+    DECLARE_IUNKNOWN
+    HRESULT NonDelegatingQueryInterface(REFIID riid, void** ppv) override {
+        if (riid == IID_IAsyncReader) return GetInterface<IAsyncReader>(this, ppv);
+        return CUnknown::NonDelegatingQueryInterface(riid, ppv);
+    }
+    HRESULT RequestAllocator(IMemAllocator*, ALLOCATOR_PROPERTIES*, IMemAllocator**) override { return E_NOTIMPL; }
+    HRESULT Request(IMediaSample*, DWORD_PTR) override { return E_NOTIMPL; }
+    HRESULT WaitForNext(DWORD, IMediaSample**, DWORD_PTR*) override { return E_NOTIMPL; }
+    HRESULT SyncReadAligned(IMediaSample*) override { return E_NOTIMPL; }
+    HRESULT SyncRead(LONGLONG position, LONG length, BYTE* buffer) override {
+        m_probe();
+        return m_reader->SyncRead(position, length, buffer);
+    }
+    HRESULT Length(LONGLONG* total, LONGLONG* available) override { return m_reader->Length(total, available); }
+    HRESULT BeginFlush() override { return S_OK; }
+    HRESULT EndFlush() override { return S_OK; }
+
+private:
+    const ComPtr<IAsyncReader> m_reader;
+    const std::function<void()> m_probe;
+};
+
+ULONG CountOf(IUnknown* object) {
+    object->AddRef();
+    return object->Release();
+}
+
+class MP4MediaDemuxFilterTest : public testing::Test {
+protected:
+    ~MP4MediaDemuxFilterTest() override { Disconnect(); }
+
+    ComPtr<IPin> Input() { return mediakit_test::pins_of(&Demux(), PINDIR_INPUT).at(0); }
+    HRESULT Connect(ComPtr<IAsyncReader> reader) {
+        m_source->reader = std::move(reader);
+        return m_source->Connect(Input().get(), nullptr);
+    }
+    HRESULT Open(const Bytes& bytes) { return Connect(new memory_async_reader(bytes)); }
+    void Disconnect() {
+        Input()->Disconnect();
+        m_source->Disconnect();
+        m_source->reader.reset();
+    }
+    MP4MediaDemuxFilter& Demux() { return *m_demux; }
+    std::vector<std::wstring> PinNames() {
+        std::vector<std::wstring> names;
+        for (int i = 0; i < Demux().GetPinCount(); ++i) names.push_back(Demux().GetPin(i)->Name());
+        return names;
+    }
+    LONGLONG SampleCount(int pin) {
+        TrackInformation information;
+        Demux().OutputPin(pin)->GetTrackInformation(&information);
+        return static_cast<LONGLONG>(information.sampleCount);
+    }
+
+    MP4MediaDemuxFilter* const m_demux = new MP4MediaDemuxFilter;
+    const ComPtr<IBaseFilter> m_hold{m_demux};
+    fake<reader_output> m_source{L"reader"};
+};
+
+TEST_F(MP4MediaDemuxFilterTest, OnePinForEachPlayableTrackInFrontOfTheInput) {
+    EXPECT_THAT(PinNames(), ElementsAre(L"Input"));
+    EXPECT_FALSE(Demux().IsStreamingOptimized());
+    ComPtr<IEnumPins> early;
+    Demux().EnumPins(early.put());
+
+    movie_file movie = VideoAndAudio();
+    movie.tracks.insert(movie.tracks.begin(), TextTrack());
+    movie.tracks.insert(movie.tracks.begin() + 2, UnknownTrack());
+    ASSERT_EQ(Open(movie.bytes()), S_OK);
+    EXPECT_THAT(PinNames(), ElementsAre(L"Output_0", L"Output_1", L"Input"));
+    EXPECT_EQ(Demux().GetPin(3), nullptr);
+    EXPECT_EQ(Demux().GetPin(-1), nullptr);
+    EXPECT_TRUE(Demux().OutputPin(0)->IsVideo());
+    EXPECT_TRUE(Demux().OutputPin(1)->IsAudio());
+    EXPECT_TRUE(Demux().IsStreamingOptimized());
+    ComPtr<IPin> pin;
+    EXPECT_EQ(early->Next(1, pin.put(), nullptr), VFW_E_ENUM_OUT_OF_SYNC);
+    for (const wchar_t* const id : {L"Output_1", L"2"}) {
+        EXPECT_EQ(Demux().FindPin(id, pin.put()), S_OK);
+        EXPECT_EQ(pin.get(), static_cast<IPin*>(Demux().OutputPin(1)));
+    }
+    LONGLONG duration = 0;
+    Demux().Seeking()->GetDuration(&duration);
+    EXPECT_EQ(duration, 2'000'000);  // five pictures, 25 a second
+}
+
+TEST_F(MP4MediaDemuxFilterTest, WhatCannotBeOpened) {
+    movie_file refused = VideoAndAudio();
+    refused.tracks[1] = h264_track(2);
+    refused.tracks[1].entry = mediakit_test::visual_entry("av01", 16, 16);
+    Bytes broken = VideoAndAudio().bytes();
+    broken.resize(200);
+    const struct {
+        const char* what;
+        ComPtr<IAsyncReader> reader;
+        HRESULT hr;
+        const wchar_t* message;
+    } kCases[] = {
+        {"no reader", nullptr, E_UNEXPECTED, L"pReader != nullptr"},
+        {"empty", new memory_async_reader({}), QZ_E_UNSUPPORTED_FORMAT, L""},
+        {"broken", new memory_async_reader(broken), QZ_E_UNSUPPORTED_FORMAT,
+         L"Unsupported format, failed to set reader: Attempting to read past current chunk "},
+        {"throws", new ProbingReader(broken, [] { throw std::runtime_error("no disk"); }), QZ_E_UNSUPPORTED_FORMAT,
+         L"Unsupported format, failed to set reader: no disk"},
+        {"a track that refuses the file", new memory_async_reader(refused.bytes()), QZ_E_UNSUPPORTED_FORMAT, L""},
+    };
+    for (const auto& file : kCases) {
+        const log_capture log;
+        EXPECT_EQ(Connect(file.reader), file.hr) << file.what;
+        EXPECT_TRUE(*file.message == L'\0' || log.count(1, file.message) == 1) << file.what;
+        EXPECT_FALSE(Demux().GetPin(Demux().OutputPinCount())->IsConnected());
+    }
+    double date = 0;
+    EXPECT_EQ(Demux().GetCreationTime(&date), S_OK) << "the boxes of what was opened last are there";
+    const int before = Demux().OutputPinCount();
+    EXPECT_EQ(Open(VideoAndAudio().bytes()), S_OK);
+    EXPECT_EQ(Demux().OutputPinCount(), before + 2);
+}
+
+TEST_F(MP4MediaDemuxFilterTest, NothingToPlayIsNoFailure) {
+    movie_file movie;
+    movie.tracks = {TextTrack(), UnknownTrack()};
+    EXPECT_EQ(Open(movie.bytes()), S_OK);
+    EXPECT_THAT(PinNames(), ElementsAre(L"Input"));
+}
+
+TEST_F(MP4MediaDemuxFilterTest, CreationTime) {
+    double date = 0;
+    EXPECT_EQ(Demux().GetCreationTime(&date), E_UNEXPECTED);
+    Open({});
+    EXPECT_EQ(Demux().GetCreationTime(&date), E_FAIL);
+    movie_file movie = VideoAndAudio();
+    movie.replace = mediakit_test::without_box("mvhd");
+    Open(movie.bytes());
+    EXPECT_EQ(Demux().GetCreationTime(&date), E_FAIL);
+    movie.replace = [](std::string_view type, std::size_t, const box_builder& box) {
+        if (type != "mvhd") return box;
+        return make_full_box("mvhd", 0, 0, box_builder().u32(3'786'955'200).u32(0).u32(1000).zeros(84));
+    };
+    Open(movie.bytes());
+    EXPECT_EQ(Demux().GetCreationTime(&date), S_OK);
+    EXPECT_EQ(date, 45292.5);  // 2024-01-01, noon
+}
+
+TEST_F(MP4MediaDemuxFilterTest, ASecondConnectionKeepsThePinsOfTheFirst) {
+    const ComPtr<IAsyncReader> first(new memory_async_reader(VideoAndAudio().bytes()));
+    ASSERT_EQ(Connect(first), S_OK);
+    Disconnect();
+    EXPECT_EQ(Demux().Reader(), first.get());
+    EXPECT_TRUE(Demux().IsStreamingOptimized());
+
+    movie_file other;
+    other.tracks = {aac_track(3)};
+    other.moov_first = false;
+    const ComPtr<IAsyncReader> second(new memory_async_reader(other.bytes()));
+    ASSERT_EQ(Connect(second), S_OK);
+    EXPECT_EQ(Demux().Reader(), second.get());
+    EXPECT_EQ(CountOf(first.get()), 1u) << "nothing holds on to the first";
+    EXPECT_THAT(PinNames(), ElementsAre(L"Output_0", L"Output_1", L"Output_2", L"Input"));
+    EXPECT_EQ(SampleCount(0), 5);
+    EXPECT_EQ(SampleCount(2), 3);
+    EXPECT_FALSE(Demux().IsStreamingOptimized());
+    Disconnect();
+
+    // Without media data the order is as it was.
+    ASSERT_EQ(Open(VideoAndAudio().bytes()), S_OK);
+    Disconnect();
+    other.fragments.samples = 10;
+    other.replace = mediakit_test::without_box("moof");
+    Bytes bytes = other.bytes();
+    const std::string_view media = "mdat";
+    bytes.resize(static_cast<std::size_t>(std::search(bytes.begin(), bytes.end(), media.begin(), media.end()) -
+                                          bytes.begin() - 4));
+    ASSERT_EQ(Open(bytes), S_OK);
+    EXPECT_TRUE(Demux().IsStreamingOptimized());
+}
+
+TEST_F(MP4MediaDemuxFilterTest, ChoicesAreMadeWhileTheInputIsFree) {
+    const auto policy = m_hold.query<IReadingPolicy>();
+    ASSERT_TRUE(policy);
+    movie_file movie = VideoAndAudio();
+    movie.fragments.samples = 5;
+    movie.replace = [](std::string_view type, std::size_t, const box_builder& box) {
+        return type == "moof" ? box_builder().add(mediakit_test::make_box("styp")).add(box) : box;
+    };
+    const Bytes bytes = movie.bytes();
+    EXPECT_EQ(Open(bytes), S_OK);
+    EXPECT_EQ(Demux().OutputPinCount(), 0) << "tracks without samples are left out";
+    const HRESULT late[] = {policy->SetReadAvc3AsAvc1(TRUE), policy->SetKnowSegmentBoxes(TRUE),
+                            policy->SetEverySampleIsSyncWithoutTable(TRUE), policy->SetUseFragmentDecodeTimes(TRUE),
+                            policy->SetSizePcmByEntry(TRUE)};
+    EXPECT_THAT(late, testing::Each(VFW_E_ALREADY_CONNECTED));
+    Disconnect();
+    EXPECT_EQ(policy->SetKnowSegmentBoxes(TRUE), S_OK);
+    EXPECT_EQ(Open(bytes), S_OK);
+    ASSERT_EQ(Demux().OutputPinCount(), 2);
+    EXPECT_EQ(SampleCount(1), 10);
+    Disconnect();
+    EXPECT_EQ(policy->SetKnowSegmentBoxes(FALSE), S_OK);
+    EXPECT_EQ(Open(bytes), S_OK);
+    EXPECT_EQ(Demux().OutputPinCount(), 2) << "off again";
+}
+
+// What cannot be read is as if it were not there, as in a file that is cut off; a table of which a part cannot be read
+// refuses the file.
+TEST_F(MP4MediaDemuxFilterTest, AReadThatFailsWhileOpening) {
+    const log_capture log(0);
+    movie_file fragmented = VideoAndAudio();
+    fragmented.fragments.samples = 3;
+    for (const movie_file& movie : {VideoAndAudio(), fragmented}) {
+        const Bytes bytes = movie.bytes();
+        auto* const whole = new memory_async_reader(bytes);
+        const ComPtr<IAsyncReader> hold(whole);
+        MP4MediaDemuxFilter* const demux = new MP4MediaDemuxFilter;
+        const ComPtr<IBaseFilter> filter(demux);
+        ASSERT_EQ(demux->SetReader(whole), S_OK);
+        const int reads = whole->reads();
+        ASSERT_GT(reads, 10);
+
+        int refused = 0, lessened = 0;
+        for (int n = 1; n <= reads; ++n) {
+            auto* const reader = new memory_async_reader(bytes);
+            const ComPtr<IAsyncReader> counted(reader);
+            reader->fail_read(n, STG_E_ACCESSDENIED);
+            ComPtr<IBaseFilter> broken(new MP4MediaDemuxFilter);
+            const HRESULT hr = static_cast<MP4MediaDemuxFilter*>(broken.get())->SetReader(reader);
+            EXPECT_TRUE(hr == S_OK || hr == QZ_E_UNSUPPORTED_FORMAT) << "read " << n << ": " << std::hex << hr;
+            refused += hr == QZ_E_UNSUPPORTED_FORMAT ? 1 : 0;
+            const int pins = static_cast<MP4MediaDemuxFilter*>(broken.get())->OutputPinCount();
+            lessened += hr == S_OK && pins < 2 ? 1 : 0;
+            EXPECT_EQ(CountOf(broken.get()), 1u);
+            broken.reset();
+            EXPECT_EQ(CountOf(reader), 1u) << "read " << n;
+        }
+        EXPECT_GT(refused, 0);
+        EXPECT_GT(lessened, 0);
+    }
+}
+
+// A reader may wait for its data, and the host may ask the filter something meanwhile.
+TEST_F(MP4MediaDemuxFilterTest, TheStateLockIsFreeWhileTheFileIsRead) {
+    int reads = 0;
+    const auto probe = [&] {
+        ++reads;
+        auto stopped = std::async(std::launch::async, [this] { return Demux().Stop(); });
+        ASSERT_EQ(stopped.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    };
+    EXPECT_EQ(Connect(new ProbingReader(VideoAndAudio().bytes(), probe)), S_OK);
+    EXPECT_GT(reads, 10);
+}
+
+TEST_F(MP4MediaDemuxFilterTest, AnInputWithoutAllocatorStops) {
+    m_source->reader = new memory_async_reader(VideoAndAudio().bytes());
+    CMediaType type(&MEDIATYPE_Stream);
+    ASSERT_EQ(Input()->ReceiveConnection(m_source.pin, &type), S_OK);
+    EXPECT_EQ(Demux().Pause(), S_OK);
+    EXPECT_EQ(Demux().Run(0), S_OK);
+    EXPECT_EQ(Demux().Stop(), S_OK);
+    EXPECT_EQ(Input()->QueryAccept(&type), S_OK);
+}
+
+}  // namespace
+}  // namespace Norvane::MediaKit::Filters
