@@ -6,7 +6,7 @@
 namespace Norvane::MediaKit::Filters {
 
 /// Offered by the demultiplexer. All choices are off at first. They are made before the input is connected and refused
-/// with VFW_E_ALREADY_CONNECTED while it is. Non-zero switches on. Any thread; a call waits while a file is being opened.
+/// with VFW_E_ALREADY_CONNECTED while it is. Non-zero switches on. Any thread; waits while a file is being opened.
 struct IReadingPolicy : IUnknown {
     /// A sample entry `avc3` (H.264 with parameter sets in the samples) is read as `avc1`. Without it such a track is
     /// left out.

@@ -20,8 +20,8 @@ public:
 
     /// The track's `trex`, or null.
     std::shared_ptr<vio::mp4::track_extends_box> Defaults(std::uint32_t trackId) const;
-    /// The track's fragments in file order. Track ids are unique (ISO/IEC 14496-12, 8.3.2); beyond some tracks of one id
-    /// the rest get none, or a small file could ask for them times without number.
+    /// The track's fragments in file order. Track ids are unique (ISO/IEC 14496-12, 8.3.2); where many tracks have one
+    /// id the last get none, or a small file could ask for the same fragments without end.
     const std::vector<FragmentRecord>& Take(std::uint32_t trackId);
 
 private:

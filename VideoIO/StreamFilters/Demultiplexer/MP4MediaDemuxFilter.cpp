@@ -83,12 +83,14 @@ HRESULT MP4MediaDemuxFilter::CreateOutputPin(const details::TrackBoxes& track, d
                                              REFERENCE_TIME& duration) {
     const std::wstring name = L"Output_" + std::to_wstring(OutputPinCount());
     HRESULT hr = S_OK;
-    auto pin = std::make_unique<MP4MediaDemuxOutputPin>(
+    // It puts itself among the filter's pins, which the filter deletes.
+    auto* const pin = new MP4MediaDemuxOutputPin(
         this, name.c_str(), MP4MediaDemuxOutputPin::Origin{m_parser.get(), track, m_policy, budget}, duration, &hr);
-    if (FAILED(hr)) return hr;
-    // It is among the filter's pins by now, and theirs to delete.
-    pin.release();
-    IncrementPinVersion();
+    if (FAILED(hr)) {
+        delete pin;
+        return hr;
+    }
+    IncrementPinVersion();  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the pin is in the filter's list
     return S_OK;
 }
 

@@ -22,8 +22,8 @@ class MP4MediaDemuxOutputPin;
 class MP4MediaDemuxSeeking;
 
 /// Connecting the input opens the file and makes one output pin for each track that can be played, on the connecting
-/// thread. The input has a lock of its own, so that the state lock is free while the file is read. Pins, boxes and reader
-/// stay when the input is disconnected; they go with the filter.
+/// thread. The input has a lock of its own, so that the state lock is free while the file is read. Pins, boxes and
+/// reader stay when the input is disconnected; they go with the filter.
 ///
 /// Lock order: connection lock, state lock, seeking lock.
 class MP4MediaDemuxFilter final : public CSource, public IMP4MediaDemuxFilter, public IReadingPolicy {

@@ -24,8 +24,8 @@ struct MovieFacts {
 };
 
 /// Calls createOutputPin for each video and audio track whose boxes are there, in the order of the file.
-/// QZ_E_UNSUPPORTED_FORMAT for a file that cannot be played; a file without such a track is S_OK. Throws core::exception
-/// for boxes that cannot be read. `facts` holds what was found until then.
+/// QZ_E_UNSUPPORTED_FORMAT for a file that cannot be played; a file without such a track is S_OK. Throws
+/// core::exception for boxes that cannot be read. `facts` holds what was found until then.
 HRESULT mp4_check(vio::mp4::mp4_parser& parser, const ReadingPolicy& policy,
                   const CreateOutputPinFunction& createOutputPin, MovieFacts& facts);
 

@@ -278,7 +278,8 @@ TEST(MovieCheck, VideoAloneShortensTheMovie) {
         EXPECT_EQ(found.facts.duration, movie.duration) << &movie - kCases;
         EXPECT_EQ(found.asked.size(), movie.answers.size());
     }
-    const Outcome refused = Check(Movie({"soun", "vide", "soun"}).bytes(), {}, {{S_OK, 1}, {QZ_E_UNSUPPORTED_FORMAT, 1}});
+    const Outcome refused =
+        Check(Movie({"soun", "vide", "soun"}).bytes(), {}, {{S_OK, 1}, {QZ_E_UNSUPPORTED_FORMAT, 1}});
     EXPECT_EQ(refused.hr, QZ_E_UNSUPPORTED_FORMAT);
     EXPECT_EQ(refused.asked.size(), 2u);
 }
