@@ -18,8 +18,10 @@ struct CommonOptions {
     bool json = false;
 };
 
-/// Adds --progress, --quiet, --log-level and --json; `json` says what the last of them prints.
+/// Adds --quiet, --log-level and --json; `json` says what the last of them prints.
 void AddCommonOptions(CLI::App& verb, CommonOptions& options, const std::string& json);
+/// Adds --progress, for verbs that take long.
+void AddProgressOption(CLI::App& verb, CommonOptions& options);
 
 /// A verb that reads an MP4 file.
 struct FileOptions : CommonOptions {

@@ -200,6 +200,7 @@ void CheckTogether(const ExtractOptions& options) {
 CLI::App* AddExtractVerb(CLI::App& program, ExtractOptions& options) {
     CLI::App* verb = program.add_subcommand("extract", "Write a track of an MP4 file as an elementary stream");
     verb->footer(kExtractFooter);
+    AddProgressOption(*verb, options);
     AddFileOptions(*verb, options, "Print the summary as one JSON object");
     verb->add_option("--pin", options.pin, "Number of the pin, from 0; without it the first video, else the first")
         ->type_name("N");

@@ -80,6 +80,27 @@ void FillAspect(const H264SequenceSyntax& sps, VideoFacts* facts) {
     facts->sarHeight = height;
 }
 
+VideoFacts FactsOf(const H264SequenceSyntax& sps) {
+    VideoFacts facts;
+    const H264PictureSize size = PictureSize(sps);
+    facts.profile = ProfileText(sps);
+    facts.level = LevelText(sps);
+    facts.profileNumber = sps.profile_idc;
+    facts.levelNumber = sps.level_idc;
+    facts.codedWidth = static_cast<int>(size.coded_width);
+    facts.codedHeight = static_cast<int>(size.coded_height);
+    facts.width = static_cast<int>(size.width);
+    facts.height = static_cast<int>(size.height);
+    facts.interlaced = sps.frame_mbs_only_flag == 0;
+    FillAspect(sps, &facts);
+    const H264VuiParameters& vui = sps.vui_parameters;
+    // A tick is the time of a field (clause E.2.1).
+    if (sps.vui_parameters_present_flag && vui.timing_info_present_flag)
+        facts.rate = MakeFrameRate(vui.time_scale, 2 * static_cast<std::int64_t>(vui.num_units_in_tick));
+    facts.refusal = Refusal(sps);
+    return facts;
+}
+
 /// Walks the messages of an SEI unit (ITU-T H.264, 7.3.2.3.1) as far as their types.
 bool HasRecoveryPoint(std::span<const std::uint8_t> nal) {
     const auto readSum = [&nal](std::size_t* at, std::size_t* sum) {
@@ -165,26 +186,8 @@ public:
     std::uint32_t ReorderDepth() const override { return m_order.ReorderDepth(); }
 
     VideoFacts Facts() const override {
-        VideoFacts facts;
         const H264SequenceSyntax* const sps = m_order.ActiveSequence();
-        if (sps == nullptr) return facts;
-        const H264PictureSize size = PictureSize(*sps);
-        facts.profile = ProfileText(*sps);
-        facts.level = LevelText(*sps);
-        facts.profileNumber = sps->profile_idc;
-        facts.levelNumber = sps->level_idc;
-        facts.codedWidth = static_cast<int>(size.coded_width);
-        facts.codedHeight = static_cast<int>(size.coded_height);
-        facts.width = static_cast<int>(size.width);
-        facts.height = static_cast<int>(size.height);
-        facts.interlaced = sps->frame_mbs_only_flag == 0;
-        FillAspect(*sps, &facts);
-        const H264VuiParameters& vui = sps->vui_parameters;
-        // A tick is the time of a field (clause E.2.1).
-        if (sps->vui_parameters_present_flag && vui.timing_info_present_flag)
-            facts.rate = MakeFrameRate(vui.time_scale, 2 * static_cast<std::int64_t>(vui.num_units_in_tick));
-        facts.refusal = Refusal(*sps);
-        return facts;
+        return sps != nullptr ? FactsOf(*sps) : VideoFacts();
     }
 
 private:
@@ -207,6 +210,11 @@ private:
 
 std::unique_ptr<VideoCodec> MakeH264Codec() {
     return std::make_unique<H264Codec>();
+}
+
+std::optional<VideoFacts> ReadH264Facts(std::span<const std::uint8_t> nal) {
+    const auto sps = ReadH264SequenceParameterSet(nal);
+    return sps ? std::optional(FactsOf(*sps)) : std::nullopt;
 }
 
 }  // namespace mediakit_tool

@@ -33,6 +33,26 @@ std::optional<FrameRate> RateOf(const std::optional<H265TimingInfo>& timing) {
     return timing ? MakeFrameRate(timing->time_scale, timing->num_units_in_tick) : std::nullopt;
 }
 
+VideoFacts FactsOf(const H265SequenceParameterSet& sps) {
+    VideoFacts facts;
+    facts.profile = ProfileText(sps.profile_tier_level.general_profile_idc);
+    facts.level = LevelText(sps.profile_tier_level);
+    facts.profileNumber = sps.profile_tier_level.general_profile_idc;
+    facts.levelNumber = sps.profile_tier_level.general_level_idc;
+    facts.codedWidth = static_cast<int>(sps.pic_width_in_luma_samples);
+    facts.codedHeight = static_cast<int>(sps.pic_height_in_luma_samples);
+    facts.width = static_cast<int>(sps.Width());
+    facts.height = static_cast<int>(sps.Height());
+    if (!sps.vui) return facts;
+    facts.interlaced = sps.vui->field_seq_flag;
+    if (sps.vui->sar_width != 0 && sps.vui->sar_height != 0) {
+        facts.sarWidth = sps.vui->sar_width;
+        facts.sarHeight = sps.vui->sar_height;
+    }
+    facts.rate = RateOf(sps.vui->timing);
+    return facts;
+}
+
 class H265Codec final : public VideoCodec {
 public:
     const char* Name() const override { return "H.265"; }
@@ -80,25 +100,9 @@ public:
     std::uint32_t ReorderDepth() const override { return m_order.ReorderDepth(); }
 
     VideoFacts Facts() const override {
-        VideoFacts facts;
         const H265SequenceParameterSet* const sps = m_order.ActiveSequence();
-        if (sps == nullptr) return facts;
-        facts.profile = ProfileText(sps->profile_tier_level.general_profile_idc);
-        facts.level = LevelText(sps->profile_tier_level);
-        facts.profileNumber = sps->profile_tier_level.general_profile_idc;
-        facts.levelNumber = sps->profile_tier_level.general_level_idc;
-        facts.codedWidth = static_cast<int>(sps->pic_width_in_luma_samples);
-        facts.codedHeight = static_cast<int>(sps->pic_height_in_luma_samples);
-        facts.width = static_cast<int>(sps->Width());
-        facts.height = static_cast<int>(sps->Height());
-        if (sps->vui) {
-            facts.interlaced = sps->vui->field_seq_flag;
-            if (sps->vui->sar_width != 0 && sps->vui->sar_height != 0) {
-                facts.sarWidth = sps->vui->sar_width;
-                facts.sarHeight = sps->vui->sar_height;
-            }
-            facts.rate = RateOf(sps->vui->timing);
-        }
+        if (sps == nullptr) return {};
+        VideoFacts facts = FactsOf(*sps);
         const H265VideoParameterSet* const vps = m_order.ParameterSets().Video();
         if (!facts.rate && vps) facts.rate = RateOf(vps->timing);
         return facts;
@@ -112,6 +116,11 @@ private:
 }  // namespace
 
 std::unique_ptr<VideoCodec> MakeH265Codec() { return std::make_unique<H265Codec>(); }
+
+std::optional<VideoFacts> ReadH265Facts(std::span<const std::uint8_t> nal) {
+    const auto sps = ReadH265SequenceParameterSet(nal);
+    return sps ? std::optional(FactsOf(*sps)) : std::nullopt;
+}
 
 std::unique_ptr<VideoCodec> CodecOfParameterSet(std::span<const std::uint8_t> nal) {
     if (ReadH264SequenceParameterSet(nal) && !nal.empty() && (nal[0] & 0x1F) == H264_NAL_SPS) return MakeH264Codec();

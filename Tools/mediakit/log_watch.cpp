@@ -11,15 +11,16 @@ namespace mediakit_tool {
 
 namespace {
 
-constexpr int kErrorLevel = 1;
-
 /// Where the filters that write a recording are.
 constexpr std::string_view kWriters[] = {
     "VideoIO/StreamFilters/Authoring/",
     "VideoIO/StreamFilters/Container/",
     "VideoIO/StreamFilters/Multiplexer/",
-    "VideoIO/StreamFilters/SharedFile/",
+    "VideoIO/StreamFilters/SharedFile/SharedFileSink",
 };
+
+/// Where the file source is, whose reads fail with what the system says.
+constexpr std::string_view kSource[] = {"VideoIO/StreamFilters/SharedFile/SharedFileSource"};
 
 /// Where those that read a file are.
 constexpr std::string_view kReaders[] = {
@@ -36,7 +37,13 @@ bool IsUnder(const std::string_view (&folders)[N], std::string_view path) {
 
 /// The check forms name code, which says nothing to a user.
 bool IsInWords(std::string_view message) {
-    return !message.starts_with("QZ") && !message.starts_with("CheckLastErrorCondition");
+    return !message.starts_with("QZ");
+}
+
+/// What is only a warning did not stop anything.
+bool IsComplaint(const LogWatch::Note& note) {
+    if (note.text.find("warning:") != note.text.npos) return false;
+    return note.level < LogWatch::kFindings || note.text.starts_with("Unknown ") || note.text.starts_with("Ignored ");
 }
 
 /// The message, with the failure code in it (0x8...) in words where it has one.
@@ -50,13 +57,18 @@ std::string Explain(const std::string& message) {
 }  // namespace
 
 LogWatch::LogWatch(Messages& messages, int level, int keep) : m_messages(messages), m_level(level), m_keep(keep) {
-    qz_log::set_report_level(std::max({level, keep, kErrorLevel}));
+    qz_log::set_report_level(std::max({level, keep, kErrors}));
     qz_log::set_sink([this](const qz_log::record& record) { Take(record); });
 }
 
 LogWatch::~LogWatch() {
     qz_log::set_report_level(0);
     qz_log::set_sink({});
+}
+
+void LogWatch::Arm() {
+    m_armed = true;
+    qz_log::set_report_level(std::max(m_level, kErrors));
 }
 
 std::string LogWatch::Reason() const {
@@ -69,25 +81,38 @@ std::vector<LogWatch::Note> LogWatch::Notes() const {
     return m_notes;
 }
 
-std::string LogWatch::LastComplaint() const {
+std::vector<std::string> LogWatch::Complaints() const {
     CAutoLock lock(&m_lock);
-    return m_complaint;
+    return m_complaints;
 }
 
-void LogWatch::KeepNote(const qz_log::record& record, const std::string& message) {
+std::string LogWatch::ReadError() const {
     CAutoLock lock(&m_lock);
-    if (record.level <= kComplaints && IsInWords(message)) m_complaint = message;
-    if (m_notes.size() < kMostNotes) m_notes.push_back({record.level, message});
+    return m_readError;
+}
+
+void LogWatch::KeepNote(const Note& note) {
+    CAutoLock lock(&m_lock);
+    if (m_notes.size() < kMostNotes) m_notes.push_back(note);
+    if (!IsComplaint(note)) return;
+    // The last one tells most.
+    if (m_complaints.size() == kMostNotes) m_complaints.pop_back();
+    m_complaints.push_back(note.text);
 }
 
 void LogWatch::Take(const qz_log::record& record) {
     const std::string message = win32::NarrowForDisplay(record.message);
-    if (record.level <= kErrorLevel && m_armed && IsUnder(kWriters, record.path)) {
+    if (record.level <= kErrors && m_armed && IsUnder(kWriters, record.path)) {
         CAutoLock lock(&m_lock);
         if (!m_failed) m_reason = Explain(message);
         m_failed = true;
     }
-    if (record.level <= m_keep && IsUnder(kReaders, record.path)) KeepNote(record, message);
+    if (record.level <= m_keep && IsUnder(kReaders, record.path) && IsInWords(message))
+        KeepNote({record.level, message});
+    if (record.level <= kErrors && IsUnder(kSource, record.path)) {
+        CAutoLock lock(&m_lock);
+        m_readError = Explain(message);
+    }
     if (record.level > m_level) return;
     m_messages.Line("[" + std::to_string(record.level) + "] " + std::string(record.path) + ":" +
                     std::to_string(record.line) + ": " + message);

@@ -19,9 +19,8 @@ namespace mediakit_tool {
 /// Reports come on any thread.
 class LogWatch {
 public:
-    /// Levels of what a reader has to say: a file is refused or a track left out at the first two, the third tells
-    /// what was found.
-    static constexpr int kComplaints = 2;
+    /// Levels up to which notes are kept: those of errors, and those at which a reader tells what it finds.
+    static constexpr int kErrors = 1;
     static constexpr int kFindings = 3;
     /// A report of a filter that reads.
     struct Note {
@@ -30,13 +29,14 @@ public:
     };
 
     /// `level` is what to show: 0 nothing to 5 everything; notes are kept up to the level `keep`.
-    LogWatch(Messages& messages, int level, int keep = 1);
+    LogWatch(Messages& messages, int level, int keep = kFindings);
     ~LogWatch();
     LogWatch(const LogWatch&) = delete;
     LogWatch& operator=(const LogWatch&) = delete;
 
-    /// Errors count from here on.
-    void Arm() { m_armed = true; }
+    /// Errors of the writing side count from here on; notes are kept no longer, since they cost their text for each
+    /// sample.
+    void Arm();
     /// An error of the writing side came since then.
     bool Failed() const { return m_failed; }
     /// Its reason in words; empty without one.
@@ -44,13 +44,15 @@ public:
 
     /// In the order in which they came; a file can make the reader say more than is kept.
     std::vector<Note> Notes() const;
-    /// The last note that is a complaint in words; empty without one.
-    std::string LastComplaint() const;
+    /// Of the notes those that can be why a file or a track is not played.
+    std::vector<std::string> Complaints() const;
+    /// What the system said when the file was last read in vain; empty when it was not asked in vain.
+    std::string ReadError() const;
 
 private:
     static constexpr std::size_t kMostNotes = 200;
 
-    void KeepNote(const qz_log::record& record, const std::string& message) EXCLUDES(m_lock);
+    void KeepNote(const Note& note) EXCLUDES(m_lock);
     void Take(const qz_log::record& record);
 
     Messages& m_messages;
@@ -61,7 +63,8 @@ private:
     mutable CCritSec m_lock{"LogWatch"};
     std::string m_reason GUARDED_BY(m_lock);
     std::vector<Note> m_notes GUARDED_BY(m_lock);
-    std::string m_complaint GUARDED_BY(m_lock);
+    std::vector<std::string> m_complaints GUARDED_BY(m_lock);
+    std::string m_readError GUARDED_BY(m_lock);
 };
 
 }  // namespace mediakit_tool

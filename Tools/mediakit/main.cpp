@@ -10,6 +10,7 @@
 
 #include "Tools/mediakit/boxes.h"
 #include "Tools/mediakit/extract.h"
+#include "Tools/mediakit/info.h"
 #include "Tools/mediakit/record.h"
 #include "Tools/mediakit/samples.h"
 
@@ -45,6 +46,7 @@ private:
 
 void AddVerbs(Verbs& verbs) {
     verbs.Add(AddRecordVerb, Record);
+    verbs.Add(AddInfoVerb, Info);
     verbs.Add(AddSamplesVerb, ListSamples);
     verbs.Add(AddExtractVerb, Extract);
     verbs.Add(AddBoxesVerb, Boxes);

@@ -24,6 +24,9 @@ namespace {
 
 using namespace Norvane::MediaKit::Filters;
 
+/// Of those why a file without streams has none: about one a track.
+constexpr std::size_t kMostReasons = 4;
+
 template <class Use>
 void ForEachPin(IBaseFilter& filter, PIN_DIRECTION direction, Use use) {
     ComPtr<IEnumPins> pins;
@@ -99,7 +102,7 @@ ComPtr<IPin> FreePin(IBaseFilter& filter, PIN_DIRECTION direction) {
 }
 
 bool Stream::IsVideo() const {
-    return type.majortype == MEDIATYPE_Video;
+    return track.handler == vio::mp4::fourcc("vide");
 }
 
 std::string Stream::Entry() const {
@@ -145,8 +148,8 @@ bool PlaybackGraph::Connect(const ReadingOptions& options) {
     const ComPtr<IPin> input = FreePin(*m_demultiplexer, PINDIR_INPUT);
     const HRESULT hr = m_graph->ConnectDirect(output.get(), input.get(), nullptr);
     if (SUCCEEDED(hr)) return true;
-    const std::string complaint = m_log.LastComplaint();
-    return Fail("cannot be played: " + (complaint.empty() ? ResultText(hr) : complaint));
+    const auto complaints = m_log.Complaints();
+    return Fail("cannot be played: " + (complaints.empty() ? ResultText(hr) : complaints.back()));
 }
 
 void PlaybackGraph::FindStreams() {
@@ -157,8 +160,11 @@ void PlaybackGraph::FindStreams() {
 }
 
 std::string PlaybackGraph::NoStreamsText() const {
-    const std::string complaint = m_log.LastComplaint();
-    return "cannot be played: it has no track that can be" + (complaint.empty() ? std::string() : ": " + complaint);
+    std::string text = "cannot be played: it has no track for it";
+    const auto complaints = m_log.Complaints();
+    const std::size_t shown = std::min(complaints.size(), kMostReasons);
+    for (std::size_t i = 0; i < shown; ++i) text += (i == 0 ? ": " : "; ") + complaints[complaints.size() - shown + i];
+    return text;
 }
 
 std::optional<REFERENCE_TIME> PlaybackGraph::Duration() const {
@@ -219,8 +225,9 @@ PlaybackGraph::Outcome PlaybackGraph::Wait(HANDLE interrupt, DWORD milliseconds)
 
 /// A pin that fails ends its stream before it says why.
 bool PlaybackGraph::Stop() {
-    const bool stopped = Check(m_control->Stop(), "stopping");
-    return HandleEvents() && stopped;
+    Check(m_control->Stop(), "stopping");
+    HandleEvents();
+    return m_failure.empty();
 }
 
 HANDLE PlaybackGraph::EventHandle() const {
@@ -234,10 +241,17 @@ bool PlaybackGraph::HandleEvents() {
     LONG_PTR first = 0, second = 0;
     bool well = true;
     while (m_events->GetEvent(&code, &first, &second, 0) == S_OK) {
-        if (code == EC_ERRORABORT) well = Check(static_cast<HRESULT>(first), "reading failed");
+        if (code == EC_ERRORABORT) well = Fail("reading failed: " + ReadFailure(static_cast<HRESULT>(first)));
         m_events->FreeEventParams(code, first, second);
     }
     return well;
+}
+
+/// A pin has no words for a read that failed: the source has, when it was not just that the file ends there.
+std::string PlaybackGraph::ReadFailure(HRESULT hr) const {
+    if (hr != E_FAIL) return ResultText(hr);
+    const std::string error = m_log.ReadError();
+    return error.empty() ? "a sample is not in the file, which may be cut off" : error;
 }
 
 bool PlaybackGraph::Check(HRESULT hr, const std::string& what) {

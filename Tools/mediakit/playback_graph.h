@@ -43,7 +43,7 @@ struct Stream {
 /// Built, run and stopped on the host's thread. The graph is stopped before it goes.
 class PlaybackGraph {
 public:
-    /// The reason of a failure comes from the log, which keeps what the reader reports to level 2 or more.
+    /// The reason of a failure comes from the log, which keeps what the reader reports (LogWatch::kFindings).
     explicit PlaybackGraph(const LogWatch& log) : m_log(log) {}
     ~PlaybackGraph();
 
@@ -70,7 +70,7 @@ public:
     /// Waits until all taps have had the end of their streams, a filter gave up, `interrupt` (null: none) is set, or
     /// the time is over.
     Outcome Wait(HANDLE interrupt, DWORD milliseconds);
-    /// No tap is called any more. False when a filter gave up in the meantime; see Failure.
+    /// No tap is called any more. False when something has failed since Run; see Failure.
     bool Stop();
 
     /// "cannot be opened: no such file"; the first failure since Open or Run.
@@ -90,6 +90,7 @@ private:
     bool Connect(const ReadingOptions& options);
     void FindStreams();
     bool AllEnded() const;
+    std::string ReadFailure(HRESULT hr) const;
     bool Fail(const std::string& text);
     bool Check(HRESULT hr, const std::string& what);
 

@@ -53,7 +53,7 @@ public:
     explicit Recorder(const RecordOptions& options)
         : m_options(options),
           m_messages(options.quiet),
-          m_log(m_messages, options.logLevel),
+          m_log(m_messages, options.logLevel, LogWatch::kErrors),
           m_disk(
               options.output, options.Inputs().size(), [this] { return Samples(); }, [this] { FinishReaders(); }) {}
 

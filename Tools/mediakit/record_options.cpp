@@ -57,6 +57,7 @@ CLI::App* AddRecordVerb(CLI::App& program, RecordOptions& options) {
     verb->add_option("--software", options.software, "Name of the recording software to store in the file")
         ->type_name("TEXT");
     verb->add_flag("--force", options.force, "Replace an existing output");
+    AddProgressOption(*verb, options);
     AddCommonOptions(*verb, options, "Print the summary as one JSON object");
     verb->final_callback([&options] { CheckTogether(options); });
     return verb;

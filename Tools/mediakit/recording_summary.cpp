@@ -19,10 +19,6 @@ std::string Format(const char* format, Args... args) {
     return text;
 }
 
-std::string BitRateText(double bitRate) {
-    return bitRate < 1e6 ? Format("%.0f kbit/s", bitRate / 1e3) : Format("%.2f Mbit/s", bitRate / 1e6);
-}
-
 std::string CodecText(const TrackFacts& facts) {
     std::string text = facts.codec + " " + facts.profile;
     if (facts.video) text += " level " + facts.level;
@@ -86,6 +82,10 @@ std::string DurationText(REFERENCE_TIME duration) {
     const std::string tail = Format("%02lld.%03lld", seconds % 60, milliseconds % 1000);
     if (hours > 0) return Format("%lld:%02lld:", hours, minutes % 60) + tail;
     return Format("%lld:", minutes) + tail;
+}
+
+std::string BitRateText(double bitRate) {
+    return bitRate < 1e6 ? Format("%.0f kbit/s", bitRate / 1e3) : Format("%.2f Mbit/s", bitRate / 1e6);
 }
 
 std::string SizeText(std::uint64_t bytes) {

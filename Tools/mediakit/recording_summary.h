@@ -41,5 +41,7 @@ std::string ToJson(const RecordingSummary& summary);
 std::string DurationText(REFERENCE_TIME duration);
 /// "12.3 MB"; of 1000 bytes a kB.
 std::string SizeText(std::uint64_t bytes);
+/// "204 kbit/s", "1.25 Mbit/s".
+std::string BitRateText(double bitRate);
 
 }  // namespace mediakit_tool

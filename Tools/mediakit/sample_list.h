@@ -20,7 +20,7 @@ struct SampleRow {
     bool sync = false;
     bool preroll = false;
     bool discontinuity = false;
-    std::optional<std::uint32_t> crc32;
+    std::optional<std::uint32_t> crc32 = {};
 };
 
 /// `hash` computes the CRC-32.

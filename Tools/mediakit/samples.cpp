@@ -69,7 +69,7 @@ public:
     explicit Lister(const SamplesOptions& options)
         : m_options(options),
           m_messages(options.quiet),
-          m_log(m_messages, options.logLevel, LogWatch::kComplaints),
+          m_log(m_messages, options.logLevel),
           m_progress(m_messages, ProgressOptions(options)),
           m_list(options.json ? MakeJsonSampleList(m_output) : MakeTextSampleList(m_output)) {}
 
@@ -188,6 +188,7 @@ void ReadStart(SamplesOptions& options) {
 CLI::App* AddSamplesVerb(CLI::App& program, SamplesOptions& options) {
     CLI::App* verb = program.add_subcommand("samples", "List the samples of an MP4 file");
     verb->footer(kSamplesFooter);
+    AddProgressOption(*verb, options);
     AddFileOptions(*verb, options, "Print one JSON object");
     verb->add_option("--pin", options.pin, "One pin alone; 0 is Output_0")->type_name("N");
     verb->add_option("--from", options.from, "Seek there first")->type_name("TIME");

@@ -9,8 +9,8 @@ namespace mediakit_tool {
 
 namespace {
 
-constexpr std::size_t kMostDigits = 9;       // of the first part: far beyond any file, far below an overflow
-constexpr std::size_t kFractionDigits = 7;   // of a unit of 100 ns
+constexpr std::size_t kMostDigits = 8;      // of the first part: so many hours can still be told in 100 ns
+constexpr std::size_t kFractionDigits = 7;  // of a unit of 100 ns
 constexpr std::int64_t kPartLimit = 60;
 
 /// Digits only, at least one.

@@ -78,6 +78,10 @@ public:
 std::unique_ptr<VideoCodec> MakeH264Codec();
 std::unique_ptr<VideoCodec> MakeH265Codec();
 
+/// What a sequence parameter set says on its own; nothing for any other NAL unit.
+std::optional<VideoFacts> ReadH264Facts(std::span<const std::uint8_t> nal);
+std::optional<VideoFacts> ReadH265Facts(std::span<const std::uint8_t> nal);
+
 /// The format whose sequence parameter set this NAL unit is; null when it is none.
 std::unique_ptr<VideoCodec> CodecOfParameterSet(std::span<const std::uint8_t> nal);
 
