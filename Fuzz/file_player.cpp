@@ -101,6 +101,7 @@ private:
         policy->SetEverySampleIsSyncWithoutTable(TRUE);
         policy->SetUseFragmentDecodeTimes(TRUE);
         policy->SetSizePcmByEntry(TRUE);
+        policy->SetLeaveOutBrokenParts(TRUE);
     }
 
     void connect_pins() {
@@ -147,11 +148,11 @@ private:
             ends.push_back(fill(*m_filter->OutputPin(static_cast<int>(n)), *m_sinks[n]->pin));
         return ends;
     }
-    static HRESULT fill(MP4MediaDemuxOutputPin& pin, sample_counter& sink) {
+    HRESULT fill(MP4MediaDemuxOutputPin& pin, sample_counter& sink) const {
         IMemAllocator* const allocator = sink.allocator();
         require(allocator != nullptr && allocator->Commit() == S_OK, "no sample buffers");
         HRESULT hr = pin.OnThreadStartPlay();
-        while (SUCCEEDED(hr)) {
+        for (std::size_t n = 0; SUCCEEDED(hr) && n < m_how.most_samples; ++n) {
             ComPtr<IMediaSample> sample;
             require(allocator->GetBuffer(sample.put(), nullptr, nullptr, 0) == S_OK, "no sample");
             hr = pin.FillBuffer(sample.get());

@@ -23,6 +23,9 @@ struct IReadingPolicy : IUnknown {
     /// The bytes of PCM samples that are grouped by chunks follow from the sample entry's channels and bits. Without it
     /// each counts 4 bytes.
     virtual HRESULT SetSizePcmByEntry(BOOL byEntry) = 0;
+    /// What cannot be read is left out and told in the log: a track, a fragment, the top level from a box on that is cut
+    /// off. Without it one broken box refuses the file.
+    virtual HRESULT SetLeaveOutBrokenParts(BOOL leaveOut) = 0;
 
 protected:
     ~IReadingPolicy() = default;

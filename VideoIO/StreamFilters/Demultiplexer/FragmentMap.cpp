@@ -2,6 +2,7 @@
 
 #include "Logging/Checks.h"
 #include "VideoIO/StreamFilters/Demultiplexer/BoxWalk.h"
+#include "VideoIO/StreamFilters/Demultiplexer/ReadPart.h"
 
 namespace Norvane::MediaKit::Filters::details {
 
@@ -13,11 +14,12 @@ constexpr int kMostTracksOfOneId = 16;
 
 }  // namespace
 
-void FragmentMap::Gather(mp4_parser& parser, const movie_extends_box& mvex, bool decodeTimes) {
+void FragmentMap::Gather(mp4_parser& parser, const movie_extends_box& mvex, const ReadingPolicy& policy) {
     BoxWalk defaults(parser, mvex);
     while (const auto trex = defaults.Next<track_extends_box>()) m_defaults.emplace(trex->track_ID, trex);
     BoxWalk fragments = BoxWalk::TopLevel(parser);
-    while (const auto moof = fragments.Next<movie_fragment_box>()) GatherFragment(parser, *moof, decodeTimes);
+    while (const auto moof = fragments.Next<movie_fragment_box>())
+        ReadPart(policy, [&] { GatherFragment(parser, *moof, policy.useFragmentDecodeTimes); });
 }
 
 void FragmentMap::GatherFragment(mp4_parser& parser, const movie_fragment_box& moof, bool decodeTimes) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
+#include "VideoIO/StreamFilters/Demultiplexer/ReadingPolicy.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackBoxes.h"
 
 #include <cstdint>
@@ -14,7 +15,7 @@ namespace Norvane::MediaKit::Filters::details {
 class FragmentMap {
 public:
     /// Reads `mvex` and all `moof` of the file. A `traf` without `tfhd` belongs to no track.
-    void Gather(vio::mp4::mp4_parser& parser, const vio::mp4::movie_extends_box& mvex, bool decodeTimes);
+    void Gather(vio::mp4::mp4_parser& parser, const vio::mp4::movie_extends_box& mvex, const ReadingPolicy& policy);
     /// Tells in the log how many each track has.
     void Report() const;
 

@@ -8,6 +8,7 @@
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxOutputPin.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxSeeking.h"
 #include "VideoIO/StreamFilters/Demultiplexer/OleDate.h"
+#include "VideoIO/StreamFilters/Demultiplexer/ReadPart.h"
 
 #include <exception>
 #include <string>
@@ -64,7 +65,7 @@ HRESULT MP4MediaDemuxFilter::Open(IAsyncReader* reader) {
     m_reader = reader;
     m_facts = {};
     m_parser = details::MakeFileParser(m_stream, m_policy);
-    m_parser->parse();
+    details::ReadPart(m_policy, [&] { m_parser->parse(); });
     return CheckMovie();
 }
 
@@ -147,6 +148,10 @@ HRESULT MP4MediaDemuxFilter::SetUseFragmentDecodeTimes(BOOL use) {
 
 HRESULT MP4MediaDemuxFilter::SetSizePcmByEntry(BOOL byEntry) {
     return SetPolicy(&details::ReadingPolicy::sizePcmByEntry, byEntry);
+}
+
+HRESULT MP4MediaDemuxFilter::SetLeaveOutBrokenParts(BOOL leaveOut) {
+    return SetPolicy(&details::ReadingPolicy::leaveOutBrokenParts, leaveOut);
 }
 
 }  // namespace Norvane::MediaKit::Filters

@@ -62,6 +62,7 @@ public:
     HRESULT SetEverySampleIsSyncWithoutTable(BOOL sync) override;
     HRESULT SetUseFragmentDecodeTimes(BOOL use) override;
     HRESULT SetSizePcmByEntry(BOOL byEntry) override;
+    HRESULT SetLeaveOutBrokenParts(BOOL leaveOut) override;
 
 private:
     HRESULT SetPolicy(bool details::ReadingPolicy::*choice, BOOL value);

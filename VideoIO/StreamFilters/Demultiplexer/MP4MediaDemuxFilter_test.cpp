@@ -247,7 +247,7 @@ TEST_F(MP4MediaDemuxFilterTest, ChoicesAreMadeWhileTheInputIsFree) {
     EXPECT_EQ(Demux().OutputPinCount(), 0) << "tracks without samples are left out";
     const HRESULT late[] = {policy->SetReadAvc3AsAvc1(TRUE), policy->SetKnowSegmentBoxes(TRUE),
                             policy->SetEverySampleIsSyncWithoutTable(TRUE), policy->SetUseFragmentDecodeTimes(TRUE),
-                            policy->SetSizePcmByEntry(TRUE)};
+                            policy->SetSizePcmByEntry(TRUE), policy->SetLeaveOutBrokenParts(TRUE)};
     EXPECT_THAT(late, testing::Each(VFW_E_ALREADY_CONNECTED));
     Disconnect();
     EXPECT_EQ(policy->SetKnowSegmentBoxes(TRUE), S_OK);
@@ -258,6 +258,44 @@ TEST_F(MP4MediaDemuxFilterTest, ChoicesAreMadeWhileTheInputIsFree) {
     EXPECT_EQ(policy->SetKnowSegmentBoxes(FALSE), S_OK);
     EXPECT_EQ(Open(bytes), S_OK);
     EXPECT_EQ(Demux().OutputPinCount(), 2) << "off again";
+}
+
+TEST_F(MP4MediaDemuxFilterTest, LeavesOutBrokenPartsWhenAsked) {
+    movie_file movie = VideoAndAudio();
+    movie.fragments.samples = 5;
+    const Bytes whole = movie.bytes();
+    const Bytes cut(whole.begin(), whole.end() - 20);  // in the last `mdat`, which may be cut
+    movie.replace = [](std::string_view type, std::size_t n, const box_builder& box) {
+        if (type == "mdhd" && n == 0) return mediakit_test::make_full_box("mdhd", 9, 0, box_builder().zeros(20));
+        return box;
+    };
+    const Bytes brokenTrack = movie.bytes();
+    movie.replace = [](std::string_view type, std::size_t n, const box_builder& box) {
+        if (type == "trun" && n == 1) return mediakit_test::make_full_box("trun", 0, 0x100, box_builder().u32(9));
+        return box;
+    };
+    const Bytes brokenFragment = movie.bytes();
+    movie.replace = nullptr;
+    Bytes brokenEnd = whole;
+    const Bytes tail = mediakit_test::make_lying_box(100, "free").bytes();
+    brokenEnd.insert(brokenEnd.end(), tail.begin(), tail.end());
+
+    const auto policy = m_hold.query<IReadingPolicy>();
+    int pins = 0;
+    const auto expect = [&](const Bytes& bytes, const char* what, int lenient) {
+        ASSERT_EQ(policy->SetLeaveOutBrokenParts(FALSE), S_OK);
+        EXPECT_EQ(Open(bytes), QZ_E_UNSUPPORTED_FORMAT) << what;
+        Disconnect();
+        pins = Demux().OutputPinCount();  // those made before the break stay
+        ASSERT_EQ(policy->SetLeaveOutBrokenParts(TRUE), S_OK);
+        EXPECT_EQ(Open(bytes), S_OK) << what;
+        Disconnect();
+        EXPECT_EQ(Demux().OutputPinCount() - pins, lenient) << what;
+    };
+    expect(brokenTrack, "a track of a version that is not known", 1);
+    expect(brokenFragment, "runs of one track that are longer than their boxes", 1);
+    expect(brokenEnd, "a box that is longer than the file", 2);
+    EXPECT_EQ(Open(cut), S_OK);
 }
 
 // What cannot be read is as if it were not there, as in a file that is cut off; a table of which a part cannot be read

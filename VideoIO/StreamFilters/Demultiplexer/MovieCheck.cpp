@@ -4,6 +4,7 @@
 #include "MediaKit/Results.h"
 #include "VideoIO/StreamFilters/Demultiplexer/BoxWalk.h"
 #include "VideoIO/StreamFilters/Demultiplexer/FragmentMap.h"
+#include "VideoIO/StreamFilters/Demultiplexer/ReadPart.h"
 
 #include <algorithm>
 
@@ -108,14 +109,16 @@ void MovieCheck::CheckFileType() {
 void MovieCheck::FindFragments() {
     const auto mvex = Child<movie_extends_box>(m_facts.moov.get());
     if (mvex == nullptr) return;
-    m_fragments.Gather(m_parser, *mvex, m_policy.useFragmentDecodeTimes);
+    m_fragments.Gather(m_parser, *mvex, m_policy);
     m_fragments.Report();
 }
 
 HRESULT MovieCheck::CheckTracks() {
     BoxWalk walk(m_parser, *m_facts.moov);
     while (const auto trak = walk.Next<track_box>()) {
-        if (CheckTrack(*trak) == QZ_E_UNSUPPORTED_FORMAT) return QZ_E_UNSUPPORTED_FORMAT;
+        HRESULT hr = S_FALSE;
+        ReadPart(m_policy, [&] { hr = CheckTrack(*trak); });
+        if (hr == QZ_E_UNSUPPORTED_FORMAT) return hr;
     }
     return S_OK;
 }

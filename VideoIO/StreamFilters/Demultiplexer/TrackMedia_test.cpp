@@ -169,6 +169,11 @@ TEST(VideoTrackMedia, ReadsAvc) {
                              {.readAvc3AsAvc1 = true});
     ExpectVideo(avc3, MEDIASUBTYPE_AVC1, {320, 240}, {4, 3}, 8000);
     EXPECT_EQ(avc3.media.sampleEntry, fourcc("avc3"));
+
+    // All parameter sets in the samples: the record holds none, and the entry tells the size.
+    const box_builder noSets = make_box("avcC", box_builder().add({1, 100, 0, 31, 0xFF, 0xE0, 0}));
+    const Built inBand = Build(kVideo, visual_entry("avc3", 64, 48, noSets), {.readAvc3AsAvc1 = true});
+    ExpectVideo(inBand, MEDIASUBTYPE_AVC1, {64, 48}, {64, 48}, 8000);
     EXPECT_EQ(Build(kVideo, visual_entry("avc4", 9, 9), {.readAvc3AsAvc1 = true}).result, E_FAIL);
 
     const Built bare = Build(kVideo, visual_entry("avc1", 320, 240));

@@ -31,7 +31,17 @@ void SetStreamRate(const TrackTables& tables, TrackMedia& media) {
 
 HRESULT RefuseFile(const MediaSource&, const visual_sample_entry&, TrackMedia&) { return QZ_E_UNSUPPORTED_FORMAT; }
 
-HRESULT BuildAvc(const MediaSource& source, const visual_sample_entry&, TrackMedia& media) {
+/// The parameter sets of an `avc3` entry may all stand in the samples; the size is the entry's then.
+HRESULT BuildAvcWithoutSets(const qz_MPEGUtil::AVCDecoderConfigurationRecord& record, const visual_sample_entry& visual,
+                            const TrackTables& tables, CMediaType& type) {
+    const SIZE size{visual.width, visual.height};
+    QZCheckHRESULT(qz_DSFilters::BuildAVC1MediaType(
+        size, size, 0, AverageTimePerFrame(tables), AverageBitRate(tables), record.AVCProfileIndication,
+        record.AVCLevelIndication, {}, record.lengthSizeMinusOne + DWORD{1}, type));
+    return S_OK;
+}
+
+HRESULT BuildAvc(const MediaSource& source, const visual_sample_entry& visual, TrackMedia& media) {
     BuildVideoSyncIndex(source.tables);
     const auto avc_sample_entry = std::dynamic_pointer_cast<vio::mp4::avc_sample_entry>(source.entry);
     QZCheckCondition(avc_sample_entry != nullptr, E_UNEXPECTED);
@@ -40,7 +50,10 @@ HRESULT BuildAvc(const MediaSource& source, const visual_sample_entry&, TrackMed
     if (avcC == nullptr) return S_OK;
 
     qz_MPEGUtil::AVCDecoderConfigurationRecord record;
-    QZCheckHRESULT(record.Parse(avcC->record.data(), avcC->record.size()));
+    const HRESULT parsed = record.Parse(avcC->record.data(), avcC->record.size());
+    if (visual.type == fourcc("avc3") && record.configurationVersion == 1 && record.m_sps.empty())
+        return BuildAvcWithoutSets(record, visual, source.tables, media.mediaType);
+    QZCheckHRESULT(parsed);
     QZCheckHRESULT(record.CreateMediaType(media.mediaType));
     QZLogHRESULT(qz_DSFilters::SetAvgTimePerFrame(media.mediaType, AverageTimePerFrame(source.tables)));
     if (source.tables.total_duration != 0)

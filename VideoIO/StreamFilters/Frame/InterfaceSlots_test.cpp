@@ -30,7 +30,8 @@ TEST(InterfaceSlots, OfTheMultiplexersAreWhereTheyArePublished) {
                                                &IOverrideMediaType::SetOrientation);
     expect_slots<IRecordingPolicy, IUnknown>("IRecordingPolicy", 3, &IRecordingPolicy::SetKeepEveryUnit,
                                              &IRecordingPolicy::SetEveryRandomAccessPictureIsSync,
-                                             &IRecordingPolicy::SetTimescale, &IRecordingPolicy::SetKeepStartTime);
+                                             &IRecordingPolicy::SetTimescale, &IRecordingPolicy::SetKeepStartTime,
+                                             &IRecordingPolicy::SetMediaTimesAreDecodeTimes);
 }
 
 TEST(InterfaceSlots, OfTheDemultiplexerAreWhereTheyArePublished) {
@@ -40,7 +41,7 @@ TEST(InterfaceSlots, OfTheDemultiplexerAreWhereTheyArePublished) {
     expect_slots<IReadingPolicy, IUnknown>(
         "IReadingPolicy", 3, &IReadingPolicy::SetReadAvc3AsAvc1, &IReadingPolicy::SetKnowSegmentBoxes,
         &IReadingPolicy::SetEverySampleIsSyncWithoutTable, &IReadingPolicy::SetUseFragmentDecodeTimes,
-        &IReadingPolicy::SetSizePcmByEntry);
+        &IReadingPolicy::SetSizePcmByEntry, &IReadingPolicy::SetLeaveOutBrokenParts);
     expect_slots<qz_DSFilters::IStreamRate, IUnknown>("IStreamRate", 3, &qz_DSFilters::IStreamRate::GetRate);
     expect_slots<qz_DSFilters::IVideoOrientation, IUnknown>("IVideoOrientation", 3,
                                                             &qz_DSFilters::IVideoOrientation::GetOrientation);

@@ -1,0 +1,23 @@
+// Reading what may be broken.
+#pragma once
+
+#include "Logging/Checks.h"
+#include "VideoIO/StreamFilters/Demultiplexer/ReadingPolicy.h"
+
+#include <exception>
+
+namespace Norvane::MediaKit::Filters::details {
+
+/// Calls `read`, which throws for what cannot be read. When the host wants broken parts left out, that is told in the
+/// log and forgiven.
+template <class Read>
+void ReadPart(const ReadingPolicy& policy, Read read) {
+    if (!policy.leaveOutBrokenParts) return read();
+    try {
+        read();
+    } catch (const std::exception& error) {
+        QZReport(2, L"A broken part of the file is left out: %S", error.what());
+    }
+}
+
+}  // namespace Norvane::MediaKit::Filters::details
