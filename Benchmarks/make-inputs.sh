@@ -1,10 +1,13 @@
 #!/bin/sh
-# make-inputs.sh DIR: the inputs of the whole-file benchmarks, made once by repeating an encoded minute.
+# make-inputs.sh DIR MEDIAKIT: the inputs of the whole-file benchmarks, made once by repeating an encoded minute.
 #   big.h264, big.aac    about 1 GB of 1080p H.264 with B-frames, with stereo AAC
 #   tiny.h264, tiny.aac  ten hours of 160x120 at 20 frames a second with low-rate AAC:
 #                        2.4 million samples in about 300 MB
+#   big.mp4, tiny.mp4    both as recorded by the program MEDIAKIT; tenth.mp4 of the first hour, small.mp4 of the
+#                        first second of the ten hours
 set -eu
 dir=$1
+mediakit=$(realpath "$2")
 mkdir -p "$dir"
 cd "$dir"
 quiet="-hide_banner -loglevel error -y"
@@ -44,3 +47,24 @@ if [ ! -f tiny.done ]; then
   rm -f minute.h264 minute.aac
   touch tiny.done
 fi
+
+record() {  # record NAME VIDEO AUDIO
+  if [ ! -f "$1.mp4" ]; then
+    echo "Recording $1.mp4 ..." >&2
+    "$mediakit" record -q --force -o "$1.part" --video "$2" --audio "$3"
+    mv "$1.part" "$1.mp4"
+  fi
+}
+
+first() {  # first PART OF NAME: the first PART OF-ths of tiny.h264 and tiny.aac, recorded as NAME
+  [ ! -f "$3.mp4" ] || return 0
+  head -c $(($(wc -c < tiny.h264) * $1 / $2)) tiny.h264 > part.h264
+  head -c $(($(wc -c < tiny.aac) * $1 / $2)) tiny.aac > part.aac
+  record "$3" part.h264 part.aac
+  rm -f part.h264 part.aac
+}
+
+record big big.h264 big.aac
+record tiny tiny.h264 tiny.aac
+first 1 10 tenth
+first 1 36000 small
