@@ -265,6 +265,21 @@ TEST_F(DemuxSeekingThreads, GetOnWithStartingAndStopping) {
     for (std::size_t pin = 0; pin < 2; ++pin) expect_segment(m_play, pin, m_case.file, 5'000'000);
 }
 
+TEST_F(DemuxSeekingThreads, AreFreedByAStopWhenAReceiverKeepsEverySample) {
+    std::vector<ComPtr<IMediaSample>> kept;
+    m_play.recorder(1).on_receive = [&](IMediaSample* sample) {
+        kept.emplace_back(sample);
+        return S_OK;
+    };
+    ASSERT_EQ(m_play.run(), S_OK);
+    ASSERT_TRUE(m_play.recorder(1).wait_for_samples(10)) << "all that the allocator has";
+    std::thread seeker([&] { EXPECT_EQ(m_play.seek(m_case.master, 5'000'000), S_OK); });
+    while (!m_play.recorder(1).IsFlushing()) std::this_thread::yield();
+    EXPECT_EQ(m_play.stop(), S_OK);
+    seeker.join();
+    kept.clear();
+}
+
 TEST_F(DemuxSeekingThreads, LeavesAloneWhatIsNotConnected) {
     m_play.disconnect(0);
     ASSERT_EQ(m_play.seek(m_case.master, 9'000'000), S_OK);
