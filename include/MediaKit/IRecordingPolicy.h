@@ -23,6 +23,10 @@ struct IRecordingPolicy : IUnknown {
     /// an earlier one (decoder delay of audio) by an edit that begins behind it. Without it a track whose samples come
     /// in presentation order begins at 0.
     virtual HRESULT SetKeepStartTime(BOOL keep) = 0;
+    /// Non-zero: the media time of a video sample begins at its decode time, which counts from the same zero as its
+    /// start time and may lie before it; the track keeps these, and starts with the first. Without it, decode times are
+    /// worked out from the order of the start times.
+    virtual HRESULT SetMediaTimesAreDecodeTimes(BOOL are) = 0;
 
 protected:
     ~IRecordingPolicy() = default;

@@ -23,6 +23,11 @@ LiveSampleInfo InfoOf(IMediaSample& sample, const details::WrittenSample& writte
     return info;
 }
 
+REFERENCE_TIME DecodeTimeOf(IMediaSample& sample, REFERENCE_TIME otherwise) {
+    LONGLONG begin = 0, end = 0;
+    return SUCCEEDED(sample.GetMediaTime(&begin, &end)) ? begin : otherwise;
+}
+
 }  // namespace
 
 std::size_t ChunkWriter::Write(TrackInput& input, REFERENCE_TIME limit, bool forced) {
@@ -99,8 +104,9 @@ HRESULT ChunkWriter::WriteSample(TrackInput& input, const QueuedSample& entry) {
     m_movie.AddPayload(written.size);
     const LiveSampleInfo info = InfoOf(*entry.sample.get(), written);
     m_host.OnSampleWritten(input, info);
-    track.AppendSample({written.offset, info.start, written.size, info.sync}, info.stop,
-                       IsVideo(input.TrackMediaType()), input.TrackName());
+    const bool video = IsVideo(input.TrackMediaType());
+    if (video && track.decodeTimesAreGiven) track.AppendDecodeTime(DecodeTimeOf(*entry.sample.get(), info.start));
+    track.AppendSample({written.offset, info.start, written.size, info.sync}, info.stop, video, input.TrackName());
     return S_OK;
 }
 

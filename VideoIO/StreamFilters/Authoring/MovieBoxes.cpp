@@ -90,14 +90,16 @@ void AddEditList(mp4_writer& writer, box* trak, const movie_header_box& mvhd, Mo
 }
 
 void AddMediaHeader(mp4_writer& writer, box* mdia, const movie_header_box& mvhd, MovieTrack& track,
-                    REFERENCE_TIME start) {
+                    REFERENCE_TIME firstPresentation) {
     const auto mdhd = writer.add_box<media_header_box>(mdia);
     mdhd->timescale = track.timescale;
     mdhd->language = UndeterminedLanguage;
     SetTimes(*mdhd, mvhd.creation_time, mvhd.modification_time,
-             static_cast<std::uint64_t>(ToTicks(track.timescale, SubtractTimes(track.endTime, start))));
+             static_cast<std::uint64_t>(ToTicks(track.timescale, SubtractTimes(track.endTime, firstPresentation))));
     track.mdhd = mdhd;
 }
+
+bool KeepsStart(const MovieTrack& track) { return track.keepStart || track.decodeTimesAreGiven; }
 
 std::uint64_t DurationOf(const edit_list_box& elst) {
     std::uint64_t duration = 0;
@@ -151,7 +153,7 @@ std::shared_ptr<sample_table_box> AddTrack(mp4_writer& writer, box* moov, movie_
     AddTrackHeader(writer, trak.get(), mvhd, ref);
     AddEditList(writer, trak.get(), mvhd, *ref.track, edit);
     const auto mdia = writer.add_box<media_box>(trak.get());
-    AddMediaHeader(writer, mdia.get(), mvhd, *ref.track, edit.start);
+    AddMediaHeader(writer, mdia.get(), mvhd, *ref.track, edit.firstPresentation);
     writer.add_box<handler_box>(mdia.get())->handler_type = video ? fourcc("vide") : fourcc("soun");
     const auto minf = writer.add_box<media_information_box>(mdia.get());
     if (video)
@@ -183,7 +185,7 @@ void UpdateDurations(movie_header_box& mvhd, std::span<const MovieTrackRef> trac
         const std::uint64_t whole = mdhd->duration / mdhd->timescale;
         const std::uint64_t rest = mdhd->duration % mdhd->timescale;
         const std::uint64_t scaled = whole * mvhd.timescale + rest * mvhd.timescale / mdhd->timescale;
-        const std::uint64_t duration = ref.track->keepStart ? DurationOf(*ref.track->elst) : scaled;
+        const std::uint64_t duration = KeepsStart(*ref.track) ? DurationOf(*ref.track->elst) : scaled;
         auto& tkhd = *ref.track->tkhd;
         SetTimes(tkhd, tkhd.creation_time, tkhd.modification_time, duration);
         SetTimes(mvhd, mvhd.creation_time, mvhd.modification_time, std::max(mvhd.duration, duration));

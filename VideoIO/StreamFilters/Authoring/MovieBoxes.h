@@ -32,8 +32,10 @@ std::shared_ptr<vio::mp4::movie_header_box> AddMovieHeader(vio::mp4::mp4_writer&
 
 /// Where a track's media stand in the movie.
 struct TrackEdit {
-    REFERENCE_TIME start = 0;    ///< of the first presentation, when the track keeps it; behind 0 an empty edit
-    std::int64_t mediaTime = 0;  ///< ticks of the track: what is presented first
+    // See TrackTimeline. A start behind 0 is an empty edit.
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME firstPresentation = 0;
+    std::int64_t mediaTime = 0;
 };
 
 /// `trak` down to `stsd` with its entry; the answer is `stbl`, for the tables. `tkhd`, `mdhd` and `elst` are

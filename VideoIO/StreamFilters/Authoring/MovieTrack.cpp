@@ -81,7 +81,7 @@ HRESULT MovieTrack::CreateHandler(const CMediaType& type, IMediaSample* firstSam
 }
 
 void MovieTrack::NoteVideoArrival(REFERENCE_TIME start) {
-    if (!reorderDetected && start < lastStart) {
+    if (!reorderDetected && !decodeTimesAreGiven && start < lastStart) {
         reorderDetected = true;
         for (std::size_t i = 0; i < samples.size(); ++i) InsertInPresentationOrder(samples[i].start);
     }
@@ -98,6 +98,11 @@ void MovieTrack::AppendSample(MovieSample sample, REFERENCE_TIME stop, bool isVi
     }
     samples.push_back(sample);
     endTime = std::max(endTime, stop);
+}
+
+void MovieTrack::AppendDecodeTime(REFERENCE_TIME time) {
+    if (!presentationOrder.empty()) time = std::max(time, presentationOrder.back());
+    presentationOrder.push_back(time);
 }
 
 void MovieTrack::AppendChunk(std::size_t firstSample, std::uint64_t maxStcoOffset) {

@@ -51,7 +51,8 @@ struct MovieTrack {
     std::shared_ptr<vio::mp4::chunk_large_offset_box> co64;
 
     SegmentedVector<MovieSample> samples;
-    /// Start times of the samples once reorderDetected is set, in ascending order if the next field says so.
+    /// Start times of the samples once reorderDetected is set, in ascending order if the next field says so. Of a track
+    /// whose decode times are given, these instead.
     SegmentedVector<REFERENCE_TIME> presentationOrder;
     bool presentationOrderIsSorted = true;
     bool reorderDetected = false;  ///< a video sample started before the one received before it
@@ -71,6 +72,7 @@ struct MovieTrack {
     // A host's choices, see IRecordingPolicy.
     std::uint32_t wantedTimescale = 0;  ///< 0: the media type's
     bool keepStart = false;
+    bool decodeTimesAreGiven = false;
 
     /// Empties what belongs to one recording, before its first sample comes.
     void BeginRecording();
@@ -85,6 +87,10 @@ struct MovieTrack {
     /// Enters a sample that is in the file. A video track whose timescale cannot tell two start times apart
     /// goes over to 90000. `streamName` is for the log.
     void AppendSample(MovieSample sample, REFERENCE_TIME stop, bool isVideo, const wchar_t* streamName);
+
+    /// Of the sample that is appended next, when decode times are given. One that lies before the last is moved up to
+    /// it: a file cannot tell it.
+    void AppendDecodeTime(REFERENCE_TIME time);
 
     /// Enters the samples from `firstSample` on as a chunk. Nothing when there are none.
     void AppendChunk(std::size_t firstSample, std::uint64_t maxStcoOffset);

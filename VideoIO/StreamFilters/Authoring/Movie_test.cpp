@@ -171,6 +171,50 @@ TEST(Movie, KeepsTheStartOfATrackThatIsToKeepIt) {
     }
 }
 
+TEST(Movie, WritesDecodeTimesThatAreGiven) {
+    constexpr REFERENCE_TIME Tick = 200000;
+    struct Sample {
+        std::int64_t decode, start;
+    };
+    struct Case {
+        std::vector<Sample> samples;
+        std::vector<std::int64_t> decodeTimes, offsets;
+        std::size_t edits;
+        std::int64_t mediaTime;
+    };
+    for (const Case& test :
+         {Case{{{-4, 0}, {-2, 6}, {0, 2}, {2, 4}}, {0, 2, 4, 6}, {4, 8, 2, 2}, 1, 4},   // an encoder's delay
+          Case{{{10, 10}, {11, 11}, {19, 19}}, {0, 1, 9}, {}, 2, 0},                    // uneven, and late
+          Case{{{2, 2}, {4, 3}, {3, 4}}, {0, 2, 2}, {0, -1, 0}, 2, 0}}) {               // shown early; set back
+        Recording recording({VideoType(2 * Tick)});
+        MovieTrack& track = recording[0].Track();
+        track.timescale = 50;
+        track.rate = {50, 1};
+        track.decodeTimesAreGiven = true;
+        for (const Sample& sample : test.samples) {
+            recording[0].Add(sample.start * Tick, 2 * Tick, {1}, true);
+            LONGLONG begin = sample.decode * Tick, end = begin + 2 * Tick;
+            recording[0].State().queue.back().sample->SetMediaTime(&begin, &end);
+        }
+        recording.Finish();
+        const TrackTimeline timeline(track);
+        std::vector<std::int64_t> decodeTimes, offsets, starts;
+        for (std::size_t i = 0; i < timeline.size(); ++i) {
+            decodeTimes.push_back(timeline.DecodeTime(i));
+            offsets.push_back(timeline.CompositionTime(i) - timeline.DecodeTime(i));
+            starts.push_back(test.samples[i].start);
+        }
+        EXPECT_EQ(decodeTimes, test.decodeTimes);
+        EXPECT_EQ(timeline.HasCompositionOffsets(), !test.offsets.empty());
+        if (!test.offsets.empty()) {
+            EXPECT_EQ(offsets, test.offsets);
+        }
+        EXPECT_EQ(PresentedAt(track, timeline), starts);
+        EXPECT_EQ(track.elst->entries.size(), test.edits);
+        EXPECT_EQ(track.elst->entries.back().media_time, test.mediaTime);
+    }
+}
+
 TEST(Movie, OneSampleHasNoDurationTable) {
     Recording recording = Video();
     recording.Receive(0, 0, Frame, {9}, false);

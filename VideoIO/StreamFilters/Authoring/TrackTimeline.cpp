@@ -5,16 +5,36 @@
 namespace Norvane::MediaKit::Filters {
 
 TrackTimeline::TrackTimeline(MovieTrack& track) : m_track(track) {
-    const bool reordered = track.reorderDetected && !track.presentationOrder.empty();
-    if (reordered) {
+    m_ordered = (track.reorderDetected || track.decodeTimesAreGiven) && !track.presentationOrder.empty();
+    if (m_ordered && track.decodeTimesAreGiven)
+        FollowGivenDecodeTimes();
+    else
+        FollowPresentation(track);
+}
+
+void TrackTimeline::FollowPresentation(MovieTrack& track) {
+    if (m_ordered) {
         track.SortPresentationOrder();
         if (track.timeBase == MinTime) track.timeBase = track.presentationOrder.front();
+        m_timeBase = track.timeBase;
     }
-    if (track.keepStart && size() > 0) m_start = reordered ? track.timeBase : track.samples[0].start;
+    if (track.keepStart && size() > 0) m_start = m_ordered ? m_timeBase : track.samples[0].start;
+    m_firstPresentation = m_start;
     m_startTick = ToTicks(track.timescale, m_start);
-    if (!reordered) return;
+    if (!m_ordered) return;
     for (std::size_t i = 0; i < size(); ++i)
         m_minimalOffset = std::min(m_minimalOffset, SubtractTimes(StartTick(i), DecodeTime(i)));
+}
+
+/// As they are, also behind the composition time: then the offset is negative.
+void TrackTimeline::FollowGivenDecodeTimes() {
+    m_timeBase = m_start = m_track.presentationOrder.front();
+    m_startTick = ToTicks(m_track.timescale, m_start);
+    if (size() > 0) m_firstPresentation = m_track.samples[0].start;
+    for (std::size_t i = 0; i < size(); ++i) {
+        m_composed = m_composed || StartTick(i) != DecodeTime(i);
+        m_firstPresentation = std::min(m_firstPresentation, m_track.samples[i].start);
+    }
 }
 
 std::int64_t TrackTimeline::FirstMediaTime() const {
@@ -23,8 +43,8 @@ std::int64_t TrackTimeline::FirstMediaTime() const {
 }
 
 std::int64_t TrackTimeline::DecodeTime(std::size_t sample) const {
-    if (!m_track.reorderDetected || sample >= m_track.presentationOrder.size()) return StartTick(sample);
-    return ToTicks(m_track.timescale, SubtractTimes(m_track.presentationOrder[sample], m_track.timeBase));
+    if (!m_ordered || sample >= m_track.presentationOrder.size()) return StartTick(sample);
+    return ToTicks(m_track.timescale, SubtractTimes(m_track.presentationOrder[sample], m_timeBase));
 }
 
 }  // namespace Norvane::MediaKit::Filters

@@ -165,6 +165,10 @@ HRESULT MP4MediaMuxInputPin::SetTimescale(DWORD unitsPerSecond) {
 
 HRESULT MP4MediaMuxInputPin::SetKeepStartTime(BOOL keep) { return SetPolicy(m_track.keepStart, keep != FALSE); }
 
+HRESULT MP4MediaMuxInputPin::SetMediaTimesAreDecodeTimes(BOOL are) {
+    return SetPolicy(m_track.decodeTimesAreGiven, are != FALSE);
+}
+
 template <class Field, class Value>
 HRESULT MP4MediaMuxInputPin::SetPolicy(Field& field, Value value) {
     const CAutoLock lock(m_pLock);

@@ -80,6 +80,7 @@ public:
     HRESULT SetEveryRandomAccessPictureIsSync(BOOL sync) override;
     HRESULT SetTimescale(DWORD unitsPerSecond) override;
     HRESULT SetKeepStartTime(BOOL keep) override;
+    HRESULT SetMediaTimesAreDecodeTimes(BOOL are) override;
 
 private:
     HRESULT ApplyTypeOf(IMediaSample& sample);

@@ -155,6 +155,8 @@ TEST_F(MuxPins, PoliciesAreForTheTimeBeforeTheFirstSample) {
     EXPECT_EQ(policy->SetTimescale(12800), S_OK);
     EXPECT_EQ(policy->SetKeepStartTime(TRUE), S_OK);
     EXPECT_TRUE(Input(0).Track().keepStart);
+    EXPECT_EQ(policy->SetMediaTimesAreDecodeTimes(TRUE), S_OK);
+    EXPECT_TRUE(Input(0).Track().decodeTimesAreGiven);
     EXPECT_EQ(policy->SetKeepEveryUnit(FALSE), S_OK);
     EXPECT_FALSE(Input(0).Track().handlerOptions.keepEveryH265Unit);
     Play();
