@@ -25,8 +25,7 @@ void AddProgressOption(CLI::App& verb, CommonOptions& options) {
 void AddFileOptions(CLI::App& verb, FileOptions& options, const std::string& json) {
     verb.add_option("FILE", options.file, "The MP4 file to read")->required()->type_name("");
     verb.add_flag("--strict", options.strict,
-                  "Without what the tool asks of the reader beyond its defaults: avc3 entries, boxes of segmented\n"
-                  "files, sync samples without a table of them, decode times of fragments, sizes of grouped PCM");
+                  "Read as the filters do by themselves, without the allowances for files of other writers");
     AddCommonOptions(verb, options, json);
 }
 

@@ -16,9 +16,9 @@ struct ContainerFacts {
     std::string majorBrand;  ///< empty without `ftyp`
     std::uint32_t minorVersion = 0;
     std::vector<std::string> compatibleBrands;
-    bool fragmented = false;               ///< `moov` has an `mvex`
-    std::uint64_t fragments = 0;           ///< `moof` boxes
-    std::optional<std::uint64_t> moov;     ///< offsets of the first one
+    bool fragmented = false;            ///< `moov` has an `mvex`
+    std::uint64_t fragments = 0;        ///< `moof` boxes
+    std::optional<std::uint64_t> moov;  ///< offsets of the first one
     std::optional<std::uint64_t> mdat;
     std::optional<std::uint64_t> created;  ///< seconds since 1904-01-01 in universal time; 0 in files that do not tell
     std::optional<REFERENCE_TIME> duration;  ///< as `mvhd` says, 100 ns

@@ -57,8 +57,7 @@ TEST(ContainerFacts, KeepQuietAboutWhatCannotBe) {
     EXPECT_EQ(Read(make_box("moov", MovieHeader(0, 0, 0))).duration, std::nullopt);
     EXPECT_EQ(Read(make_box("moov", MovieHeader(0, 0, 7))).duration, std::nullopt);
     EXPECT_EQ(Read(make_box("moov", MovieHeader(0, 1, 7))).CreationText(), "");
-    const box_builder farAway =
-        make_full_box("mvhd", 1, 0, box_builder().u64(~0ull).u64(0).u32(1).u64(~0ull));
+    const box_builder farAway = make_full_box("mvhd", 1, 0, box_builder().u64(~0ull).u64(0).u32(1).u64(~0ull));
     EXPECT_EQ(Read(make_box("moov", farAway)).duration, std::nullopt);
     EXPECT_EQ(Read(make_box("moov", farAway)).CreationText(), "");
     EXPECT_EQ(Read(make_box("moov", make_full_box("mvhd", 0, 0, box_builder().u16(1)))).duration, std::nullopt);

@@ -71,7 +71,8 @@ std::string LayoutText(const ContainerFacts& container) {
 
 std::string BrandsText(const ContainerFacts& container) {
     if (container.majorBrand.empty()) return {};
-    std::string text = "  brands: " + container.majorBrand + " (version " + std::to_string(container.minorVersion) + ")";
+    std::string text =
+        "  brands: " + container.majorBrand + " (version " + std::to_string(container.minorVersion) + ")";
     for (const std::string& brand : container.compatibleBrands) text += " " + brand;
     return text + "\n";
 }

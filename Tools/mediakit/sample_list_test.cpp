@@ -106,7 +106,8 @@ TEST_F(SampleListTest, IsOneJsonObjectWithAllThatIsKnown) {
 TEST_F(SampleListTest, IsALineASampleAsText) {
     std::istringstream lines(List(MakeTextSampleList, m_rows, ""));
     std::string title, heads, first, second;
-    std::getline(lines, title) && std::getline(lines, heads) && std::getline(lines, first) && std::getline(lines, second);
+    std::getline(lines, title) && std::getline(lines, heads) && std::getline(lines, first) &&
+        std::getline(lines, second);
     EXPECT_EQ(first, "       0       0.0000020      -0.0400000       0.0000001         9  S--    cbf43926");
     EXPECT_EQ(second, "       1       0.0000000       0.0000000       0.0000000         0  -PD");
     // Each column ends where its head does.

@@ -190,7 +190,9 @@ CLI::App* AddSamplesVerb(CLI::App& program, SamplesOptions& options) {
     verb->footer(kSamplesFooter);
     AddProgressOption(*verb, options);
     AddFileOptions(*verb, options, "Print one JSON object");
-    verb->add_option("--pin", options.pin, "One pin alone; 0 is Output_0")->type_name("N");
+    verb->add_option("--pin", options.pin, "One pin alone; 0 is Output_0")
+        ->check(CLI::NonNegativeNumber.description(""))
+        ->type_name("N");
     verb->add_option("--from", options.from, "Seek there first")->type_name("TIME");
     verb->add_flag("--hash", options.hash, "With the CRC-32 of each sample's bytes");
     verb->final_callback([&options] { ReadStart(options); });

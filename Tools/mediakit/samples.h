@@ -3,15 +3,15 @@
 
 #include <optional>
 
-#include "Tools/mediakit/common_options.h"
 #include "Platform/Com/Types.h"
+#include "Tools/mediakit/common_options.h"
 
 namespace mediakit_tool {
 
 struct SamplesOptions : FileOptions {
     std::optional<std::size_t> pin;
-    std::string from;                          ///< as given, see start
-    std::optional<REFERENCE_TIME> start;       ///< of --from
+    std::string from;                     ///< as given, see start
+    std::optional<REFERENCE_TIME> start;  ///< of --from
     bool hash = false;
 };
 

@@ -28,8 +28,8 @@ struct CodecName {
 };
 
 const CodecName kCodecs[] = {
-    {&MEDIASUBTYPE_AVC1, "H.264"},         {&MEDIASUBTYPE_HVC1, "H.265"},     {&MEDIASUBTYPE_MP4V, "MPEG-4 Part 2"},
-    {&MEDIASUBTYPE_MJPG, "Motion JPEG"},   {&MEDIASUBTYPE_DOLBY_AC3, "AC-3"}, {&MEDIASUBTYPE_PCM, "PCM"},
+    {&MEDIASUBTYPE_AVC1, "H.264"},       {&MEDIASUBTYPE_HVC1, "H.265"},     {&MEDIASUBTYPE_MP4V, "MPEG-4 Part 2"},
+    {&MEDIASUBTYPE_MJPG, "Motion JPEG"}, {&MEDIASUBTYPE_DOLBY_AC3, "AC-3"}, {&MEDIASUBTYPE_PCM, "PCM"},
     {&MEDIASUBTYPE_RAW_AAC1, "AAC"},
 };
 
@@ -41,9 +41,8 @@ struct NumberName {
 };
 
 // ISO/IEC 14496-3, table 1.17
-constexpr NumberName kAacProfiles[] = {{1, "Main"},        {2, "LC"},           {3, "SSR"},  {4, "LTP"},
-                                       {5, "HE-AAC"},      {17, "ER LC"},       {23, "LD"},  {29, "HE-AAC v2"},
-                                       {39, "ELD"},        {42, "xHE-AAC"}};
+constexpr NumberName kAacProfiles[] = {{1, "Main"},   {2, "LC"},  {3, "SSR"},        {4, "LTP"},  {5, "HE-AAC"},
+                                       {17, "ER LC"}, {23, "LD"}, {29, "HE-AAC v2"}, {39, "ELD"}, {42, "xHE-AAC"}};
 
 // ISO/IEC 14496-2, table G.1
 constexpr NumberName kMpeg4Profiles[] = {
