@@ -25,15 +25,21 @@ void taken(std::size_t size) {
     }
 }
 
-void given_back(std::size_t size) { s_held.fetch_sub(size, std::memory_order_relaxed); }
+void given_back(std::size_t size) {
+    s_held.fetch_sub(size, std::memory_order_relaxed);
+}
 
 }  // namespace
 
 namespace mediakit_fuzz {
 
-allocation_meter::allocation_meter() : m_before(s_held.load()) { s_peak = m_before; }
+allocation_meter::allocation_meter() : m_before(s_held.load()) {
+    s_peak = m_before;
+}
 
-std::size_t allocation_meter::peak() const { return s_peak.load() - m_before; }
+std::size_t allocation_meter::peak() const {
+    return s_peak.load() - m_before;
+}
 
 }  // namespace mediakit_fuzz
 
@@ -43,7 +49,9 @@ std::size_t allocation_meter::peak() const { return s_peak.load() - m_before; }
 
 namespace {
 
-void on_malloc(const volatile void*, std::size_t size) { taken(size); }
+void on_malloc(const volatile void*, std::size_t size) {
+    taken(size);
+}
 // What was taken before the hooks were in place is never in the count: wrapping keeps differences right.
 void on_free(const volatile void* memory) {
     if (memory != nullptr) given_back(__sanitizer_get_allocated_size(const_cast<const void*>(memory)));
@@ -86,12 +94,18 @@ void* allocate_or_throw(std::size_t size, std::size_t alignment) {
 }  // namespace
 
 // The array forms and those that throw nothing go through these by the standard library's own definitions.
-void* operator new(std::size_t size) { return allocate_or_throw(size, kFront); }
+void* operator new(std::size_t size) {
+    return allocate_or_throw(size, kFront);
+}
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return allocate_or_throw(size, static_cast<std::size_t>(alignment));
 }
-void operator delete(void* memory) noexcept { release(memory, kFront); }
-void operator delete(void* memory, std::size_t) noexcept { release(memory, kFront); }
+void operator delete(void* memory) noexcept {
+    release(memory, kFront);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    release(memory, kFront);
+}
 void operator delete(void* memory, std::align_val_t alignment) noexcept {
     release(memory, static_cast<std::size_t>(alignment));
 }

@@ -1,10 +1,10 @@
 // The box tree of a file, walked as the demultiplexer walks it.
+#include <vector>
+
 #include "Fuzz/harness.h"
 #include "Testing/Kit/memory_async_reader.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
 #include "VideoIO/StreamFilters/Demultiplexer/AsyncReaderByteStream.h"
-
-#include <vector>
 
 namespace mediakit_fuzz {
 namespace {
@@ -25,8 +25,9 @@ const std::vector<family>& families() {
         {fourcc("minf"), {fourcc("vmhd"), fourcc("smhd"), fourcc("dinf"), fourcc("stbl")}},
         {fourcc("dinf"), {fourcc("dref")}},
         {fourcc("stbl"),
-         {fourcc("stsd"), fourcc("stts"), fourcc("ctts"), fourcc("cslg"), fourcc("stss"), fourcc("stsc"), fourcc("stsz"),
-          fourcc("stz2"), fourcc("stco"), fourcc("co64"), fourcc("sdtp"), fourcc("sgpd"), fourcc("sbgp")}},
+         {fourcc("stsd"), fourcc("stts"), fourcc("ctts"), fourcc("cslg"), fourcc("stss"), fourcc("stsc"),
+          fourcc("stsz"), fourcc("stz2"), fourcc("stco"), fourcc("co64"), fourcc("sdtp"), fourcc("sgpd"),
+          fourcc("sbgp")}},
         {fourcc("mvex"), {fourcc("mehd"), fourcc("trex")}},
         {fourcc("moof"), {fourcc("mfhd"), fourcc("traf")}},
         {fourcc("traf"), {fourcc("tfhd"), fourcc("tfdt"), fourcc("trun")}},

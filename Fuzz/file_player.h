@@ -11,6 +11,7 @@ struct playing {
     bool threads = false;  ///< in a running graph; else the pins are driven by the caller, which is far quicker
     /// Played to the end, then sought, and without threads played to the end again. 100 ns.
     std::vector<REFERENCE_TIME> seeks;
+    std::size_t most_samples = ~std::size_t{0};  ///< of a pin; without threads only
 };
 
 struct played {

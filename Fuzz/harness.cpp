@@ -1,28 +1,29 @@
 #include "Fuzz/harness.h"
 
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+
 #include "Logging/LogSink.h"
 #include "VideoIO/MPEGUtil/StartCode.h"
 
-#include <cstdio>
-#include <cstdlib>
-
 namespace mediakit_fuzz {
-namespace {
 
-/// Reports are composed, which reads what they tell of, and go nowhere.
-bool drop_reports() {
-    qz_log::set_report_level(5);
-    qz_log::set_sink([](const qz_log::record&) {});
-    return true;
+void drop_reports() {
+    static std::once_flag s_once;
+    std::call_once(s_once, [] {
+        qz_log::set_report_level(5);
+        qz_log::set_sink([](const qz_log::record&) {});
+    });
 }
-
-}  // namespace
 
 trial::trial(std::size_t input_size) : m_input_size(input_size) {
-    [[maybe_unused]] static const bool s_dropping = drop_reports();
+    drop_reports();
 }
 
-trial::~trial() { require(m_meter.peak() <= memory_allowed(m_input_size), "more memory than the input allows"); }
+trial::~trial() {
+    require(m_meter.peak() <= memory_allowed(m_input_size), "more memory than the input allows");
+}
 
 void require(bool condition, const char* text) {
     if (condition) return;

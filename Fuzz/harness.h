@@ -2,12 +2,12 @@
 // keeps the input, and the replay of the corpus fails.
 #pragma once
 
-#include "Fuzz/allocation_meter.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
+
+#include "Fuzz/allocation_meter.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
@@ -15,6 +15,9 @@ namespace mediakit_fuzz {
 
 using bytes = std::vector<std::uint8_t>;
 using bytes_view = std::span<const std::uint8_t>;
+
+/// All reports are composed from now on, which reads what they tell of, and go nowhere.
+void drop_reports();
 
 /// For one input: all reports are made and dropped, and at the end the memory held on the way is within what the input
 /// allows.

@@ -1,11 +1,11 @@
 // A byte stream cut into NAL units and frames, given in pieces. The first byte chooses the codec and the pieces.
+#include <algorithm>
+#include <memory>
+
 #include "Fuzz/harness.h"
 #include "VideoIO/MPEGUtil/AVC_Spl.h"
 #include "VideoIO/MPEGUtil/NALUnitSplitter.h"
 #include "VideoIO/MPEGUtil/ScannerBase.h"
-
-#include <algorithm>
-#include <memory>
 
 namespace mediakit_fuzz {
 namespace {
@@ -27,7 +27,10 @@ public:
         m_piece = std::make_unique<std::uint8_t[]>(size);
         std::ranges::copy(m_rest.first(size), m_piece.get());
         m_rest = m_rest.subspan(size);
-        buffer = {.time = m_time++, .base = m_piece.get(), .offset = 0, .size = static_cast<std::uint32_t>(size),
+        buffer = {.time = m_time++,
+                  .base = m_piece.get(),
+                  .offset = 0,
+                  .size = static_cast<std::uint32_t>(size),
                   .flags = (m_choice & 64) != 0 ? nal_buffer::complete : 0};
         return true;
     }

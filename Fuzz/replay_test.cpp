@@ -1,12 +1,13 @@
 // Runs every harness over its corpus: seeds, and the inputs that once were faults.
-#include "Fuzz/harness.h"
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <string>
+
+#include "Fuzz/harness.h"
 
 // The build gives each harness's entry a name of its own, and their list.
 #define HARNESS(name) extern "C" int name##_fuzz(const std::uint8_t*, std::size_t);
@@ -20,7 +21,9 @@ struct harness {
     int (*run)(const std::uint8_t*, std::size_t);
 };
 
-std::ostream& operator<<(std::ostream& out, const harness& of) { return out << of.name; }
+std::ostream& operator<<(std::ostream& out, const harness& of) {
+    return out << of.name;
+}
 
 class FuzzCorpus : public testing::TestWithParam<harness> {};
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# run.sh BUILD SECONDS [NAME...]: runs each harness (or those named) one after the other, from its corpus. What is new goes
-# to BUILD/fuzz-corpus, what is a fault to BUILD/fuzz-faults. Fails when there was one.
+# run.sh BUILD SECONDS [NAME...]: runs each harness (or those named) one after the other, from its corpus. What is new
+# goes to BUILD/fuzz-corpus, what is a fault to BUILD/fuzz-faults. Fails when there was one.
 set -u
 build=$1 seconds=$2
 shift 2

@@ -6,17 +6,23 @@
 
 namespace Norvane::MediaKit::Filters::details {
 
-/// A table of a few bytes can claim billions of samples. No file holds more samples than bytes, and no two samples of
-/// real files share bytes: what claims more is cut to what the file can hold. One budget serves all tracks of a file.
+/// A table of a few bytes can claim billions of samples. Samples of real files have two bytes and more, and no two of
+/// them share bytes: what claims more is cut. One budget serves all tracks of a file.
+///
+/// A record and its place in the sync index take 48 bytes, so that 24 go to each byte of the file; boxes without content
+/// take 30 more, sample buffers 10. Together that stays below the 64 that a reader may take for each.
 class ReadingBudget {
 public:
     explicit ReadingBudget(std::uint64_t fileSize)
-        : m_fileSize(fileSize), m_records(fileSize + kFreeRecords), m_bufferBytes(fileSize + kFreeBufferBytes) {}
+        : m_fileSize(fileSize), m_records(fileSize / 2 + kFreeRecords), m_bufferBytes(fileSize + kFreeBufferBytes) {}
 
     std::uint64_t FileSize() const { return m_fileSize; }
-    /// Takes sample records out of the budget: as many as wanted or as are left.
-    std::uint64_t TakeRecords(std::uint64_t wanted) { return Take(m_records, wanted); }
-    /// The same for the bytes of a sample buffer.
+    /// Takes sample records out of the budget: as many as wanted or, when that is more than are left, half of those:
+    /// the track is broken, and the others are to play.
+    std::uint64_t TakeRecords(std::uint64_t wanted) {
+        return Take(m_records, wanted <= m_records ? wanted : m_records / 2);
+    }
+    /// Takes bytes of a sample buffer: as many as wanted or as are left.
     std::uint64_t TakeBufferBytes(std::uint64_t wanted) { return Take(m_bufferBytes, wanted); }
 
 private:

@@ -242,7 +242,7 @@ TEST(SampleTable, ClaimsCostNoMoreThanTheFileIsLarge) {
         std::size_t records;
         std::size_t logged;
     } cases[] = {
-        {"all in one chunk", {.stsc = {{1, 0xFFFFFFFF, 1}}, .size = 1, .count = 0xFFFFFFFF}, kVideo, 65536 + 5000, 1},
+        {"all in one chunk", {.stsc = {{1, 0xFFFFFFFF, 1}}, .size = 1, .count = 0xFFFFFFFF}, kVideo, (65536 + 5000 / 2) / 2, 1},
         {"in few chunks", {.stsc = {{1, 2, 1}}, .size = 1, .count = 0xFFFFFFFF, .stco = {1, 2}}, kVideo, 4, 0},
         {"in few chunks of sound",
          {.stts = {{0xFFFFFFFF, 1}}, .stsc = {{1, 1, 1}}, .size = 1, .count = 0xFFFFFFFF, .stco = {1, 2}},
@@ -270,7 +270,7 @@ TEST(SampleTable, TracksShareOneBudget) {
     BuildTrackTables(BoxesOf(kVideo), boxes, {}, budget, first);
     BuildTrackTables(BoxesOf(kVideo), boxes, {}, budget, second);
     EXPECT_EQ(first.index_.size(), 40000U);
-    EXPECT_EQ(second.index_.size(), 25536U);
+    EXPECT_EQ(second.index_.size(), 25536U / 2);  // and leaves as many to a third
 }
 
 TEST(TypicalDuration, IsThatOfMostSamples) {
