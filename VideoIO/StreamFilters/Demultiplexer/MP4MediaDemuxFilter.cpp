@@ -65,7 +65,8 @@ HRESULT MP4MediaDemuxFilter::Open(IAsyncReader* reader) {
     m_reader = reader;
     m_facts = {};
     m_parser = details::MakeFileParser(m_stream, m_policy);
-    details::ReadPart(m_policy, [&] { m_parser->parse(); });
+    vio::mp4::mp4_parser& parser = *m_parser;
+    details::ReadPart(m_policy, [&] { parser.parse(); });
     return CheckMovie();
 }
 

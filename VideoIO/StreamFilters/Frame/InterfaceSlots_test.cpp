@@ -1,5 +1,6 @@
 #include "MediaKit/IMP4MediaDemuxFilter.h"
 #include "MediaKit/IMPEG4Mux.h"
+#include "MediaKit/IMediaSampleMarker.h"
 #include "MediaKit/IOverrideMediaType.h"
 #include "MediaKit/IPerformanceInfoProvider.h"
 #include "MediaKit/IReadingPolicy.h"
@@ -46,6 +47,11 @@ TEST(InterfaceSlots, OfTheDemultiplexerAreWhereTheyArePublished) {
     expect_slots<qz_DSFilters::IVideoOrientation, IUnknown>("IVideoOrientation", 3,
                                                             &qz_DSFilters::IVideoOrientation::GetOrientation);
     expect_slots<ITrackInformation, IUnknown>("ITrackInformation", 3, &ITrackInformation::GetTrackInformation);
+    using qz_DSFilters::IMediaSampleMarker;
+    expect_slots<IMediaSampleMarker, IUnknown>(
+        "IMediaSampleMarker", 3, &IMediaSampleMarker::SetMarkerValue, &IMediaSampleMarker::GetMarkerValue,
+        &IMediaSampleMarker::SetMarkerOffset, &IMediaSampleMarker::GetMarkerOffset,
+        &IMediaSampleMarker::SetMarkerTime, &IMediaSampleMarker::GetMarkerTime);
 }
 
 }  // namespace Norvane::MediaKit::Filters
