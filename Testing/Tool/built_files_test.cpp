@@ -116,6 +116,12 @@ const BuiltCase kCases[] = {
     {"QuickTimeSoundVersion2NoWave", [] {
          return movie_file{.tracks = {SoundTrack(QuickTimeEntry(2, 2, 48000, AacDescriptor()), 9, 4)}};
      }},
+    {"PlayedFromTheMiddle", [] {
+         auto file = Both();
+         file.tracks[0].edits = {{360, 3}};
+         file.tracks[1].edits = {{300, 1000}};
+         return file;
+     }},
     {"FragmentsWithExplicitBase", [] {
          auto file = Both();
          file.fragments = {.samples = 5, .samples_per_run = 2, .default_base_moof = false, .explicit_base = true};

@@ -57,6 +57,19 @@ TEST_F(Extracting, RawIsTheSamplesAsTheyLieInTheFile) {
     EXPECT_EQ(m_folder.Read("out"), std::string({0, 0, 0, 2, 0x65, 1, 9, 9, 9}));
 }
 
+TEST_F(Extracting, WhatEditsHideIsThereToo) {
+    movie_track track{.handler = "soun", .timescale = 48000, .entry = mp4a_entry(0x6B, {}), .with_stss = false};
+    std::string wanted;
+    for (char c = 'a'; c < 'k'; ++c) {
+        track.samples.push_back({{static_cast<std::uint8_t>(c)}, 1152});
+        wanted += c;
+    }
+    track.edits = {{100, 1152 * 5}};
+    WriteMovie("edited.mp4", {.tracks = {track}});
+    EXPECT_THAT(m_folder.Tool("extract edited.mp4 -o out").out, HasSubstr("MPEG audio, 10 samples"));
+    EXPECT_EQ(m_folder.Read("out"), wanted);
+}
+
 TEST_F(Extracting, SaysWhatIsWrongAndLeavesNothingBehind) {
     m_folder.Write("text", "All work and no play makes Jack a dull boy.\n");
     m_folder.Write("empty", "");
@@ -117,6 +130,21 @@ TEST_F(Extracting, AFailingWriteNamesFileAndByte) {
     const RunResult full = m_folder.Tool("extract -q in.mp4 -o - >/dev/full");
     EXPECT_EQ(full.status, 1);
     EXPECT_THAT(full.err, HasSubstr("standard output: byte 0: writing failed: no space left on the disk"));
+}
+
+// Who reads the stream has stopped for now, with more to come than a pipe holds.
+TEST_F(Extracting, AnInterruptEndsIt) {
+    m_folder.Run("for i in 1 2 3 4 5 6 7 8 9; do cat clip.h264; done >long.h264");
+    ASSERT_EQ(m_folder.Tool("record -q -o long.mp4 --video long.h264").status, 0);
+    const RunResult run = m_folder.Run(
+        "mkfifo pipe\n(sleep 1; cat) <pipe >got &\n"
+        "timeout --preserve-status -s INT 0.5 " MEDIAKIT_PROGRAM
+        " extract long.mp4 -o - >pipe\nstatus=$?\nwait\nexit $status");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("interrupted; extracted standard output"));
+    const auto got = std::filesystem::file_size(m_folder.Path("got"));
+    EXPECT_GT(got, 100'000u);
+    EXPECT_LT(got, std::filesystem::file_size(m_folder.Path("long.h264")) * 9 / 10);
 }
 
 // The data end in the middle of a sample: what is in front of it is there, and the error is told.

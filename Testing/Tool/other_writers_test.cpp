@@ -56,7 +56,6 @@ const FileCase kCases[] = {
     {"Mpeg4", "in.mp4", "-c:v mpeg4 -g 10 -bf 2 -c:a libmp3lame"},
     {"Mpeg4LowRates", "in.mp4", "-c:v mpeg4 -vf setsar=16/11 -c:a mp2 -ar 22050 -ac 2"},
     {"MotionJpeg", "in.mp4", "-c:v mjpeg -pix_fmt yuvj420p -c:a aac -ac 6 -b:a 200k"},
-    {"Rotated", "in.mp4", BOTH "-metadata:s:v rotate=90"},
     {"MovTwos", "in.mov", X264 "-c:a pcm_s16be"},
     {"MovSowtStereo", "in.mov", X264 "-c:a pcm_s16le -ac 2"},
     {"MovSoundVersion1", "in.mov", BOTH},
@@ -74,6 +73,20 @@ TEST_P(FilesOfOtherWriters, AreReadAsTheyReadThemselves) {
     folder.Ffmpeg(std::string(kInputs) + one.arguments + " " + one.file);
     ExpectSamplesAsPeer(folder, one.file, one.expectation);
     ExpectExtractsAsPeer(folder, one.file);
+}
+
+// The peer writes the matrix of a stream that it copies, and counts its rotation against the clock.
+TEST(OtherWriters, TurnsOfPicturesAreTold) {
+    const WorkFolder folder;
+    folder.Ffmpeg(std::string(kInputs) + BOTH "in.mp4");
+    for (const char* turn : {"0", "90", "180", "270"}) {
+        folder.Ffmpeg(std::string("-i in.mp4 -c copy -metadata:s:v rotate=") + turn + " turned.mp4");
+        const auto stream = folder.Probe("turned.mp4", "-show_streams")["streams"][0];
+        const int wanted = stream.contains("side_data_list") ? stream["side_data_list"][0]["rotation"].get<int>() : 0;
+        const auto info = nlohmann::json::parse(folder.Tool("info --json turned.mp4").out, nullptr, false);
+        EXPECT_EQ(info["tracks"][0]["rotation"], (360 - wanted) % 360) << turn;
+        EXPECT_EQ(std::string(turn) == "0", wanted == 0);
+    }
 }
 
 // By itself the demultiplexer knows sync samples by their table alone, and no avc3.

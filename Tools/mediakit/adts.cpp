@@ -163,21 +163,17 @@ std::optional<AacConfig> MakeAacConfig(const AdtsHeader& header, std::span<const
     return AacConfig{config.Take(), header.SampleRate(), channels};
 }
 
+// syncword, MPEG-4, layer 0, no checksum; profile, frequency, channels; length; variable bit rate, one block
 std::array<std::uint8_t, AdtsHeader::kSize> AdtsHeader::Bytes(std::size_t dataSize) const {
-    const auto length = static_cast<unsigned>(dataSize + kSize);
-    BitWriter header;
-    header.Write(0xFFF1, 16);  // syncword, MPEG-4, layer 0, no checksum
-    header.Write(objectType - 1u, 2);
-    header.Write(frequencyIndex, 4);
-    header.Write(0, 1);  // private_bit
-    header.Write(channelConfiguration, 3);
-    header.Write(0, 4);  // original_copy, home, copyright identification
-    header.Write(length, 13);
-    header.Write(0x7FF, 11);  // variable bit rate
-    header.Write(0, 2);       // one block
-    std::array<std::uint8_t, kSize> bytes{};
-    std::ranges::copy(header.Take(), bytes.begin());
-    return bytes;
+    const std::size_t length = dataSize + kSize;
+    const auto byte = [](std::size_t value) { return static_cast<std::uint8_t>(value); };
+    return {0xFF,
+            0xF1,
+            byte((objectType - 1u) << 6 | frequencyIndex << 2u | channelConfiguration >> 2u),
+            byte((channelConfiguration & 3u) << 6 | length >> 11),
+            byte(length >> 3),
+            byte((length & 7) << 5 | 0x1F),
+            0xFC};
 }
 
 AdtsStream ReadSpecificConfig(std::span<const std::uint8_t> config) {

@@ -25,6 +25,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr DWORD kTick = 200;  // milliseconds between looks at the progress
 constexpr const char* kStandardOutput = "-";
+/// Sound that an edit hides lies before time 0. 100 ns; some three years.
+constexpr REFERENCE_TIME kBeforeAll = -1'000'000'000'000'000;
 
 constexpr const char* kExtractFooter =
     "H.264 and H.265 come as Annex B with parameter sets, AAC as ADTS, PCM as WAVE; MPEG audio, AC-3\n"
@@ -112,7 +114,8 @@ bool Extractor::FindStream() {
 
 bool Extractor::Write() {
     m_consumer.emplace(*m_writer, m_output, m_messages, m_options.file + ": " + m_stream->name);
-    if (!m_graph.ConnectTap(*m_stream, *m_consumer)) return Fail(m_options.file + ": " + m_graph.Failure());
+    if (!m_graph.ConnectTap(*m_stream, *m_consumer) || !m_graph.Seek(kBeforeAll))
+        return Fail(m_options.file + ": " + m_graph.Failure());
     const DWORD error = m_output.Open(m_options.output);
     if (error != NO_ERROR) return Fail(OutputName() + ": cannot be created: " + SystemErrorText(error));
     bool written = m_writer->Begin(m_output);
