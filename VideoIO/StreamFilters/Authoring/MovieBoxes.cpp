@@ -90,12 +90,12 @@ void AddEditList(mp4_writer& writer, box* trak, const movie_header_box& mvhd, Mo
 }
 
 void AddMediaHeader(mp4_writer& writer, box* mdia, const movie_header_box& mvhd, MovieTrack& track,
-                    REFERENCE_TIME firstPresentation) {
+                    REFERENCE_TIME start) {
     const auto mdhd = writer.add_box<media_header_box>(mdia);
     mdhd->timescale = track.timescale;
     mdhd->language = UndeterminedLanguage;
     SetTimes(*mdhd, mvhd.creation_time, mvhd.modification_time,
-             static_cast<std::uint64_t>(ToTicks(track.timescale, SubtractTimes(track.endTime, firstPresentation))));
+             static_cast<std::uint64_t>(ToTicks(track.timescale, SubtractTimes(track.endTime, start))));
     track.mdhd = mdhd;
 }
 
@@ -153,7 +153,7 @@ std::shared_ptr<sample_table_box> AddTrack(mp4_writer& writer, box* moov, movie_
     AddTrackHeader(writer, trak.get(), mvhd, ref);
     AddEditList(writer, trak.get(), mvhd, *ref.track, edit);
     const auto mdia = writer.add_box<media_box>(trak.get());
-    AddMediaHeader(writer, mdia.get(), mvhd, *ref.track, edit.firstPresentation);
+    AddMediaHeader(writer, mdia.get(), mvhd, *ref.track, edit.start);
     writer.add_box<handler_box>(mdia.get())->handler_type = video ? fourcc("vide") : fourcc("soun");
     const auto minf = writer.add_box<media_information_box>(mdia.get());
     if (video)

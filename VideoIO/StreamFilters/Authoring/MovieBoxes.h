@@ -34,7 +34,6 @@ std::shared_ptr<vio::mp4::movie_header_box> AddMovieHeader(vio::mp4::mp4_writer&
 struct TrackEdit {
     // See TrackTimeline. A start behind 0 is an empty edit.
     REFERENCE_TIME start = 0;
-    REFERENCE_TIME firstPresentation = 0;
     std::int64_t mediaTime = 0;
 };
 

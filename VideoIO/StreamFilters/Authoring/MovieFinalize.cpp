@@ -42,7 +42,7 @@ void Movie::BuildMoov() {
     m_mvhd = AddMovieHeader(m_writer, m_moov.get(), MovieTimescale(m_tracks), m_clock());
     for (const MovieTrackRef& ref : m_tracks) {
         const TrackTimeline timeline(*ref.track);
-        const auto stbl = AddTrack(m_writer, m_moov.get(), *m_mvhd, ref, {timeline.Start(), timeline.FirstPresentation(), timeline.FirstMediaTime()});
+        const auto stbl = AddTrack(m_writer, m_moov.get(), *m_mvhd, ref, {timeline.Start(), timeline.FirstMediaTime()});
         AddSampleTables(m_writer, stbl.get(), *ref.track, timeline, *ref.mediaType);
     }
     AddUserData(m_writer, m_moov.get(), m_settings.metadata);

@@ -184,6 +184,7 @@ TEST(Movie, WritesDecodeTimesThatAreGiven) {
     };
     for (const Case& test :
          {Case{{{-4, 0}, {-2, 6}, {0, 2}, {2, 4}}, {0, 2, 4, 6}, {4, 8, 2, 2}, 1, 4},   // an encoder's delay
+          Case{{{0, 4}, {2, 8}, {4, 6}}, {0, 2, 4}, {4, 6, 2}, 2, 4},                   // the same, without an edit
           Case{{{10, 10}, {11, 11}, {19, 19}}, {0, 1, 9}, {}, 2, 0},                    // uneven, and late
           Case{{{2, 2}, {4, 3}, {3, 4}}, {0, 2, 2}, {0, -1, 0}, 2, 0}}) {               // shown early; set back
         Recording recording({VideoType(2 * Tick)});

@@ -19,8 +19,7 @@ void TrackTimeline::FollowPresentation(MovieTrack& track) {
         m_timeBase = track.timeBase;
     }
     if (track.keepStart && size() > 0) m_start = m_ordered ? m_timeBase : track.samples[0].start;
-    m_firstPresentation = m_start;
-    m_startTick = ToTicks(track.timescale, m_start);
+    m_originTick = ToTicks(track.timescale, m_start);
     if (!m_ordered) return;
     for (std::size_t i = 0; i < size(); ++i)
         m_minimalOffset = std::min(m_minimalOffset, SubtractTimes(StartTick(i), DecodeTime(i)));
@@ -28,18 +27,19 @@ void TrackTimeline::FollowPresentation(MovieTrack& track) {
 
 /// As they are, also behind the composition time: then the offset is negative.
 void TrackTimeline::FollowGivenDecodeTimes() {
-    m_timeBase = m_start = m_track.presentationOrder.front();
-    m_startTick = ToTicks(m_track.timescale, m_start);
-    if (size() > 0) m_firstPresentation = m_track.samples[0].start;
+    m_timeBase = m_track.presentationOrder.front();
+    m_originTick = ToTicks(m_track.timescale, m_timeBase);
+    if (size() > 0) m_start = m_track.samples[0].start;
     for (std::size_t i = 0; i < size(); ++i) {
         m_composed = m_composed || StartTick(i) != DecodeTime(i);
-        m_firstPresentation = std::min(m_firstPresentation, m_track.samples[i].start);
+        m_start = std::min(m_start, m_track.samples[i].start);
     }
 }
 
 std::int64_t TrackTimeline::FirstMediaTime() const {
-    const std::int64_t presented = SubtractTimes(0, m_minimalOffset);
-    return m_startTick < 0 ? SubtractTimes(presented, m_startTick) : presented;
+    const std::int64_t start = ToTicks(m_track.timescale, m_start);
+    const std::int64_t composed = SubtractTimes(SubtractTimes(start, m_originTick), m_minimalOffset);
+    return SubtractTimes(composed, std::min<std::int64_t>(start, 0));
 }
 
 std::int64_t TrackTimeline::DecodeTime(std::size_t sample) const {

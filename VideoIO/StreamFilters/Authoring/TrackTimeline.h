@@ -23,11 +23,9 @@ public:
     std::int64_t CompositionTime(std::size_t sample) const { return SubtractTimes(StartTick(sample), m_minimalOffset); }
     /// Least composition minus decode time before the shift; 0 when that is not negative.
     std::int64_t MinimalOffset() const { return m_minimalOffset; }
-    /// Time at which the track is to start, by its edit list; 0 for a track that does not keep it.
+    /// Earliest start time among the samples, which the edit list tells; 0 for a track that does not keep it.
     REFERENCE_TIME Start() const { return m_start; }
-    /// Earliest start time among the samples; 0 for a track that does not keep its start.
-    REFERENCE_TIME FirstPresentation() const { return m_firstPresentation; }
-    /// Media time of what is presented first, or at 0 when the start lies before that.
+    /// Composition time of what is presented first, or at 0 when the start lies before that.
     std::int64_t FirstMediaTime() const;
 
 private:
@@ -35,7 +33,7 @@ private:
     void FollowGivenDecodeTimes();
     std::int64_t StartTick(std::size_t sample) const {
         const std::int64_t tick = ToTicks(m_track.timescale, m_track.samples[sample].start);
-        return SubtractTimes(tick, m_startTick);
+        return SubtractTimes(tick, m_originTick);
     }
 
     const MovieTrack& m_track;
@@ -43,8 +41,7 @@ private:
     bool m_composed = false;  ///< given decode times differ from the composition times
     REFERENCE_TIME m_timeBase = 0;
     REFERENCE_TIME m_start = 0;
-    REFERENCE_TIME m_firstPresentation = 0;
-    std::int64_t m_startTick = 0;
+    std::int64_t m_originTick = 0;  ///< start time at decode time 0
     std::int64_t m_minimalOffset = 0;
 };
 
