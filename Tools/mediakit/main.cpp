@@ -12,6 +12,7 @@
 #include "Tools/mediakit/extract.h"
 #include "Tools/mediakit/info.h"
 #include "Tools/mediakit/record.h"
+#include "Tools/mediakit/remux.h"
 #include "Tools/mediakit/samples.h"
 
 namespace {
@@ -49,6 +50,7 @@ void AddVerbs(Verbs& verbs) {
     verbs.Add(AddInfoVerb, Info);
     verbs.Add(AddSamplesVerb, ListSamples);
     verbs.Add(AddExtractVerb, Extract);
+    verbs.Add(AddRemuxVerb, Remux);
     verbs.Add(AddBoxesVerb, Boxes);
 }
 

@@ -4,13 +4,12 @@
 #include <string>
 #include <vector>
 
-#include "MediaKit/IMPEG4Mux.h"
 #include "Platform/Com/ComPtr.h"
-#include "Platform/DirectShow/IBaseFilter.h"
 #include "Platform/DirectShow/IGraphBuilder.h"
 #include "Platform/DirectShow/IMediaControl.h"
 #include "Platform/DirectShow/IMediaEvent.h"
 #include "Tools/mediakit/elementary_source.h"
+#include "Tools/mediakit/movie_output.h"
 #include "Tools/mediakit/record_options.h"
 
 namespace mediakit_tool {
@@ -31,24 +30,22 @@ public:
 
     const std::string& Failure() const { return m_failure; }
     /// Start time of what has reached the file on all tracks, 100 ns.
-    REFERENCE_TIME Position() const;
+    REFERENCE_TIME Position() const { return m_output.Position(); }
     /// Set while the graph has an event to tell.
     HANDLE EventHandle() const;
     /// Takes what the graph has to tell. False when a filter has given up; see Failure.
     bool HandleEvents();
 
 private:
-    bool MakeFilters();
-    bool Configure(const RecordOptions& options);
     bool AddSource(const RecordOptions& options, const SourceFeed& feed, HANDLE endEvent);
     bool Check(HRESULT hr, const std::string& what);
+    /// Of the output.
+    bool Check(bool done);
 
     ComPtr<IGraphBuilder> m_graph;
     ComPtr<IMediaControl> m_control;
     ComPtr<IMediaEvent> m_events;
-    ComPtr<IBaseFilter> m_multiplexer;
-    ComPtr<qz_MPEGSystemFilters::IMPEG4Mux> m_settings;
-    ComPtr<IBaseFilter> m_sink;
+    MovieOutput m_output;
     std::size_t m_sources = 0;
     std::string m_failure;
 };

@@ -1,0 +1,243 @@
+#include "Tools/mediakit/remux.h"
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstdio>
+#include <exception>
+#include <optional>
+
+#include "Tools/mediakit/disk_guard.h"
+#include "Tools/mediakit/interrupt.h"
+#include "Tools/mediakit/log_watch.h"
+#include "Tools/mediakit/messages.h"
+#include "Tools/mediakit/output_file.h"
+#include "Tools/mediakit/progress.h"
+#include "Tools/mediakit/remux_graph.h"
+#include "Tools/mediakit/remux_summary.h"
+#include "Tools/mediakit/system_error.h"
+
+namespace mediakit_tool {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr DWORD kTick = 200;  // milliseconds between looks at the progress
+
+constexpr const char* kRemuxFooter =
+    "H.264, H.265 and AAC are copied with their times; H.265 without its delimiters. A track of another\n"
+    "kind is left out, and the summary says so. Ctrl-C ends the copy; the file is finished.\n"
+    "Exit status: 0 done, 1 failed, 2 wrong usage.";
+
+class Remuxer {
+public:
+    explicit Remuxer(const RemuxOptions& options)
+        : m_options(options),
+          m_messages(options.quiet),
+          m_log(m_messages, options.logLevel),
+          m_disk(
+              options.output, 1, [this] { return Samples(); }, [] {}) {}
+
+    int Run();
+
+private:
+    bool Prepare();
+    bool Copy();
+    void WatchUntilEnd();
+    void CheckGraph();
+    void CheckWriting();
+    void Interrupt();
+    void GiveUp(const std::string& error);
+    /// The first error is the one to tell.
+    bool Fail(const std::string& error);
+    void DescribeTracks();
+    bool NoTracks();
+    void Summarize();
+    int Report();
+
+    std::uint64_t Samples() const;
+    ProgressState State() const;
+    double Seconds() const { return std::chrono::duration<double>(Clock::now() - m_begin).count(); }
+
+    const RemuxOptions m_options;
+    Messages m_messages;
+    LogWatch m_log;
+    InterruptWatch m_interrupt;
+    DiskGuard m_disk;
+    RemuxControl m_control{m_disk};
+    std::optional<RemuxGraph> m_graph;
+    const Clock::time_point m_begin = Clock::now();
+    RemuxSummary m_summary;
+    bool m_copied = false;  ///< the graph ran
+    bool m_giveUp = false;  ///< stop without waiting for the tracks
+};
+
+int Remuxer::Run() {
+    m_summary.input = m_options.file;
+    m_summary.output = m_options.output;
+    try {
+        m_copied = Prepare() && Copy();
+    } catch (const std::exception& failure) {
+        Fail(failure.what());
+    }
+    return Report();
+}
+
+bool Remuxer::Prepare() {
+    const std::string objection = OutputObjection(m_options.output, {m_options.file}, m_options.force);
+    if (!objection.empty()) return Fail(m_options.output + ": " + objection);
+    m_graph.emplace(m_log, m_control);
+    if (!m_graph->Open(m_options.file, {m_options.strict})) return Fail(m_options.file + ": " + m_graph->Failure());
+    if (m_graph->Source().Streams().empty())
+        return Fail(m_options.file + ": " + m_graph->Source().NoStreamsText());
+    if (!m_graph->Build({.path = m_options.output, .faststart = m_options.faststart, .software = {}, .title = {}}))
+        return Fail(m_options.output + ": " + m_graph->Failure());
+    DescribeTracks();
+    return !m_graph->Tracks().empty() || NoTracks();
+}
+
+bool Remuxer::NoTracks() {
+    std::string why;
+    for (const LeftOutTrack& track : m_summary.leftOut) why += (why.empty() ? ": " : "; ") + ToText(track);
+    return Fail(m_options.file + ": has no track that can be copied" + why);
+}
+
+void Remuxer::DescribeTracks() {
+    const auto origin = [](const Stream& stream) {
+        return TrackOrigin{stream.name, stream.track.trackId, stream.Entry(), FactsOf(stream)};
+    };
+    for (const auto& track : m_graph->Tracks()) m_summary.tracks.push_back({.origin = origin(*track.stream)});
+    for (const auto& track : m_graph->TracksLeftOut()) m_summary.leftOut.push_back({origin(*track.stream), track.reason});
+}
+
+bool Remuxer::Copy() {
+    m_log.Arm();
+    m_disk.Arm();
+    if (!m_graph->Source().Run()) {
+        Fail(m_options.output + ": " + m_graph->Failure());
+        m_graph.reset();
+        RemoveIfEmpty(m_options.output);
+        return false;
+    }
+    WatchUntilEnd();
+    m_control.finish = true;
+    if (!m_graph->Source().Stop()) Fail(m_options.file + ": " + m_graph->Failure());
+    CheckGraph();
+    CheckWriting();
+    if (m_disk.Full())
+        Fail(m_options.output + ": byte " + std::to_string(OutputSize(m_options.output)) +
+             ": the disk is full; the copy ends where its index still fits");
+    Summarize();
+    return true;
+}
+
+void Remuxer::WatchUntilEnd() {
+    Progress progress(m_messages, m_options);
+    const HANDLE events[] = {m_control.changed, m_graph->Source().EventHandle(), m_interrupt.Event()};
+    while (!m_graph->AllEnded() && !m_giveUp) {
+        const DWORD count = m_summary.interrupted ? 2 : 3;
+        if (WaitForMultipleObjects(count, events, FALSE, kTick) == WAIT_OBJECT_0 + 2) Interrupt();
+        CheckGraph();
+        CheckWriting();
+        progress.Update(State());
+    }
+    progress.End();
+}
+
+/// What one track cannot read ends that track: the others go on, unless they would wait for it.
+void Remuxer::CheckGraph() {
+    if (!m_graph->Source().HandleEvents()) Fail(m_options.file + ": " + m_graph->Failure());
+    if (m_graph->Blocked()) m_giveUp = true;
+    const HRESULT hr = m_graph->Refused();
+    if (hr != S_OK) GiveUp("the multiplexer takes no more samples: " + ResultText(hr));
+}
+
+void Remuxer::CheckWriting() {
+    if (!m_log.Failed()) return;
+    GiveUp(m_options.output + ": byte " + std::to_string(OutputSize(m_options.output)) +
+           ": writing failed: " + m_log.Reason());
+}
+
+void Remuxer::Interrupt() {
+    m_summary.interrupted = true;
+    m_control.finish = true;
+}
+
+void Remuxer::GiveUp(const std::string& error) {
+    if (!m_giveUp) Fail(error);
+    m_giveUp = true;
+}
+
+bool Remuxer::Fail(const std::string& error) {
+    if (m_summary.error.empty()) m_summary.error = error;
+    return false;
+}
+
+std::uint64_t Remuxer::Samples() const {
+    std::uint64_t samples = 0;
+    for (const auto& track : m_graph->Tracks()) samples += track.progress->samples;
+    return samples;
+}
+
+ProgressState Remuxer::State() const {
+    std::uint64_t bytes = 0, all = 0;
+    for (const auto& track : m_graph->Tracks()) {
+        bytes += track.progress->bytes;
+        all += track.stream->track.totalBytes;
+    }
+    return {bytes, all, m_graph->Position(), Seconds()};
+}
+
+void Remuxer::Summarize() {
+    for (std::size_t i = 0; i < m_summary.tracks.size(); ++i) {
+        const RemuxProgress& progress = *m_graph->Tracks()[i].progress;
+        CopiedTrack& track = m_summary.tracks[i];
+        track.samples = progress.samples;
+        track.syncSamples = progress.syncSamples;
+        track.end = progress.end;
+        if (progress.damaged > 0)
+            m_messages.Warning(m_options.file + ": " + track.origin.pin + ": " + std::to_string(progress.damaged) +
+                               " damaged samples; what could be read of them was copied");
+        if (!m_summary.interrupted && m_summary.error.empty() &&
+            track.samples != m_graph->Tracks()[i].stream->track.sampleCount)
+            Fail(m_options.file + ": " + track.origin.pin + ": not all of its samples were copied");
+    }
+    m_graph.reset();
+    m_summary.wallSeconds = Seconds();
+    m_summary.fileSize = OutputSize(m_options.output);
+    if (m_summary.fileSize == 0) {
+        Fail(m_options.output + ": nothing was copied");
+    } else if (!IsFinishedRecording(m_options.output)) {
+        Fail(m_options.output + ": the file could not be finished; it has no index");
+    }
+    RemoveIfEmpty(m_options.output);
+}
+
+int Remuxer::Report() {
+    if (!m_summary.error.empty()) m_messages.Error(m_summary.error);
+    m_summary.warnings = m_messages.Warnings();
+    if (m_options.json)
+        std::fputs(ToJson(m_summary).c_str(), stdout);
+    else if (m_copied && !m_options.quiet && m_summary.fileSize > 0)
+        std::fputs(ToText(m_summary).c_str(), stdout);
+    return m_summary.error.empty() ? 0 : 1;
+}
+
+}  // namespace
+
+CLI::App* AddRemuxVerb(CLI::App& program, RemuxOptions& options) {
+    CLI::App* verb = program.add_subcommand("remux", "Copy the tracks of an MP4 file into a new one");
+    verb->footer(kRemuxFooter);
+    AddProgressOption(*verb, options);
+    AddFileOptions(*verb, options, "Print the summary as one JSON object");
+    verb->add_option("-o,--output", options.output, "The MP4 file to write")->required()->type_name("OUT.mp4");
+    verb->add_flag("--faststart", options.faststart, "Put the index in front of the data");
+    verb->add_flag("--force", options.force, "Replace an existing output");
+    return verb;
+}
+
+int Remux(const RemuxOptions& options) {
+    return Remuxer(options).Run();
+}
+
+}  // namespace mediakit_tool

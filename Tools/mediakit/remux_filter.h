@@ -1,0 +1,119 @@
+// Between a pin of the demultiplexer and one of the multiplexer: makes samples fit, counts them, and can end the stream.
+#pragma once
+
+#include <atomic>
+
+#include "Platform/Com/ComPtr.h"
+#include "Platform/DirectShow/CBaseFilter.h"
+#include "Platform/DirectShow/CBaseInputPin.h"
+#include "Platform/DirectShow/CBaseOutputPin.h"
+#include "Platform/Kernel/Event.h"
+#include "Tools/mediakit/copy_allocator.h"
+#include "Tools/mediakit/disk_guard.h"
+#include "Tools/mediakit/sample_adapter.h"
+
+namespace mediakit_tool {
+
+/// How far a track has come. Written by its thread, read by any.
+struct RemuxProgress {
+    std::atomic<std::uint64_t> samples{0};
+    std::atomic<std::uint64_t> syncSamples{0};
+    std::atomic<std::uint64_t> damaged{0};
+    std::atomic<std::uint64_t> bytes{0};  ///< as they came
+    std::atomic<REFERENCE_TIME> end{0};   ///< latest stop time, 100 ns
+    std::atomic<HRESULT> refused{S_OK};   ///< how the multiplexer answered when it took no more
+    std::atomic<bool> ended{false};       ///< nothing more goes on
+};
+
+/// What all tracks of a copy share. Outlives their filters.
+struct RemuxControl {
+    explicit RemuxControl(DiskGuard& guard) : disk(guard) {}
+
+    DiskGuard& disk;
+    CAMEvent changed;                 ///< a track has ended
+    std::atomic<bool> finish{false};  ///< every track ends with its next sample
+};
+
+class RemuxFilter;
+
+/// Samples come on the demultiplexer's thread. Its allocator is offered by this pin, with more buffers for tracks of a
+/// high rate: the multiplexer keeps the samples of a track until all tracks have a chunk's span.
+class RemuxInput final : public CBaseInputPin {
+public:
+    RemuxInput(RemuxFilter& filter, CCritSec& lock, HRESULT* phr);
+
+    IMemAllocator* Allocator() const { return m_pAllocator; }
+
+    HRESULT CheckMediaType(const CMediaType*) override { return S_OK; }
+    HRESULT GetAllocatorRequirements(ALLOCATOR_PROPERTIES* pProps) override;
+    HRESULT Active() override;
+    HRESULT Inactive() override;
+    HRESULT Receive(IMediaSample* pSample) override;
+    HRESULT EndOfStream() override;
+    HRESULT BeginFlush() override;
+    HRESULT EndFlush() override;
+    HRESULT NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop, double dRate) override;
+
+private:
+    RemuxFilter& m_filter;
+};
+
+/// Hands on the upstream's samples, or copies of them; the allocator told is the upstream's in any case. To be connected
+/// after the input.
+class RemuxOutput final : public CBaseOutputPin {
+public:
+    RemuxOutput(RemuxFilter& filter, CCritSec& lock, HRESULT* phr);
+
+    HRESULT CheckMediaType(const CMediaType* pmt) override;
+    HRESULT GetMediaType(int iPosition, CMediaType* pMediaType) override;
+    HRESULT DecideAllocator(IMemInputPin* pPin, IMemAllocator** pAlloc) override;
+    HRESULT DecideBufferSize(IMemAllocator*, ALLOCATOR_PROPERTIES*) override { return S_OK; }
+
+private:
+    RemuxFilter& m_filter;
+};
+
+class RemuxFilter final : public CBaseFilter {
+public:
+    /// `buffers`: samples of the track that may wait downstream. `edit`: what the demultiplexer takes from start times
+    /// and not from media times (100 ns); here it is taken from these too. Progress and control outlive the filter's
+    /// running.
+    RemuxFilter(AdaptedStream stream, LONG buffers, REFERENCE_TIME edit, RemuxProgress& progress, RemuxControl& control, HRESULT* phr);
+
+    int GetPinCount() override { return 2; }
+    CBasePin* GetPin(int n) override;
+
+    RemuxInput& Input() { return m_input; }
+    RemuxOutput& Output() { return m_output; }
+    const CMediaType& OfferedType() const { return m_stream.type; }
+    LONG Buffers() const { return m_buffers; }
+
+    // For the pins, on the streaming thread.
+    HRESULT Pass(IMediaSample& sample);
+    HRESULT NoteEnd();
+    // For the pins, when the filter leaves the stopped state and when it returns to it.
+    HRESULT Begin();
+    HRESULT End();
+
+private:
+    /// Leaves the bytes that are to go on in the sample itself, or makes a copy with them.
+    HRESULT Adapt(IMediaSample& sample, ComPtr<IMediaSample>& adapted);
+    HRESULT Copy(IMediaSample& from, ComPtr<IMediaSample>& copy);
+    void MoveMediaTime(IMediaSample& sample) const;
+    bool DiskHasRoom(std::uint64_t bytes);
+    void Count(IMediaSample& sample, std::uint64_t bytes);
+
+    CCritSec m_lock{"RemuxFilter", LockRank::Filter};
+    const AdaptedStream m_stream;
+    const LONG m_buffers;
+    const REFERENCE_TIME m_edit;
+    RemuxProgress& m_progress;
+    RemuxControl& m_control;
+    RemuxInput m_input;
+    RemuxOutput m_output;
+    ComPtr<CopyAllocator> m_copies;
+    std::vector<std::uint8_t> m_copy;  ///< the streaming thread's
+    std::uint64_t m_granted = 0;       ///< the same: bytes that the disk has room for
+};
+
+}  // namespace mediakit_tool

@@ -1,0 +1,97 @@
+#include "Tools/mediakit/remux_graph.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "Tools/mediakit/frame_rate.h"
+#include "Tools/mediakit/system_error.h"
+
+namespace mediakit_tool {
+
+namespace {
+
+using Norvane::MediaKit::Filters::TrackInformation;
+
+/// What the multiplexer keeps of a track at least before it writes is a quarter of a second.
+constexpr double kSecondsKept = 2;
+/// 100 ns; a year.
+constexpr double kFarthestEdit = 365.0 * 86400 * 1e7;
+constexpr LONG kLeastBuffers = 100;
+constexpr LONG kMostBuffers = 8192;
+/// Behind this rate the units of 100 ns between the filters cannot tell all ticks apart.
+constexpr DWORD kFinestTimescale = 5'000'000;
+
+LONG BuffersFor(const TrackInformation& track) {
+    const double seconds = static_cast<double>(track.duration) / static_cast<double>(kUnitsPerSecond);
+    const double wanted = seconds > 0 ? kSecondsKept * static_cast<double>(track.sampleCount) / seconds : 0;
+    return static_cast<LONG>(std::clamp<double>(wanted, kLeastBuffers, kMostBuffers));
+}
+
+/// In 100 ns.
+REFERENCE_TIME EditOf(const TrackInformation& track) {
+    const double seconds = track.timescale > 0 ? static_cast<double>(track.edit) / track.timescale : 0;
+    return std::llround(std::clamp(seconds * static_cast<double>(kUnitsPerSecond), -kFarthestEdit, kFarthestEdit));
+}
+
+TrackSettings SettingsFor(const Stream& stream) {
+    TrackSettings settings;
+    if (stream.IsVideo()) settings.orientation = stream.orientation;
+    if (stream.track.timescale <= kFinestTimescale) settings.timescale = stream.track.timescale;
+    settings.keepStart = settings.decodeTimes = true;
+    return settings;
+}
+
+}  // namespace
+
+bool RemuxGraph::Build(const MovieOutputSettings& settings) {
+    if (!m_output.Make(*m_source.Graph(), settings)) return Fail(m_output.Failure());
+    for (const Stream& stream : m_source.Streams())
+        if (!AddTrack(stream)) return false;
+    return m_tracks.empty() || m_output.ConnectSink() || Fail(m_output.Failure());
+}
+
+bool RemuxGraph::AddTrack(const Stream& stream) {
+    AdaptedStream adapted = AdaptForMultiplexer(stream.type, stream.track);
+    if (!m_output.Accepts(adapted.type)) {
+        m_leftOut.push_back({&stream, "the multiplexer writes H.264, H.265 and AAC only"});
+        return true;
+    }
+    if (stream.track.sampleCount == 0) {
+        m_leftOut.push_back({&stream, "it has no samples"});
+        return true;
+    }
+    auto progress = std::make_unique<RemuxProgress>();
+    HRESULT hr = S_OK;
+    auto* const filter = new RemuxFilter(std::move(adapted), BuffersFor(stream.track), EditOf(stream.track), *progress, m_control, &hr);
+    const ComPtr<IBaseFilter> counted(filter);
+    IGraphBuilder& graph = *m_source.Graph();
+    const std::wstring name = L"Remux " + std::to_wstring(stream.number);
+    if (SUCCEEDED(hr)) hr = graph.AddFilter(filter, name.c_str());
+    if (SUCCEEDED(hr)) hr = graph.ConnectDirect(stream.pin.get(), &filter->Input(), nullptr);
+    if (FAILED(hr)) return Fail("connecting " + stream.name + ": " + ResultText(hr));
+    if (!m_output.AddTrack(filter->Output(), SettingsFor(stream))) return Fail(m_output.Failure());
+    m_tracks.push_back({&stream, std::move(progress)});
+    return true;
+}
+
+bool RemuxGraph::AllEnded() const {
+    return std::ranges::all_of(m_tracks, [](const Track& track) { return track.progress->ended.load(); });
+}
+
+bool RemuxGraph::Blocked() const {
+    return std::ranges::any_of(
+        m_tracks, [](const Track& track) { return track.progress->ended && track.progress->samples == 0; });
+}
+
+HRESULT RemuxGraph::Refused() const {
+    for (const Track& track : m_tracks)
+        if (const HRESULT hr = track.progress->refused; hr != S_OK) return hr;
+    return S_OK;
+}
+
+bool RemuxGraph::Fail(const std::string& text) {
+    if (m_failure.empty()) m_failure = text;
+    return false;
+}
+
+}  // namespace mediakit_tool
