@@ -142,7 +142,7 @@ TEST_F(Reading, WithoutStrictOtherWritersFilesPlay) {
     EXPECT_EQ(info["tracks"][0]["samples"], 150);
     const RunResult strict = m_folder.Tool("info --strict segments.mp4");
     EXPECT_EQ(strict.status, 1);
-    EXPECT_THAT(strict.err, HasSubstr("it has no track for it: "));
+    EXPECT_THAT(strict.err, HasSubstr("no track that can be played: "));
     EXPECT_THAT(strict.err, HasSubstr("Unknown visual sample entry type avc3"));
 }
 

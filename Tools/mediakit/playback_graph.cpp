@@ -86,6 +86,8 @@ void SwitchAllOn(IReadingPolicy& policy) {
     policy.SetEverySampleIsSyncWithoutTable(TRUE);
     policy.SetUseFragmentDecodeTimes(TRUE);
     policy.SetSizePcmByEntry(TRUE);
+    policy.SetLeaveOutBrokenParts(TRUE);
+    policy.SetHeedEmptyEdits(TRUE);
 }
 
 }  // namespace
@@ -160,7 +162,7 @@ void PlaybackGraph::FindStreams() {
 }
 
 std::string PlaybackGraph::NoStreamsText() const {
-    std::string text = "cannot be played: it has no track for it";
+    std::string text = "cannot be played: no track that can be played";
     const auto complaints = m_log.Complaints();
     const std::size_t shown = std::min(complaints.size(), kMostReasons);
     for (std::size_t i = 0; i < shown; ++i) text += (i == 0 ? ": " : "; ") + complaints[complaints.size() - shown + i];
