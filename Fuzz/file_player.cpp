@@ -102,6 +102,7 @@ private:
         policy->SetUseFragmentDecodeTimes(TRUE);
         policy->SetSizePcmByEntry(TRUE);
         policy->SetLeaveOutBrokenParts(TRUE);
+        policy->SetHeedEmptyEdits(TRUE);
     }
 
     void connect_pins() {

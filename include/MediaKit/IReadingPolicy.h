@@ -26,6 +26,9 @@ struct IReadingPolicy : IUnknown {
     /// What cannot be read is left out and told in the log: a track, a fragment, the top level from a box on that is cut
     /// off. Without it one broken box refuses the file.
     virtual HRESULT SetLeaveOutBrokenParts(BOOL leaveOut) = 0;
+    /// Empty edits in front of a track's first media make it start later. Without it they are passed over, and the track
+    /// starts with the others.
+    virtual HRESULT SetHeedEmptyEdits(BOOL heed) = 0;
 
 protected:
     ~IReadingPolicy() = default;

@@ -155,4 +155,8 @@ HRESULT MP4MediaDemuxFilter::SetLeaveOutBrokenParts(BOOL leaveOut) {
     return SetPolicy(&details::ReadingPolicy::leaveOutBrokenParts, leaveOut);
 }
 
+HRESULT MP4MediaDemuxFilter::SetHeedEmptyEdits(BOOL heed) {
+    return SetPolicy(&details::ReadingPolicy::heedEmptyEdits, heed);
+}
+
 }  // namespace Norvane::MediaKit::Filters

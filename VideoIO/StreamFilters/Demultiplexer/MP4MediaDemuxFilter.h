@@ -63,6 +63,7 @@ public:
     HRESULT SetUseFragmentDecodeTimes(BOOL use) override;
     HRESULT SetSizePcmByEntry(BOOL byEntry) override;
     HRESULT SetLeaveOutBrokenParts(BOOL leaveOut) override;
+    HRESULT SetHeedEmptyEdits(BOOL heed) override;
 
 private:
     HRESULT SetPolicy(bool details::ReadingPolicy::*choice, BOOL value);

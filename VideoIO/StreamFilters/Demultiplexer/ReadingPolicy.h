@@ -11,6 +11,7 @@ struct ReadingPolicy {
     bool useFragmentDecodeTimes = false;
     bool sizePcmByEntry = false;
     bool leaveOutBrokenParts = false;
+    bool heedEmptyEdits = false;
 };
 
 }  // namespace Norvane::MediaKit::Filters::details

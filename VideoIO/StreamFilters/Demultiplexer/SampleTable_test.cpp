@@ -324,6 +324,36 @@ TEST(EditList, MovesByTheFirstEditThatShowsMedia) {
     }
 }
 
+TEST(EditList, EmptyEditsInFrontDelayATrackWhenTheyAreHeeded) {
+    constexpr auto most = std::numeric_limits<std::uint64_t>::max();
+    const struct {
+        std::vector<edit_list_box::entry> edits;
+        std::uint32_t timescale;  // of the movie; the media's is 1000
+        std::int64_t edit;
+    } cases[] = {
+        {{{500, -1}, {250, -1}, {1000, 1024}, {900, -1}}, 500, 1024 - 1500},
+        {{{1000, 1024}, {500, -1}}, 500, 1024},
+        {{{500, -1}}, 500, 0},
+        {{{500, -1}, {1, 3}}, 0, 3},
+        {{{most, -1}, {most, -1}, {1, 0}}, 1, -std::numeric_limits<std::int64_t>::max()},
+    };
+    for (const auto& c : cases) {
+        TrackBoxes boxes = BoxesOf(kVideo);
+        boxes.mvhd = std::make_shared<movie_header_box>();
+        boxes.mvhd->timescale = c.timescale;
+        boxes.elst = std::make_shared<edit_list_box>();
+        boxes.elst->entries = c.edits;
+        TrackTables tables = EmptyTables();
+        ReadingBudget budget(100);
+        ASSERT_EQ(tables.timescale(), 1000u);
+        EXPECT_EQ(BuildTrackTables(boxes, Claim{.ctts = {{1, 7}}, .sizes = {1}}.Boxes(), {.heedEmptyEdits = true},
+                                   budget, tables),
+                  S_OK);
+        EXPECT_EQ(tables.edit, c.edit);
+        EXPECT_EQ(tables.index_[0].cts, 7 - c.edit);
+    }
+}
+
 TEST(TrackTimes, AreCutInWholeNumbersOfAnySize) {
     constexpr auto highest = std::numeric_limits<std::int64_t>::max();
     EXPECT_EQ(CutToReferenceTime(1, 3), 3333333);

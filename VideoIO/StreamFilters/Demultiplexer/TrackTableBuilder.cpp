@@ -17,12 +17,25 @@ using namespace vio::mp4;
 
 constexpr std::int64_t kEmptyEdit = -1;
 
-/// The first edit that shows media decides where the presentation begins; nothing else of the list is used.
-void ApplyEdits(const edit_list_box& elst, TrackTables& tables) {
+using EditIterator = std::vector<edit_list_box::entry>::const_iterator;
+
+/// What the edits last, from the movie's timescale in ticks of the media.
+std::int64_t TicksOf(EditIterator edit, EditIterator end, const movie_header_box& mvhd, const TrackTables& tables) {
+    double duration = 0;
+    for (; edit != end; ++edit) duration += static_cast<double>(edit->segment_duration);
+    return RoundToInteger(mvhd.timescale == 0 ? 0 : duration * tables.timescale() / mvhd.timescale);
+}
+
+/// The first edit that shows media decides where the presentation begins, and those in front of it when they are to be
+/// heeded; nothing else of the list is used.
+void ApplyEdits(const TrackBoxes& boxes, const ReadingPolicy& policy, TrackTables& tables) {
+    const edit_list_box& elst = *boxes.elst;
     const auto edit = std::find_if(elst.entries.begin(), elst.entries.end(),
                                    [](const auto& entry) { return entry.media_time != kEmptyEdit; });
     if (edit == elst.entries.end()) return;
     tables.edit = edit->media_time;
+    if (policy.heedEmptyEdits && boxes.mvhd != nullptr)
+        tables.edit = WrappingSubtract(tables.edit, TicksOf(elst.entries.begin(), edit, *boxes.mvhd, tables));
     for (SampleRecord& record : tables.index_) record.cts = WrappingSubtract(record.cts, tables.edit);
 }
 
@@ -72,7 +85,7 @@ HRESULT BuildTrackTables(const TrackBoxes& boxes, const SampleTableBoxes& sample
         QZReport(1, L"The track max sample size is zero");
         return E_FAIL;
     }
-    if (boxes.elst != nullptr) ApplyEdits(*boxes.elst, tables);
+    if (boxes.elst != nullptr) ApplyEdits(boxes, policy, tables);
     return S_OK;
 }
 
