@@ -198,9 +198,12 @@ void Remuxer::Summarize() {
         if (progress.damaged > 0)
             m_messages.Warning(m_options.file + ": " + track.origin.pin + ": " + std::to_string(progress.damaged) +
                                " damaged samples; what could be read of them was copied");
-        if (!m_summary.interrupted && m_summary.error.empty() &&
-            track.samples != m_graph->Tracks()[i].stream->track.sampleCount)
-            Fail(m_options.file + ": " + track.origin.pin + ": not all of its samples were copied");
+        const std::uint64_t all = m_graph->Tracks()[i].stream->track.sampleCount;
+        if (!m_summary.interrupted && m_summary.error.empty() && track.samples < all)
+            m_messages.Warning(m_options.file + ": " + track.origin.pin + ": " + std::to_string(all - track.samples) +
+                               " samples in front of the first sync sample were left out");
+        if (track.samples == 1)
+            m_messages.Warning(m_options.output + ": a track of one sample; not every player opens it");
     }
     m_graph.reset();
     m_summary.wallSeconds = Seconds();

@@ -54,7 +54,7 @@ HRESULT RemuxFilter::End() {
 HRESULT RemuxFilter::Pass(IMediaSample& sample) {
     const auto bytes = static_cast<std::uint64_t>(std::max<LONG>(sample.GetActualDataLength(), 0));
     if (m_control.finish || !DiskHasRoom(bytes)) return S_FALSE;
-    MoveMediaTime(sample);
+    MoveTimes(sample);
     ComPtr<IMediaSample> adapted(&sample);
     HRESULT hr = m_stream.adapter ? Adapt(sample, adapted) : S_OK;
     if (SUCCEEDED(hr)) hr = m_output.Deliver(adapted.get());
@@ -65,12 +65,23 @@ HRESULT RemuxFilter::Pass(IMediaSample& sample) {
     return hr;
 }
 
-void RemuxFilter::MoveMediaTime(IMediaSample& sample) const {
-    LONGLONG begin = 0, end = 0;
-    if (m_edit == 0 || FAILED(sample.GetMediaTime(&begin, &end))) return;
-    begin -= m_edit;
-    end -= m_edit;
-    sample.SetMediaTime(&begin, &end);
+void RemuxFilter::MoveTimes(IMediaSample& sample) const {
+    REFERENCE_TIME start = 0, stop = 0;
+    if (m_segmentStart != 0 && SUCCEEDED(sample.GetTime(&start, &stop))) {
+        start += m_segmentStart;
+        stop += m_segmentStart;
+        sample.SetTime(&start, &stop);
+    }
+    if (m_edit != 0 && SUCCEEDED(sample.GetMediaTime(&start, &stop))) {
+        start -= m_edit;
+        stop -= m_edit;
+        sample.SetMediaTime(&start, &stop);
+    }
+}
+
+HRESULT RemuxFilter::BeginSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) {
+    m_segmentStart = start;
+    return m_output.DeliverNewSegment(0, stop, rate);
 }
 
 HRESULT RemuxFilter::Adapt(IMediaSample& sample, ComPtr<IMediaSample>& adapted) {
@@ -166,7 +177,7 @@ HRESULT RemuxInput::EndFlush() {
 
 HRESULT RemuxInput::NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop, double dRate) {
     CBaseInputPin::NewSegment(tStart, tStop, dRate);
-    return m_filter.Output().DeliverNewSegment(tStart, tStop, dRate);
+    return m_filter.BeginSegment(tStart, tStop, dRate);
 }
 
 RemuxOutput::RemuxOutput(RemuxFilter& filter, CCritSec& lock, HRESULT* phr)

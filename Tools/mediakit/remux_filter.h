@@ -91,6 +91,7 @@ public:
     // For the pins, on the streaming thread.
     HRESULT Pass(IMediaSample& sample);
     HRESULT NoteEnd();
+    HRESULT BeginSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
     // For the pins, when the filter leaves the stopped state and when it returns to it.
     HRESULT Begin();
     HRESULT End();
@@ -99,7 +100,8 @@ private:
     /// Leaves the bytes that are to go on in the sample itself, or makes a copy with them.
     HRESULT Adapt(IMediaSample& sample, ComPtr<IMediaSample>& adapted);
     HRESULT Copy(IMediaSample& from, ComPtr<IMediaSample>& copy);
-    void MoveMediaTime(IMediaSample& sample) const;
+    /// Both times of the sample, in the movie's own time.
+    void MoveTimes(IMediaSample& sample) const;
     bool DiskHasRoom(std::uint64_t bytes);
     void Count(IMediaSample& sample, std::uint64_t bytes);
 
@@ -113,7 +115,9 @@ private:
     RemuxOutput m_output;
     ComPtr<CopyAllocator> m_copies;
     std::vector<std::uint8_t> m_copy;  ///< the streaming thread's
-    std::uint64_t m_granted = 0;       ///< the same: bytes that the disk has room for
+    // The same.
+    std::uint64_t m_granted = 0;         ///< bytes that the disk has room for
+    REFERENCE_TIME m_segmentStart = 0;  ///< which the demultiplexer takes from start times
 };
 
 }  // namespace mediakit_tool

@@ -47,7 +47,16 @@ bool RemuxGraph::Build(const MovieOutputSettings& settings) {
     if (!m_output.Make(*m_source.Graph(), settings)) return Fail(m_output.Failure());
     for (const Stream& stream : m_source.Streams())
         if (!AddTrack(stream)) return false;
-    return m_tracks.empty() || m_output.ConnectSink() || Fail(m_output.Failure());
+    if (m_tracks.empty()) return true;
+    if (!m_output.ConnectSink()) return Fail(m_output.Failure());
+    return SeekToFirstSample();
+}
+
+/// By themselves the pins start at 0, and pass over most of what lies in front of it.
+bool RemuxGraph::SeekToFirstSample() {
+    REFERENCE_TIME earliest = 0;
+    for (const Track& track : m_tracks) earliest = std::min(earliest, -EditOf(track.stream->track));
+    return earliest == 0 || m_source.Seek(earliest);
 }
 
 bool RemuxGraph::AddTrack(const Stream& stream) {

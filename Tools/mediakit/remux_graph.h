@@ -45,6 +45,7 @@ public:
 
 private:
     bool AddTrack(const Stream& stream);
+    bool SeekToFirstSample();
     bool Fail(const std::string& text);
 
     RemuxControl& m_control;
