@@ -144,11 +144,11 @@ inline std::vector<byte_vector> split_annex_b(const byte_vector& stream) {
     return units;
 }
 
-/// Units with a 4-byte big-endian length in front of each, as an MP4 file holds them.
-inline byte_vector with_lengths(const std::vector<byte_vector>& units) {
+/// Units with a big-endian length of that many bytes in front of each, as an MP4 file holds them.
+inline byte_vector with_lengths(const std::vector<byte_vector>& units, unsigned length_size = 4) {
     byte_vector sample;
     for (const byte_vector& unit : units) {
-        for (int shift = 24; shift >= 0; shift -= 8) sample.push_back(static_cast<std::uint8_t>(unit.size() >> shift));
+        for (unsigned i = length_size; i-- > 0;) sample.push_back(static_cast<std::uint8_t>(unit.size() >> 8 * i));
         append(sample, unit);
     }
     return sample;

@@ -9,16 +9,6 @@
 namespace mediakit_test {
 namespace {
 
-/// Units behind lengths of that many bytes.
-byte_vector Prefixed(const byte_vector& stream, unsigned lengthSize) {
-    byte_vector sample;
-    for (const byte_vector& unit : split_annex_b(stream)) {
-        for (unsigned i = lengthSize; i-- > 0;) sample.push_back(static_cast<std::uint8_t>(unit.size() >> 8 * i));
-        append(sample, unit);
-    }
-    return sample;
-}
-
 constexpr std::size_t kPictures = 12, kGroup = 5;
 
 std::vector<byte_vector> Pictures() {
@@ -33,7 +23,7 @@ movie_track VideoTrack(unsigned lengthSize = 4) {
     track.timescale = 25;
     track.entry = visual_entry("avc1", units.width(), units.height(), make_box("avcC", box_builder().add(record)));
     for (const byte_vector& unit : Pictures())
-        track.samples.push_back({Prefixed(unit, lengthSize), 1, 0, track.samples.size() % kGroup == 0});
+        track.samples.push_back({with_lengths(split_annex_b(unit), lengthSize), 1, 0, track.samples.size() % kGroup == 0});
     return track;
 }
 

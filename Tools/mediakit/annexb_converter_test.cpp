@@ -10,16 +10,6 @@ namespace {
 
 using namespace mediakit_test;
 
-/// Units behind lengths of 1, 2 or 4 bytes.
-byte_vector Prefixed(const byte_vector& stream, unsigned lengthSize) {
-    byte_vector sample;
-    for (const byte_vector& unit : split_annex_b(stream)) {
-        for (unsigned i = lengthSize; i-- > 0;) sample.push_back(static_cast<std::uint8_t>(unit.size() >> 8 * i));
-        append(sample, unit);
-    }
-    return sample;
-}
-
 byte_vector Joined(const AnnexBSample& sample) {
     byte_vector bytes;
     for (const auto part : {sample.delimiter, sample.parameterSets, sample.units})
@@ -50,7 +40,7 @@ void Expect(const CMediaType& type, const std::vector<Case>& cases) {
         AnnexBConverter converter;
         ASSERT_TRUE(converter.Open(WithLengthSize(type, lengthSize)));
         for (const Case& one : cases) {
-            byte_vector sample = Prefixed(one.sample, lengthSize);
+            byte_vector sample = with_lengths(split_annex_b(one.sample), lengthSize);
             const AnnexBSample got = converter.Convert(sample, one.sync);
             EXPECT_EQ(Joined(got), one.wanted) << one.what << ", lengths of " << lengthSize;
             EXPECT_EQ(got.size(), one.wanted.size());
@@ -92,9 +82,9 @@ TEST(AnnexBConverter, LeavesOutWhatIsBroken) {
     for (const unsigned lengthSize : {1u, 2u, 4u}) {
         AnnexBConverter converter;
         ASSERT_TRUE(converter.Open(WithLengthSize(avc1_type(h264_units()), lengthSize)));
-        byte_vector first = Prefixed(slice, lengthSize);
+        byte_vector first = with_lengths(split_annex_b(slice), lengthSize);
         converter.Convert(first, true);
-        const byte_vector whole = Prefixed(Join({slice, slice}), lengthSize);
+        const byte_vector whole = with_lengths(split_annex_b(Join({slice, slice})), lengthSize);
         for (std::size_t cut = 1; cut < whole.size(); ++cut) {
             byte_vector sample(whole.begin(), whole.end() - static_cast<std::ptrdiff_t>(cut));
             const AnnexBSample got = converter.Convert(sample, false);
@@ -114,7 +104,8 @@ TEST(AnnexBConverter, EmptyUnitsLeaveNoTrace) {
         AnnexBConverter converter;
         ASSERT_TRUE(converter.Open(WithLengthSize(avc1_type(h264_units()), lengthSize)));
         const byte_vector slice = annex_b(0x41, {1, 2, 3}), empty(lengthSize, 0);
-        byte_vector sample = Join({empty, Prefixed(slice, lengthSize), empty, Prefixed(slice, lengthSize), empty});
+        byte_vector sample = Join({empty, with_lengths(split_annex_b(slice), lengthSize), empty,
+                                   with_lengths(split_annex_b(slice), lengthSize), empty});
         const AnnexBSample got = converter.Convert(sample, false);
         EXPECT_FALSE(got.broken);
         std::vector<byte_vector> units = split_annex_b({got.units.begin(), got.units.end()});
