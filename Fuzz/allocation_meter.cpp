@@ -45,7 +45,10 @@ std::size_t allocation_meter::peak() const {
 
 #ifdef MEDIAKIT_SANITIZED_HEAP
 
-#include <sanitizer/allocator_interface.h>
+// Of the sanitizers' allocator interface, whose header not every compiler comes with.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void*, std::size_t),
+                                                         void (*)(const volatile void*));
+extern "C" std::size_t __sanitizer_get_allocated_size(const volatile void*);
 
 namespace {
 
@@ -54,7 +57,7 @@ void on_malloc(const volatile void*, std::size_t size) {
 }
 // What was taken before the hooks were in place is never in the count: wrapping keeps differences right.
 void on_free(const volatile void* memory) {
-    if (memory != nullptr) given_back(__sanitizer_get_allocated_size(const_cast<const void*>(memory)));
+    if (memory != nullptr) given_back(__sanitizer_get_allocated_size(memory));
 }
 
 const int s_installed = __sanitizer_install_malloc_and_free_hooks(on_malloc, on_free);

@@ -101,6 +101,7 @@ private:
         policy->SetEverySampleIsSyncWithoutTable(TRUE);
         policy->SetUseFragmentDecodeTimes(TRUE);
         policy->SetSizePcmByEntry(TRUE);
+        policy->SetRunsFollowEachOther(TRUE);
         policy->SetLeaveOutBrokenParts(TRUE);
         policy->SetHeedEmptyEdits(TRUE);
     }

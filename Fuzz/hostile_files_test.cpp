@@ -168,7 +168,7 @@ TEST(HostileFile, MediaDataThatClaimsMoreThanThereIsIsPlayed) {
     const std::size_t mdat = claims_all.size() - 8 - 4 * 5;
     claims_all[mdat] = 0xFF;
     EXPECT_EQ(survive_twice(claims_all).samples, (counts{2, 2}));
-    claims_all.resize(claims_all.size() - 1);
+    claims_all.pop_back();
     EXPECT_EQ(survive_twice(claims_all).samples, (counts{2, 1}));
 }
 

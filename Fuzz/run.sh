@@ -12,7 +12,7 @@ for name in "$@"; do
   mkdir -p "$build/fuzz-corpus/$name" "$build/fuzz-faults"
   echo "== $name, $seconds s"
   "$build/bin/${name}_fuzz" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -malloc_limit_mb=1024 \
-    -max_len=16384 -print_final_stats=1 -verbosity=1 -artifact_prefix="$build/fuzz-faults/$name-" \
+    -dict="$here/boxes.dict" -max_len=16384 -print_final_stats=1 -artifact_prefix="$build/fuzz-faults/$name-" \
     "$build/fuzz-corpus/$name" "$here/corpus/$name" >"$build/fuzz-$name.log" 2>&1 || {
       faults=$((faults + 1))
       echo "FAULT, see $build/fuzz-$name.log"
