@@ -33,8 +33,8 @@ const FileCase kCases[] = {
     {"SecondsPerPicture", "in.mp4", "-vf setpts=N*3/TB " X264 "-an -r 1/3"},
     {"FragmentsAtKeys", "in.mp4", BOTH "-movflags frag_keyframe+empty_moov"},
     {"FragmentsDefaultBase", "in.mp4", BOTH "-movflags frag_keyframe+empty_moov+default_base_moof"},
-    // Of one track: where the data of a second one begin is then for readers to find out.
-    {"FragmentsNoBase", "in.mp4", "-map 0:v " X264 "-movflags frag_keyframe+empty_moov+omit_tfhd_offset"},
+    // The data of the second track begin behind those of the first.
+    {"FragmentsNoBase", "in.mp4", BOTH "-movflags frag_keyframe+empty_moov+omit_tfhd_offset"},
     {"FragmentsBehindSamples", "in.mp4", BOTH "-movflags frag_keyframe"},
     {"FragmentsOfOneTrack", "in.mp4", BOTH "-movflags frag_keyframe+empty_moov+separate_moof"},
     {"FragmentPerPicture", "in.mp4", BOTH "-movflags frag_every_frame+delay_moov"},

@@ -86,6 +86,7 @@ void SwitchAllOn(IReadingPolicy& policy) {
     policy.SetEverySampleIsSyncWithoutTable(TRUE);
     policy.SetUseFragmentDecodeTimes(TRUE);
     policy.SetSizePcmByEntry(TRUE);
+    policy.SetRunsFollowEachOther(TRUE);
     policy.SetLeaveOutBrokenParts(TRUE);
     policy.SetHeedEmptyEdits(TRUE);
 }

@@ -23,6 +23,10 @@ struct IReadingPolicy : IUnknown {
     /// The bytes of PCM samples that are grouped by chunks follow from the sample entry's channels and bits. Without it
     /// each counts 4 bytes.
     virtual HRESULT SetSizePcmByEntry(BOOL byEntry) = 0;
+    /// Fragments' data lie as ISO/IEC 14496-12 (8.8.7, 8.8.8) has them: a run without an offset follows the run before, and a
+    /// track fragment without a base follows the data of the track fragment before it in the same `moof`. Without it
+    /// both begin at the base, or at the `moof`.
+    virtual HRESULT SetRunsFollowEachOther(BOOL follow) = 0;
     /// What cannot be read is left out and told in the log: a track, a fragment, the top level from a box on that is cut
     /// off. Without it one broken box refuses the file.
     virtual HRESULT SetLeaveOutBrokenParts(BOOL leaveOut) = 0;

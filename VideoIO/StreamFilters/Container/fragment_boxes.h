@@ -46,6 +46,7 @@ inline constexpr std::uint32_t sample_description_index = 0x02;
 inline constexpr std::uint32_t default_sample_duration = 0x08;
 inline constexpr std::uint32_t default_sample_size = 0x10;
 inline constexpr std::uint32_t default_sample_flags = 0x20;
+inline constexpr std::uint32_t default_base_is_moof = 0x020000;
 }  // namespace track_fragment_flags
 
 struct track_fragment_header_box : box_of<track_fragment_header_box, full_box, fourcc("tfhd")> {

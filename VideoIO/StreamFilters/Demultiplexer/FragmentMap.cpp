@@ -2,6 +2,7 @@
 
 #include "Logging/Checks.h"
 #include "VideoIO/StreamFilters/Demultiplexer/BoxWalk.h"
+#include "VideoIO/StreamFilters/Demultiplexer/FragmentTables.h"
 #include "VideoIO/StreamFilters/Demultiplexer/ReadPart.h"
 
 namespace Norvane::MediaKit::Filters::details {
@@ -12,6 +13,13 @@ namespace {
 
 constexpr int kMostTracksOfOneId = 16;
 
+/// `next` is where a track fragment begins that tells no base.
+std::uint64_t BaseOf(const track_fragment_header_box& tfhd, const movie_fragment_box& moof, std::uint64_t next) {
+    namespace has = track_fragment_flags;
+    if ((tfhd.flags & has::base_data_offset) != 0) return tfhd.base_data_offset;
+    return (tfhd.flags & has::default_base_is_moof) != 0 ? moof.offset : next;
+}
+
 }  // namespace
 
 void FragmentMap::Gather(mp4_parser& parser, const movie_extends_box& mvex, const ReadingPolicy& policy) {
@@ -19,21 +27,23 @@ void FragmentMap::Gather(mp4_parser& parser, const movie_extends_box& mvex, cons
     while (const auto trex = defaults.Next<track_extends_box>()) m_defaults.emplace(trex->track_ID, trex);
     BoxWalk fragments = BoxWalk::TopLevel(parser);
     while (const auto moof = fragments.Next<movie_fragment_box>())
-        ReadPart(policy, [&] { GatherFragment(parser, *moof, policy.useFragmentDecodeTimes); });
+        ReadPart(policy, [&] { GatherFragment(parser, *moof, policy); });
 }
 
-void FragmentMap::GatherFragment(mp4_parser& parser, const movie_fragment_box& moof, bool decodeTimes) {
+void FragmentMap::GatherFragment(mp4_parser& parser, const movie_fragment_box& moof, const ReadingPolicy& policy) {
+    std::uint64_t next = moof.offset;
     BoxWalk walk(parser, moof);
     while (const auto traf = walk.Next<track_fragment_box>()) {
         FragmentRecord record;
-        record.moof_offset = moof.offset;
         record.tfhd = parser.find_child<track_fragment_header_box>(*traf);
         if (record.tfhd == nullptr) continue;
+        record.base = BaseOf(*record.tfhd, moof, next);
         record.truns = BoxWalk(parser, *traf).Rest<track_run_box>();
-        if (decodeTimes) {
+        if (policy.useFragmentDecodeTimes) {
             const auto tfdt = parser.find_child<track_fragment_base_media_decode_time_box>(*traf);
             if (tfdt != nullptr) record.decode_time = tfdt->base_media_decode_time;
         }
+        if (policy.runsFollowEachOther) next = EndOfFragmentData(record, Defaults(record.tfhd->track_ID).get());
         m_fragments[record.tfhd->track_ID].records.push_back(std::move(record));
     }
 }

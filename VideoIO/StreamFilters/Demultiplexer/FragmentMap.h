@@ -31,7 +31,8 @@ private:
         int taken = 0;
     };
 
-    void GatherFragment(vio::mp4::mp4_parser& parser, const vio::mp4::movie_fragment_box& moof, bool decodeTimes);
+    void GatherFragment(vio::mp4::mp4_parser& parser, const vio::mp4::movie_fragment_box& moof,
+                        const ReadingPolicy& policy);
 
     std::map<std::uint32_t, std::shared_ptr<vio::mp4::track_extends_box>> m_defaults;
     std::map<std::uint32_t, TrackFragments> m_fragments;

@@ -3,6 +3,7 @@
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTime.h"
 
 #include <algorithm>
+#include <numeric>
 #include <stdexcept>
 
 namespace Norvane::MediaKit::Filters::details {
@@ -47,6 +48,12 @@ Defaults DefaultsOf(const track_fragment_header_box& tfhd, const track_extends_b
     };
 }
 
+/// Where a run begins; `next` is where it does without an offset of its own.
+std::uint64_t RunPosition(const track_run_box& run, std::uint64_t base, std::uint64_t next) {
+    if ((run.flags & vio::mp4::track_run_flags::data_offset) == 0) return next;
+    return base + static_cast<std::uint64_t>(std::int64_t{static_cast<std::int32_t>(run.data_offset)});
+}
+
 class FragmentWalk {
 public:
     FragmentWalk(std::uint64_t limit, std::int64_t dts, TrackTables& tables)
@@ -54,16 +61,14 @@ public:
 
     void SetDecodeTime(std::uint64_t dts) { m_dts = static_cast<std::int64_t>(dts); }
 
-    void AddRun(const track_run_box& run, const Defaults& defaults, std::uint64_t position) {
+    /// The position behind the run's last sample.
+    std::uint64_t AddRun(const track_run_box& run, const Defaults& defaults, std::uint64_t position) {
         namespace has = vio::mp4::track_run_flags;
         const Column durations(run, has::sample_duration, run.sample_duration, defaults.duration);
         const Column sizes(run, has::sample_size, run.sample_size, defaults.size);
         const Column flags(run, has::sample_flags, run.sample_flags, defaults.flags);
         const Column offsets(run, has::sample_composition_time_offset, run.sample_composition_time_offset, 0);
         const bool ownFirst = (run.flags & has::first_sample_flags) != 0;
-        if ((run.flags & has::data_offset) != 0)
-            position += static_cast<std::uint64_t>(std::int64_t{static_cast<std::int32_t>(run.data_offset)});
-
         for (std::uint32_t i = 0; i < run.sample_count && m_tables.index_.size() < m_end; ++i) {
             SampleRecord& record = m_tables.index_.emplace_back();
             record.offset = std::min(position, kHighestOffset);
@@ -78,6 +83,7 @@ public:
             m_duration += record.duration;
             m_tables.max_sample_size = std::max(m_tables.max_sample_size, record.size);
         }
+        return position;
     }
 
     std::uint64_t Duration() const { return m_duration; }
@@ -99,6 +105,19 @@ std::uint64_t CountFragmentSamples(const TrackBoxes& boxes) {
     return count;
 }
 
+std::uint64_t EndOfFragmentData(const FragmentRecord& fragment, const track_extends_box* trex) {
+    const Defaults defaults = DefaultsOf(*fragment.tfhd, trex != nullptr ? *trex : track_extends_box());
+    std::uint64_t end = fragment.base;
+    for (const auto& run : fragment.truns) {
+        end = RunPosition(*run, fragment.base, end);
+        if ((run->flags & vio::mp4::track_run_flags::sample_size) != 0)
+            end = std::accumulate(run->sample_size.begin(), run->sample_size.end(), end);
+        else
+            end += std::uint64_t{run->sample_count} * defaults.size;
+    }
+    return end;
+}
+
 void AddFragments(const TrackBoxes& boxes, const ReadingPolicy& policy, std::uint64_t limit, std::int64_t dts,
                   TrackTables& tables) {
     if (boxes.trex == nullptr || boxes.fragments == nullptr) return;
@@ -106,10 +125,13 @@ void AddFragments(const TrackBoxes& boxes, const ReadingPolicy& policy, std::uin
     FragmentWalk walk(limit, dts, tables);
     for (const FragmentRecord& fragment : *boxes.fragments) {
         const track_fragment_header_box& tfhd = *fragment.tfhd;
-        const bool ownBase = (tfhd.flags & vio::mp4::track_fragment_flags::base_data_offset) != 0;
+        const Defaults defaults = DefaultsOf(tfhd, *boxes.trex);
         if (policy.useFragmentDecodeTimes && fragment.decode_time) walk.SetDecodeTime(*fragment.decode_time);
-        for (const auto& run : fragment.truns)
-            walk.AddRun(*run, DefaultsOf(tfhd, *boxes.trex), ownBase ? tfhd.base_data_offset : fragment.moof_offset);
+        std::uint64_t next = fragment.base;
+        for (const auto& run : fragment.truns) {
+            const std::uint64_t end = walk.AddRun(*run, defaults, RunPosition(*run, fragment.base, next));
+            if (policy.runsFollowEachOther) next = end;
+        }
     }
     tables.total_duration += walk.Duration();
     if (const std::uint64_t count = tables.index_.size() - before; count != 0)

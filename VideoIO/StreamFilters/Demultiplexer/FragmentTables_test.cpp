@@ -1,4 +1,5 @@
 #include "Testing/Kit/log_capture.h"
+#include "VideoIO/StreamFilters/Demultiplexer/FragmentTables.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackRecords_test.h"
 
 #include <gtest/gtest.h>
@@ -36,7 +37,7 @@ track_run_box WholeRun(std::uint32_t dataOffset, std::uint32_t count, std::uint3
 
 FragmentRecord Fragment(std::uint64_t moof, std::vector<std::shared_ptr<track_run_box>> truns) {
     FragmentRecord fragment;
-    fragment.moof_offset = moof;
+    fragment.base = moof;
     fragment.tfhd = std::make_shared<track_fragment_header_box>();
     fragment.truns = std::move(truns);
     return fragment;
@@ -106,11 +107,15 @@ TEST_F(FragmentTables, RunsTakeWhatTheyDoNotTellFromTheHeadersAbove) {
 TEST_F(FragmentTables, RunsWithoutOffsetBeginAtTheBaseAgain) {
     track_run_box back = WholeRun(0xFFFFFF9C, 1, 4);  // -100
     const auto bare = Boxed(Fields(0, 1));
-    fragments = {Fragment(1000, {bare, bare, Boxed(WholeRun(50, 2, 4)), bare}), Fragment(2000, {Boxed(back), bare})};
-    fragments[1].tfhd->flags = has::base_data_offset;
-    fragments[1].tfhd->base_data_offset = 500;
+    fragments = {Fragment(1000, {bare, bare, Boxed(WholeRun(50, 2, 4)), bare}), Fragment(500, {Boxed(back), bare})};
     EXPECT_EQ(Records(), "1000+5 0/0+10, 1000+5 10/10+10, 1050+4 20/20+20*, 1054+4 40/40+20*, 1000+5 60/60+10, "
                          "400+4 70/70+20*, 500+5 90/90+10");
+
+    policy.runsFollowEachOther = true;
+    EXPECT_EQ(Records(), "1000+5 0/0+10, 1005+5 10/10+10, 1050+4 20/20+20*, 1054+4 40/40+20*, 1058+5 60/60+10, "
+                         "400+4 70/70+20*, 404+5 90/90+10");
+    EXPECT_EQ(EndOfFragmentData(fragments[0], boxes.trex.get()), 1063U);
+    EXPECT_EQ(EndOfFragmentData(fragments[1], nullptr), 404U) << "without defaults";
 }
 
 TEST_F(FragmentTables, GoOnBehindTheTables) {

@@ -151,6 +151,10 @@ HRESULT MP4MediaDemuxFilter::SetSizePcmByEntry(BOOL byEntry) {
     return SetPolicy(&details::ReadingPolicy::sizePcmByEntry, byEntry);
 }
 
+HRESULT MP4MediaDemuxFilter::SetRunsFollowEachOther(BOOL follow) {
+    return SetPolicy(&details::ReadingPolicy::runsFollowEachOther, follow);
+}
+
 HRESULT MP4MediaDemuxFilter::SetLeaveOutBrokenParts(BOOL leaveOut) {
     return SetPolicy(&details::ReadingPolicy::leaveOutBrokenParts, leaveOut);
 }

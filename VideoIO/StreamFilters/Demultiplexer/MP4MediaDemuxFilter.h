@@ -62,6 +62,7 @@ public:
     HRESULT SetEverySampleIsSyncWithoutTable(BOOL sync) override;
     HRESULT SetUseFragmentDecodeTimes(BOOL use) override;
     HRESULT SetSizePcmByEntry(BOOL byEntry) override;
+    HRESULT SetRunsFollowEachOther(BOOL follow) override;
     HRESULT SetLeaveOutBrokenParts(BOOL leaveOut) override;
     HRESULT SetHeedEmptyEdits(BOOL heed) override;
 

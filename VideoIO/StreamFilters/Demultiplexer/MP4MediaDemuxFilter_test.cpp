@@ -247,7 +247,8 @@ TEST_F(MP4MediaDemuxFilterTest, ChoicesAreMadeWhileTheInputIsFree) {
     EXPECT_EQ(Demux().OutputPinCount(), 0) << "tracks without samples are left out";
     const HRESULT late[] = {policy->SetReadAvc3AsAvc1(TRUE), policy->SetKnowSegmentBoxes(TRUE),
                             policy->SetEverySampleIsSyncWithoutTable(TRUE), policy->SetUseFragmentDecodeTimes(TRUE),
-                            policy->SetSizePcmByEntry(TRUE), policy->SetLeaveOutBrokenParts(TRUE),
+                            policy->SetSizePcmByEntry(TRUE), policy->SetRunsFollowEachOther(TRUE),
+                            policy->SetLeaveOutBrokenParts(TRUE),
                             policy->SetHeedEmptyEdits(TRUE)};
     EXPECT_THAT(late, testing::Each(VFW_E_ALREADY_CONNECTED));
     Disconnect();

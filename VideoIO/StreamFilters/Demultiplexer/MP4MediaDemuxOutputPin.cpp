@@ -5,7 +5,6 @@
 #include "VideoIO/StreamFilters/Container/fourcc.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxFilter.h"
-#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxSeeking.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackOrientation.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackSearch.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTableBuilder.h"
@@ -18,7 +17,8 @@ namespace Norvane::MediaKit::Filters {
 
 MP4MediaDemuxOutputPin::MP4MediaDemuxOutputPin(MP4MediaDemuxFilter* filter, const wchar_t* name, const Origin& origin,
                                                REFERENCE_TIME& duration, HRESULT* phr)
-    : StreamPin("MP4MediaDemuxOutputPin", phr, filter, name), m_demux(filter) {
+    : StreamPin("MP4MediaDemuxOutputPin", phr, filter, name), m_demux(filter), m_turn(false, phr) {
+    m_turn.Set();
     if (SUCCEEDED(*phr)) *phr = Build(origin, duration);
 }
 

@@ -28,8 +28,8 @@ class MP4MediaDemuxFilter;
 /// samples in decode order as fast as they are taken, from the sync sample before the pin's start to the end of the
 /// track.
 ///
-/// The thread is started, stopped and sent elsewhere by one caller at a time (MP4MediaDemuxSeeking::Turn). It takes none
-/// of the locks that its callers hold.
+/// Who starts the thread, stops it or sends it elsewhere takes turns (m_turn), and may come between the two halves of a
+/// seek. The thread takes none of the locks that its callers hold.
 class MP4MediaDemuxOutputPin final : public StreamPin,
                                      public qz_DSFilters::IStreamRate,
                                      public qz_DSFilters::IOverrideMediaType,
@@ -59,7 +59,7 @@ public:
     /// Where playing would start; see IMP4MediaDemuxFilter. Any thread.
     HRESULT GetNearestSyncPoint(REFERENCE_TIME time, int frames, REFERENCE_TIME* result);
 
-    // For the seeking object, which holds the turn for the first two. A pin without a thread only keeps the new
+    // For the seeking object: the two halves of a seek, one seek at a time. A pin without a thread only keeps the new
     // position.
     void StopForSeek();
     void RestartAt(REFERENCE_TIME start) EXCLUDES(m_fieldLock);
@@ -70,7 +70,6 @@ public:
     HRESULT GetMediaType(CMediaType* pMediaType) override;
     /// Ten buffers at least, each of the track's largest sample.
     HRESULT DecideBufferSize(IMemAllocator* pAlloc, ALLOCATOR_PROPERTIES* pRequest) override;
-    /// Wait for a seek under way, with the state lock held.
     HRESULT Active() override;
     HRESULT Inactive() override;
     HRESULT FillBuffer(IMediaSample* pSample) override;
@@ -112,6 +111,10 @@ public:
     HRESULT GetPreroll(LONGLONG* pllPreroll) override;
 
 private:
+    // With the turn
+    void StopThread();
+    void EndFlushing();
+
     /// As the pin's start and stop time and rate.
     struct Segment {
         REFERENCE_TIME start;
@@ -147,6 +150,9 @@ private:
     details::TrackTables track_;
     details::TrackMedia m_media;  ///< its handler is never null
     LONG m_bufferSize = 0;        ///< of each sample, bytes
+
+    CAMEvent m_turn;          ///< to command the thread, see Turn.h
+    bool m_flushing = false;  ///< who has the turn: the peer waits for the second half of a seek
 
     // The thread's
     REFERENCE_TIME m_segmentBase = 0;

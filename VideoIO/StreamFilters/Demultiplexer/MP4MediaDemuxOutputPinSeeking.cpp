@@ -3,6 +3,7 @@
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxFilter.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxOutputPin.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxSeeking.h"
+#include "VideoIO/StreamFilters/Demultiplexer/Turn.h"
 
 namespace Norvane::MediaKit::Filters {
 
@@ -11,21 +12,33 @@ MP4MediaDemuxOutputPin::Segment MP4MediaDemuxOutputPin::CurrentSegment() const {
     return {m_tStart, m_tStop, m_dRate};
 }
 
-void MP4MediaDemuxOutputPin::StopForSeek() {
-    if (!ThreadExists()) return;
-    // First, since the thread may be inside of the peer, or waiting for a sample that the peer holds.
+void MP4MediaDemuxOutputPin::StopThread() {
+    // Flushed first, since the thread may be inside of the peer, or waiting for a sample that the peer holds.
     DeliverBeginFlush();
+    m_flushing = true;
     Stop();
 }
 
+void MP4MediaDemuxOutputPin::EndFlushing() {
+    if (m_flushing) DeliverEndFlush();
+    m_flushing = false;
+}
+
+void MP4MediaDemuxOutputPin::StopForSeek() {
+    const details::Turn turn(m_turn);
+    if (ThreadExists()) StopThread();
+}
+
 void MP4MediaDemuxOutputPin::RestartAt(REFERENCE_TIME start) {
-    const bool threaded = ThreadExists();
-    if (threaded) DeliverEndFlush();
+    const details::Turn turn(m_turn);
+    // One that was started since the first half plays from where the pin was.
+    if (ThreadExists() && !m_flushing) StopThread();
+    EndFlushing();
     {
         CAutoLock lock(&m_fieldLock);
         m_tStart = start;
     }
-    if (threaded) Run();
+    if (ThreadExists()) Run();
 }
 
 void MP4MediaDemuxOutputPin::SetStop(REFERENCE_TIME stop) {

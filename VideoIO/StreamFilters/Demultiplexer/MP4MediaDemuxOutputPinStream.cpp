@@ -4,9 +4,9 @@
 #include "VideoIO/StreamFilters/Demultiplexer/AsyncReaderByteStream.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxFilter.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxOutputPin.h"
-#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxSeeking.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackSearch.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTime.h"
+#include "VideoIO/StreamFilters/Demultiplexer/Turn.h"
 
 #include <limits>
 
@@ -14,8 +14,8 @@ namespace Norvane::MediaKit::Filters {
 
 HRESULT MP4MediaDemuxOutputPin::Active() {
     CAutoLock lock(m_demux->pStateLock());
-    AllowWaitWithLocks allow("a seek ends without the state lock");
-    const MP4MediaDemuxSeeking::Turn turn(m_demux->Seeking());
+    AllowWaitWithLocks allow("a seek only looks at a pin that has no thread");
+    const details::Turn turn(m_turn);
     return StreamPin::Active();
 }
 
@@ -23,9 +23,11 @@ HRESULT MP4MediaDemuxOutputPin::Inactive() {
     CAutoLock lock(m_demux->pStateLock());
     // The thread that a seek is waiting for may itself be waiting for a sample.
     if (m_pAllocator != nullptr) m_pAllocator->Decommit();
-    AllowWaitWithLocks allow("a seek ends without the state lock");
-    const MP4MediaDemuxSeeking::Turn turn(m_demux->Seeking());
-    return StreamPin::Inactive();
+    AllowWaitWithLocks allow("a seek waits for the thread alone, which does not need the state lock");
+    const details::Turn turn(m_turn);
+    const HRESULT hr = StreamPin::Inactive();
+    EndFlushing();
+    return hr;
 }
 
 HRESULT MP4MediaDemuxOutputPin::OnThreadCreate() {

@@ -2,12 +2,13 @@
 
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxFilter.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxOutputPin.h"
+#include "VideoIO/StreamFilters/Demultiplexer/Turn.h"
 
 namespace Norvane::MediaKit::Filters {
 
 MP4MediaDemuxSeeking::MP4MediaDemuxSeeking(MP4MediaDemuxFilter* filter, CCritSec* lock, HRESULT* phr)
-    : CSourceSeeking("MP4MediaDemuxSeeking", nullptr, phr, lock), m_demux(filter), m_free(false, phr) {
-    m_free.Set();
+    : CSourceSeeking("MP4MediaDemuxSeeking", nullptr, phr, lock), m_demux(filter), m_turn(false, phr) {
+    m_turn.Set();
 }
 
 void MP4MediaDemuxSeeking::SetDuration(REFERENCE_TIME duration) {
@@ -27,8 +28,8 @@ std::vector<MP4MediaDemuxOutputPin*> MP4MediaDemuxSeeking::ConnectedPins() {
 }
 
 HRESULT MP4MediaDemuxSeeking::ChangeStart() {
+    const details::Turn turn(m_turn);
     const auto pins = ConnectedPins();
-    const Turn turn(this);
     REFERENCE_TIME start = 0;
     {
         CAutoLock lock(m_pLock);

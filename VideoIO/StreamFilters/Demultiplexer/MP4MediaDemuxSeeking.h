@@ -15,19 +15,6 @@ class MP4MediaDemuxOutputPin;
 /// the filter's seeking lock, which is not held while the pins' threads are waited for.
 class MP4MediaDemuxSeeking final : public CSourceSeeking {
 public:
-    /// Seeks, and the starting and stopping of pins, take turns: each finds the threads as the one before left them.
-    /// Waits for its turn.
-    class Turn {
-    public:
-        explicit Turn(MP4MediaDemuxSeeking* seeking) : m_free(seeking->m_free) { m_free.Wait(); }
-        ~Turn() { m_free.Set(); }
-        Turn(const Turn&) = delete;
-        Turn& operator=(const Turn&) = delete;
-
-    private:
-        CAMEvent& m_free;
-    };
-
     MP4MediaDemuxSeeking(MP4MediaDemuxFilter* filter, CCritSec* lock, HRESULT* phr);
 
     /// Of the movie, 100 ns.
@@ -47,7 +34,7 @@ private:
     std::vector<MP4MediaDemuxOutputPin*> ConnectedPins();
 
     MP4MediaDemuxFilter* const m_demux;
-    CAMEvent m_free;  ///< the turn is nobody's
+    CAMEvent m_turn;  ///< to seek, see Turn.h
 };
 
 }  // namespace Norvane::MediaKit::Filters

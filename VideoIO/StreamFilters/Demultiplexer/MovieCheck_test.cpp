@@ -227,7 +227,7 @@ TEST(MovieCheck, GathersFragmentsByTrack) {
                             log_capture::message{3, L"Ignored track text"}));
     EXPECT_THAT(found.asked, ElementsAre(Asked{30, 2, true, true}, Asked{20, 2, false, false}));
     ASSERT_EQ(found.fragments.size(), 2u);
-    EXPECT_EQ(std::to_wstring(found.fragments[0].moof_offset), At(bytes, "moof"));
+    EXPECT_EQ(std::to_wstring(found.fragments[0].base), At(bytes, "moof"));
     EXPECT_EQ(found.fragments[1].truns.size(), 1u);
     EXPECT_EQ(found.fragments[1].decode_time, std::nullopt);
 

@@ -10,6 +10,7 @@ struct ReadingPolicy {
     bool everySampleIsSyncWithoutTable = false;
     bool useFragmentDecodeTimes = false;
     bool sizePcmByEntry = false;
+    bool runsFollowEachOther = false;
     bool leaveOutBrokenParts = false;
     bool heedEmptyEdits = false;
 };

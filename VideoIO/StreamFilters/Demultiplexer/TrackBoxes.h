@@ -14,7 +14,7 @@ namespace Norvane::MediaKit::Filters::details {
 
 /// One `traf`.
 struct FragmentRecord {
-    std::uint64_t moof_offset = 0;  ///< in the file
+    std::uint64_t base = 0;  ///< file position that data offsets count from: of `moof` unless told otherwise
     std::shared_ptr<vio::mp4::track_fragment_header_box> tfhd;
     std::vector<std::shared_ptr<vio::mp4::track_run_box>> truns;  ///< in file order
     std::optional<std::uint64_t> decode_time;                     ///< of `tfdt`, when the host wants it

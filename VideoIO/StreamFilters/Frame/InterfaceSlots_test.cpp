@@ -42,7 +42,7 @@ TEST(InterfaceSlots, OfTheDemultiplexerAreWhereTheyArePublished) {
     expect_slots<IReadingPolicy, IUnknown>(
         "IReadingPolicy", 3, &IReadingPolicy::SetReadAvc3AsAvc1, &IReadingPolicy::SetKnowSegmentBoxes,
         &IReadingPolicy::SetEverySampleIsSyncWithoutTable, &IReadingPolicy::SetUseFragmentDecodeTimes,
-        &IReadingPolicy::SetSizePcmByEntry, &IReadingPolicy::SetLeaveOutBrokenParts,
+        &IReadingPolicy::SetSizePcmByEntry, &IReadingPolicy::SetRunsFollowEachOther, &IReadingPolicy::SetLeaveOutBrokenParts,
         &IReadingPolicy::SetHeedEmptyEdits);
     expect_slots<qz_DSFilters::IStreamRate, IUnknown>("IStreamRate", 3, &qz_DSFilters::IStreamRate::GetRate);
     expect_slots<qz_DSFilters::IVideoOrientation, IUnknown>("IVideoOrientation", 3,
