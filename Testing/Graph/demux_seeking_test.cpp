@@ -227,25 +227,27 @@ protected:
 
 TEST_F(DemuxSeekingThreads, EndUpWhereTheLastOneWasSet) {
     ASSERT_EQ(m_play.run(), S_OK);
-    std::vector<std::thread> seekers;
-    for (int n = 0; n < 4; ++n) {
-        seekers.emplace_back([&, n] {
-            for (int i = 0; i < 25; ++i) EXPECT_EQ(m_play.seek(m_case.master, (i * 7 + n * 11) % 20 * 1'000'000), S_OK);
-        });
-    }
-    auto demux = m_play.filter.query<IMP4MediaDemuxFilter>();
-    for (int i = 0; i < 50; ++i) {
+    const auto demux = m_play.filter.query<IMP4MediaDemuxFilter>();
+    for (int round = 0; round < 40; ++round) {
+        for (const auto& recorder : m_play.recorders) recorder->pin->forget_samples();
+        std::vector<std::thread> seekers;
+        for (int n = 0; n < 4; ++n) {
+            const LONGLONG first = (round * 7 + n * 5) % 20 * 1'000'000;
+            seekers.emplace_back([&, first] {
+                for (const LONGLONG at : {first, first / 2}) EXPECT_EQ(m_play.seek(m_case.master, at), S_OK);
+            });
+        }
         // Others ask meanwhile, and change the stop position.
-        LONGLONG stop = i;
+        LONGLONG stop = round;
         REFERENCE_TIME nearest = 0;
-        EXPECT_EQ(demux->GetNearestSyncPoint(i * 400'000, 0, &nearest), S_OK);
+        EXPECT_EQ(demux->GetNearestSyncPoint(round * 400'000, 0, &nearest), S_OK);
         EXPECT_EQ(m_play.seeking(1)->SetPositions(nullptr, 0, &stop, AM_SEEKING_AbsolutePositioning), S_OK);
+        for (std::thread& seeker : seekers) seeker.join();
+        ASSERT_TRUE(m_play.wait_for_end());
+        LONGLONG start = -1;
+        ASSERT_EQ(m_play.seeking(1)->GetPositions(&start, nullptr), S_OK);
+        for (std::size_t pin = 0; pin < 2; ++pin) expect_segment(m_play, pin, m_case.file, start);
     }
-    for (std::thread& seeker : seekers) seeker.join();
-    ASSERT_TRUE(m_play.wait_for_end());
-    LONGLONG start = -1;
-    ASSERT_EQ(m_play.seeking(1)->GetPositions(&start, nullptr), S_OK);
-    for (std::size_t pin = 0; pin < 2; ++pin) expect_segment(m_play, pin, m_case.file, start);
 }
 
 TEST_F(DemuxSeekingThreads, GetOnWithStartingAndStopping) {

@@ -111,16 +111,16 @@ public:
     HRESULT GetPreroll(LONGLONG* pllPreroll) override;
 
 private:
-    // With the turn
-    void StopThread();
-    void EndFlushing();
-
-    /// As the pin's start and stop time and rate.
+    /// The pin's start and stop time and rate.
     struct Segment {
         REFERENCE_TIME start;
         REFERENCE_TIME stop;
         double rate;
     };
+
+    // For who has the turn
+    void StopThread();
+    void EndFlushing();
 
     HRESULT Build(const Origin& origin, REFERENCE_TIME& duration);
     HRESULT BuildTables(const Origin& origin, REFERENCE_TIME& duration);
@@ -152,7 +152,7 @@ private:
     LONG m_bufferSize = 0;        ///< of each sample, bytes
 
     CAMEvent m_turn;          ///< to command the thread, see Turn.h
-    bool m_flushing = false;  ///< who has the turn: the peer waits for the second half of a seek
+    bool m_flushing = false;  ///< the peer waits for the second half of a seek; read and written with the turn
 
     // The thread's
     REFERENCE_TIME m_segmentBase = 0;

@@ -263,6 +263,26 @@ TEST_F(DemuxOutputPin, SeeksForAllAsTheMasterAlone) {
     }
 }
 
+TEST_F(DemuxOutputPin, MayBeStartedAndStoppedBetweenTheHalvesOfASeek) {
+    Open(TwoTracks());
+    MP4MediaDemuxOutputPin* const pin = m_demux->OutputPin(0);
+    pin->StopForSeek();
+    ASSERT_TRUE(m_play->play());
+    pin->RestartAt(20 * kFrame);
+    ASSERT_TRUE(m_play->wait_for_end());
+    EXPECT_EQ(m_play->recorder(0).segment().first, 20 * kFrame);
+    EXPECT_EQ(m_play->recorder(0).segment_samples().size(), kPictures - 20);
+
+    pin->StopForSeek();
+    EXPECT_TRUE(m_play->recorder(0).IsFlushing());
+    m_demux->Stop();
+    EXPECT_FALSE(m_play->recorder(0).IsFlushing());
+    pin->RestartAt(30 * kFrame);
+    ASSERT_TRUE(m_play->play());
+    EXPECT_EQ(m_play->recorder(0).segment().first, 30 * kFrame);
+    EXPECT_EQ(m_play->recorder(0).segment_samples().size(), kPictures - 30);
+}
+
 TEST_F(DemuxOutputPin, KeepsTheStopPositionForTheNextSegment) {
     Open(TwoTracks());
     LONGLONG stop = 4 * kFrame;
