@@ -67,9 +67,10 @@ TEST_F(DemuxOutputPin, TellsItsThreadsLifeAndAsksForTheLengthOnce) {
     const log_capture log;
     ASSERT_TRUE(m_play->play());
     m_play->stop();
-    for (const wchar_t* text : {L"OnThreadCreate: Output_0", L"OnThreadStartPlay: Output_0", L"OnThreadDestroy: Output_0",
-                                L"OnThreadCreate: Output_1", L"OnThreadDestroy: Output_1"})
-        EXPECT_EQ(log.count(5, text), 1u) << std::string(text, text + std::char_traits<wchar_t>::length(text));
+    for (const wchar_t* pin : {L"Output_0", L"Output_1"}) {
+        for (const wchar_t* text : {L"OnThreadCreate: ", L"OnThreadStartPlay: ", L"OnThreadDestroy: "})
+            EXPECT_EQ(log.count(5, std::wstring(text) + pin), 1u) << pin[7] - L'0';
+    }
     EXPECT_EQ(Received(0), kPictures);
     EXPECT_EQ(Received(1), kSounds);
     EXPECT_EQ(m_play->reader.length_queries(), queries + 2) << "once a stream, not once a sample";

@@ -11,8 +11,8 @@ namespace Norvane::MediaKit::Filters {
 class MP4MediaDemuxFilter;
 class MP4MediaDemuxOutputPin;
 
-/// Lives as long as the filter; the pins pass their IMediaSeeking calls on to it, from any thread. Fields are guarded by
-/// the filter's seeking lock, which is not held while the pins' threads are waited for.
+/// Lives as long as the filter; the pins pass their IMediaSeeking calls on to it, from any thread. Fields are guarded
+/// by the filter's seeking lock, which is not held while the pins' threads are waited for.
 class MP4MediaDemuxSeeking final : public CSourceSeeking {
 public:
     MP4MediaDemuxSeeking(MP4MediaDemuxFilter* filter, CCritSec* lock, HRESULT* phr);
