@@ -30,6 +30,7 @@ RemuxFilter::RemuxFilter(AdaptedStream stream, LONG buffers, REFERENCE_TIME edit
       m_control(control),
       m_input(*this, m_lock, phr),
       m_output(*this, m_lock, phr) {
+    m_allocator = ComPtr<TrackAllocator>(new TrackAllocator(control.crowd, phr));
     if (m_stream.adapter) m_copies = ComPtr<CopyAllocator>(new CopyAllocator(phr));
 }
 
@@ -41,6 +42,7 @@ CBasePin* RemuxFilter::GetPin(int n) {
 HRESULT RemuxFilter::Begin() {
     m_granted = 0;
     m_progress.ended = false;
+    m_allocator->Begin();
     if (!m_copies) return S_OK;
     ALLOCATOR_PROPERTIES wanted{.cBuffers = m_buffers, .cbBuffer = 1, .cbAlign = 1, .cbPrefix = 0}, actual{};
     const HRESULT hr = m_copies->SetProperties(&wanted, &actual);
@@ -48,6 +50,7 @@ HRESULT RemuxFilter::Begin() {
 }
 
 HRESULT RemuxFilter::End() {
+    m_allocator->End();
     return m_copies ? m_copies->Decommit() : S_OK;
 }
 
@@ -130,6 +133,7 @@ void RemuxFilter::Count(IMediaSample& sample, std::uint64_t bytes) {
 
 HRESULT RemuxFilter::NoteEnd() {
     const HRESULT hr = m_output.DeliverEndOfStream();
+    m_allocator->End();
     m_progress.ended = true;
     m_control.changed.Set();
     return hr;
@@ -137,6 +141,12 @@ HRESULT RemuxFilter::NoteEnd() {
 
 RemuxInput::RemuxInput(RemuxFilter& filter, CCritSec& lock, HRESULT* phr)
     : CBaseInputPin("Remux input", &filter, &lock, phr, L"Input"), m_filter(filter) {}
+
+HRESULT RemuxInput::GetAllocator(IMemAllocator** ppAllocator) {
+    if (ppAllocator == nullptr) return E_POINTER;
+    *ppAllocator = ComPtr<IMemAllocator>(&m_filter.Allocator()).detach();
+    return S_OK;
+}
 
 HRESULT RemuxInput::GetAllocatorRequirements(ALLOCATOR_PROPERTIES* pProps) {
     if (pProps == nullptr) return E_POINTER;

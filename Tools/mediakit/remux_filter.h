@@ -8,8 +8,8 @@
 #include "Platform/DirectShow/CBaseInputPin.h"
 #include "Platform/DirectShow/CBaseOutputPin.h"
 #include "Platform/Kernel/Event.h"
-#include "Tools/mediakit/copy_allocator.h"
 #include "Tools/mediakit/disk_guard.h"
+#include "Tools/mediakit/growing_allocator.h"
 #include "Tools/mediakit/sample_adapter.h"
 
 namespace mediakit_tool {
@@ -30,14 +30,14 @@ struct RemuxControl {
     explicit RemuxControl(DiskGuard& guard) : disk(guard) {}
 
     DiskGuard& disk;
+    TrackCrowd crowd;
     CAMEvent changed;                 ///< a track has ended
     std::atomic<bool> finish{false};  ///< every track ends with its next sample
 };
 
 class RemuxFilter;
 
-/// Samples come on the demultiplexer's thread. Its allocator is offered by this pin, with more buffers for tracks of a
-/// high rate: the multiplexer keeps the samples of a track until all tracks have a chunk's span.
+/// Samples come on the demultiplexer's thread, which uses this pin's allocator.
 class RemuxInput final : public CBaseInputPin {
 public:
     RemuxInput(RemuxFilter& filter, CCritSec& lock, HRESULT* phr);
@@ -45,6 +45,7 @@ public:
     IMemAllocator* Allocator() const { return m_pAllocator; }
 
     HRESULT CheckMediaType(const CMediaType*) override { return S_OK; }
+    HRESULT GetAllocator(IMemAllocator** ppAllocator) override;
     HRESULT GetAllocatorRequirements(ALLOCATOR_PROPERTIES* pProps) override;
     HRESULT Active() override;
     HRESULT Inactive() override;
@@ -75,7 +76,7 @@ private:
 
 class RemuxFilter final : public CBaseFilter {
 public:
-    /// `buffers`: samples of the track that may wait downstream. `edit`: what the demultiplexer takes from start times
+    /// `buffers`: samples of the track that may wait downstream without need. `edit`: what the demultiplexer takes from start times
     /// and not from media times (100 ns); here it is taken from these too. Progress and control outlive the filter's
     /// running.
     RemuxFilter(AdaptedStream stream, LONG buffers, REFERENCE_TIME edit, RemuxProgress& progress, RemuxControl& control, HRESULT* phr);
@@ -87,6 +88,7 @@ public:
     RemuxOutput& Output() { return m_output; }
     const CMediaType& OfferedType() const { return m_stream.type; }
     LONG Buffers() const { return m_buffers; }
+    TrackAllocator& Allocator() const { return *m_allocator; }
 
     // For the pins, on the streaming thread.
     HRESULT Pass(IMediaSample& sample);
@@ -113,6 +115,7 @@ private:
     RemuxControl& m_control;
     RemuxInput m_input;
     RemuxOutput m_output;
+    ComPtr<TrackAllocator> m_allocator;
     ComPtr<CopyAllocator> m_copies;
     std::vector<std::uint8_t> m_copy;  ///< the streaming thread's
     // The same.

@@ -12,12 +12,14 @@ namespace {
 
 using Norvane::MediaKit::Filters::TrackInformation;
 
-/// What the multiplexer keeps of a track at least before it writes is a quarter of a second.
-constexpr double kSecondsKept = 2;
+/// The multiplexer's chunk is a quarter of a second; twice that lets it choose. More only takes its place in the
+/// processor's cache.
+constexpr double kSecondsKept = 0.6;
+/// What the multiplexer asks for.
+constexpr LONG kLeastBuffers = 20;
+constexpr LONG kMostBuffers = 1024;
 /// 100 ns; a year.
 constexpr double kFarthestEdit = 365.0 * 86400 * 1e7;
-constexpr LONG kLeastBuffers = 100;
-constexpr LONG kMostBuffers = 8192;
 /// Behind this rate the units of 100 ns between the filters cannot tell all ticks apart.
 constexpr DWORD kFinestTimescale = 5'000'000;
 
