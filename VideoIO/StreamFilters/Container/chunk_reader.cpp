@@ -45,9 +45,17 @@ bool chunk_reader::look_ahead(std::uint64_t taken) {
     return false;
 }
 
+bool chunk_reader::back_to(std::uint64_t start) {
+    stream->seek(start);
+    ahead_.clear();
+    ahead_used_ = 0;
+    return false;
+}
+
 bool chunk_reader::read(void* buffer, std::uint64_t count) {
     if (count == 0) return true;
     if (count > left()) return false;
+    const std::uint64_t start = position();
     auto* to = static_cast<std::uint8_t*>(buffer);
     const std::uint64_t from_ahead = std::min<std::uint64_t>(count, ahead_.size() - ahead_used_);
     to = std::copy_n(ahead_.data() + ahead_used_, from_ahead, to);
@@ -58,7 +66,7 @@ bool chunk_reader::read(void* buffer, std::uint64_t count) {
         std::copy_n(ahead_.data(), rest, to);
         ahead_used_ = rest;
     } else if (rest != 0 && !from_stream(to, rest)) {
-        return false;
+        return back_to(start);
     }
     chunk_stack.back() -= count;
     return true;
@@ -66,7 +74,9 @@ bool chunk_reader::read(void* buffer, std::uint64_t count) {
 
 bool chunk_reader::read_exactly(void* buffer, std::uint64_t count) {
     settle();
-    if (count > left() || !from_stream(buffer, count)) return false;
+    if (count > left()) return false;
+    const std::uint64_t start = position();
+    if (!from_stream(buffer, count)) return back_to(start);
     chunk_stack.back() -= count;
     return true;
 }
@@ -74,9 +84,10 @@ bool chunk_reader::read_exactly(void* buffer, std::uint64_t count) {
 bool chunk_reader::skip(std::uint64_t count) {
     if (count == 0) return true;
     if (count > left() || count > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) return false;
+    const std::uint64_t start = position();
     const std::uint64_t from_ahead = std::min<std::uint64_t>(count, ahead_.size() - ahead_used_);
     ahead_used_ += from_ahead;
-    if (count != from_ahead && !stream->skip(static_cast<std::int64_t>(count - from_ahead))) return false;
+    if (count != from_ahead && !stream->skip(static_cast<std::int64_t>(count - from_ahead))) return back_to(start);
     chunk_stack.back() -= count;
     return true;
 }

@@ -22,7 +22,8 @@ struct parse_context {
 /// it. Every size that a file claims goes through this rule before anything is allocated for it.
 ///
 /// Small reads are gathered: the stream may stand up to look_ahead_size bytes in front of what has
-/// been read, never beyond the innermost chunk, until settle() or restart().
+/// been read, never beyond the innermost chunk, until settle() or restart(). What fails changes
+/// neither the position nor the chunks.
 class chunk_reader {
 public:
     explicit chunk_reader(parse_context context)
@@ -83,6 +84,8 @@ private:
     bool from_stream(void* buffer, std::uint64_t count);
     /// Reads ahead as far as the chunk allows; count bytes are taken from it already.
     bool look_ahead(std::uint64_t taken);
+    /// After a failure: false.
+    bool back_to(std::uint64_t start);
 
     std::vector<std::uint8_t> ahead_;
     std::size_t ahead_used_ = 0;

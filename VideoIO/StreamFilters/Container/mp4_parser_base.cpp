@@ -45,8 +45,7 @@ mp4_parser_base::outcome mp4_parser_base::read_box(level& at) {
         std::uint32_t type;
     } header;
     static_assert(sizeof header == 8);
-    const bool whole = at.top_level ? read_exactly(&header, sizeof header) : read(&header, sizeof header);
-    if (!whole) return outcome::cut_off;
+    if (!read_header(header, at)) return outcome::cut_off;
     const std::uint32_t type = details::big_endian(header.type);
     at.ftyp_seen |= type == fourcc("ftyp");
     at.moov_seen |= type == fourcc("moov");
@@ -59,18 +58,20 @@ mp4_parser_base::outcome mp4_parser_base::read_box(level& at) {
     const std::shared_ptr<box> box = known ? factory->second(type) : std::make_shared<mp4::box>(type);
     box->offset = at.offset;
     box->type = type;
-    if (!read_extended_header(*box, details::big_endian(header.size), at.size)) return outcome::cut_off;
+    if (!read_extended_header(*box, details::big_endian(header.size), at)) return outcome::cut_off;
     boxes.emplace(at.offset, box);
     at.offset += box->size;
     return read_payload(*box, known) ? outcome::read : outcome::cut_off;
 }
 
-bool mp4_parser_base::read_extended_header(box& box, std::uint32_t size, std::uint64_t scan_size) {
+bool mp4_parser_base::read_extended_header(box& box, std::uint32_t size, const level& at) {
     box.header_size = 8;
     box.size = size;
-    if (size == 0) box.size = scan_size - 8;  // up to the end: taken from the range as a whole
+    if (size == 0) box.size = at.size - 8;  // up to the end: taken from the range as a whole
     if (size == 1) {
-        if (!read_number(box.size)) return false;
+        std::uint64_t large = 0;
+        if (!read_header(large, at)) return false;
+        box.size = details::big_endian(large);
         box.header_size += 8;
     }
     if (box.type == fourcc("uuid")) {

@@ -75,8 +75,13 @@ private:
 
     outcome read_boxes(level& at);
     outcome read_box(level& at);
+    /// A part of a box's header. At top level media data may follow, of which nothing is to be read.
+    template <class Part>
+    bool read_header(Part& part, const level& at) {
+        return at.top_level ? read_exactly(&part, sizeof part) : read(&part, sizeof part);
+    }
     /// The sizes behind the first 8 bytes of the header.
-    bool read_extended_header(box& box, std::uint32_t size, std::uint64_t scan_size);
+    bool read_extended_header(box& box, std::uint32_t size, const level& at);
     bool read_payload(box& box, bool known);
 };
 

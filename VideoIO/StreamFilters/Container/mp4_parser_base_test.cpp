@@ -96,7 +96,6 @@ TEST(Scan, ABoxThatReportsNothingIsBelowTheTop) {
     file opened(make_box("moov", make_box("odd!")));
     EXPECT_NE(opened.parser.find_child(*opened.parser.boxes.at(0), false, 0, fourcc("odd!")), nullptr);
     EXPECT_TRUE(log.messages().empty());
-    EXPECT_NE(log_capture(1).count(2, L""), 1u);
 }
 
 TEST(Scan, MediaDataIsClampedAndOthersThrow) {
@@ -181,9 +180,11 @@ TEST(Scan, NeverGoesBehindTheEndOfTheStream) {
 TEST(Scan, ReadsNoMediaData) {
     const file opened(box_builder()
                           .add(make_box("mdat", box_builder().zeros(1 << 20)))
+                          .add(make_large_box("mdat", box_builder().zeros(1 << 20)))
                           .add(make_box("moov", box_builder().zeros(1 << 20))));
-    EXPECT_EQ(opened.stream.bytes_read, 16u);
-    EXPECT_EQ(opened.stream.reads, 2u);
+    EXPECT_EQ(opened.offsets().size(), 3u);
+    EXPECT_EQ(opened.stream.bytes_read, 32u);
+    EXPECT_EQ(opened.stream.reads, 4u);
 }
 
 TEST(Scan, ReadsASmallLevelAtOnceAndLeavesTheStreamBehindIt) {
