@@ -46,8 +46,7 @@ const FileCase kCases[] = {
     // The peer moves decode times until no picture is shown before it is decoded.
     {"NegativeOffsets", "in.mp4", BOTH "-movflags negative_cts_offsets", {.origin = false}},
     {"Cmaf", "in.mp4", BOTH "-movflags cmaf+frag_keyframe+delay_moov", {.origin = false}},
-    {"EmptyEdit", "in.mp4", "-itsoffset 0.5 -f lavfi -i sine=duration=1 -map 0:v -map 2:a " BOTH,
-     {.origin = false}},  // gives no delay
+    {"EmptyEdit", "in.mp4", "-itsoffset 0.5 -f lavfi -i sine=duration=1 -map 0:v -map 2:a " BOTH},
     {"SeveralTracks", "in.mp4", "-map 0:v -map 1:a -map 0:v -map 1:a -map 1:a " X264 "-s:v:1 32x32 -c:a:0 aac "
      "-c:a:1 libmp3lame -c:a:2 ac3"},
     {"H265Hev1", "in.mp4", X265 "-c:a ac3"},

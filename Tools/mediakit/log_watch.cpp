@@ -22,6 +22,9 @@ constexpr std::string_view kWriters[] = {
 /// Where the file source is, whose reads fail with what the system says.
 constexpr std::string_view kSource[] = {"VideoIO/StreamFilters/SharedFile/SharedFileSource"};
 
+/// Serves both; a write that fails is told by its caller too.
+constexpr std::string_view kReadsAndWrites = "VideoIO/StreamFilters/Authoring/MP4ByteStreamHandler";
+
 /// Where those that read a file are.
 constexpr std::string_view kReaders[] = {
     "VideoIO/MPEGUtil/",
@@ -33,6 +36,10 @@ template <std::size_t N>
 bool IsUnder(const std::string_view (&folders)[N], std::string_view path) {
     return std::any_of(std::begin(folders), std::end(folders),
                        [path](std::string_view folder) { return path.starts_with(folder); });
+}
+
+bool IsWriter(std::string_view path) {
+    return IsUnder(kWriters, path) && !path.starts_with(kReadsAndWrites);
 }
 
 /// The check forms name code, which says nothing to a user.
@@ -102,7 +109,7 @@ void LogWatch::KeepNote(const Note& note) {
 
 void LogWatch::Take(const qz_log::record& record) {
     const std::string message = win32::NarrowForDisplay(record.message);
-    if (record.level <= kErrors && m_armed && IsUnder(kWriters, record.path)) {
+    if (record.level <= kErrors && m_armed && IsWriter(record.path)) {
         CAutoLock lock(&m_lock);
         if (!m_failed) m_reason = Explain(message);
         m_failed = true;
