@@ -232,6 +232,38 @@ TEST(HostileFile, ClaimsTakeNoMoreThanTheFileAllows) {
     }
 }
 
+/// Runs without content in one track fragment, between one that claims the samples, of a byte each, and a huge sample.
+bytes claiming_run(std::size_t runs, std::uint32_t claimed, const box_builder& media) {
+    movie_file file = small_file();
+    file.fragments.samples = 2;
+    const box_builder traf =
+        make_box("traf", make_full_box("tfhd", 0, 0x10, box_builder().u32(1).u32(1))
+                             .add(make_full_box("trun", 0, 0, box_builder().u32(claimed)))
+                             .add(tiny_boxes("trun", runs))
+                             .add(make_full_box("trun", 0, 0x200, box_builder().u32(1).u32(kAll))));
+    return joined(with_box("traf", traf, file), media);
+}
+
+TEST(HostileFile, ClaimsOfAllThatTheFileAllowsTakeNoMore) {
+    constexpr std::uint32_t kFree = 1 << 16;
+    const struct {
+        std::size_t runs;
+        std::uint32_t media;
+    } sizes[] = {{4 << 20, 0}, {1 << 18, 2 << 20}};
+    for (const auto& of : sizes) {
+        SCOPED_TRACE(of.runs);
+        const box_builder media = make_box("mdat", box_builder().zeros(of.media));
+        const auto size = static_cast<std::uint32_t>(claiming_run(of.runs, 0, media).size());
+        // Of bytes of media data, all but the huge sample and the two of the other track.
+        const std::uint32_t most = 8 + 2 * 2 * 5 + 8 + of.media + kFree - 3;
+        EXPECT_EQ(survive_twice(claiming_run(of.runs, most, media)).samples, (counts{kMostSamples, 2}));
+        const played refused = survive_twice(claiming_run(of.runs, most + 1, media));
+        EXPECT_EQ(refused.samples, (counts{std::min<std::size_t>((most + 3) / 2, kMostSamples), 2}));
+        survive_twice(claiming_run(of.runs, size / 2 + kFree - 1, media));
+        survive_twice(claiming_run(of.runs, size, media));
+    }
+}
+
 TEST(HostileFile, AClaimLeavesRoomForTheOtherTracks) {
     for (const claim& of : claims({})) {
         SCOPED_TRACE(of.name);

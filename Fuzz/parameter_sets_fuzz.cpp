@@ -21,7 +21,7 @@ void read_pictures(const std::vector<bytes_view>& units) {
 }
 
 void read_media_types(const std::vector<bytes_view>& units) {
-    DataBuffer buffer;
+    static DataBuffer buffer;  // its 1.6 MB take longer to come by than an input to read
     H264PayloadParser parser(buffer, MEDIASUBTYPE_AVC1);
     for (const bytes_view unit : units) {
         buffer.Reset();
