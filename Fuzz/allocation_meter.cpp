@@ -96,19 +96,20 @@ void* allocate_or_throw(std::size_t size, std::size_t alignment) {
 
 }  // namespace
 
-// The array forms and those that throw nothing go through these by the standard library's own definitions.
-void* operator new(std::size_t size) {
-    return allocate_or_throw(size, kFront);
-}
+// Each form that the test kit's failing_new has as well is here, so that the kit's are not linked.
+void* operator new(std::size_t size) { return allocate_or_throw(size, kFront); }
+void* operator new[](std::size_t size) { return allocate_or_throw(size, kFront); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size, kFront); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size, kFront); }
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return allocate_or_throw(size, static_cast<std::size_t>(alignment));
 }
-void operator delete(void* memory) noexcept {
-    release(memory, kFront);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    release(memory, kFront);
-}
+void operator delete(void* memory) noexcept { release(memory, kFront); }
+void operator delete[](void* memory) noexcept { release(memory, kFront); }
+void operator delete(void* memory, std::size_t) noexcept { release(memory, kFront); }
+void operator delete[](void* memory, std::size_t) noexcept { release(memory, kFront); }
+void operator delete(void* memory, const std::nothrow_t&) noexcept { release(memory, kFront); }
+void operator delete[](void* memory, const std::nothrow_t&) noexcept { release(memory, kFront); }
 void operator delete(void* memory, std::align_val_t alignment) noexcept {
     release(memory, static_cast<std::size_t>(alignment));
 }
