@@ -5,6 +5,7 @@
 
 #include "Tools/mediakit/box_writers.h"
 #include "Tools/mediakit/file_byte_stream.h"
+#include "Tools/mediakit/log_watch.h"
 #include "Tools/mediakit/messages.h"
 #include "Tools/mediakit/system_error.h"
 
@@ -15,15 +16,9 @@ namespace {
 const std::string kBoxesFooter =
     "Each box is told with its offset and size in the file and its fields; what is wrong with a box\n"
     "stands behind a \"!\". Text shows the first " +
-    std::to_string(kTextRows) + " rows of a table; JSON shows " + std::to_string(kJsonRows) +
-    " rows\nand " + std::to_string(kJsonBytes) +
-    " bytes of a row of bytes. Sample data is not read.\n"
+    std::to_string(kTextRows) + " rows of a table, twice as many of a list; JSON\nshows " + std::to_string(kJsonRows) +
+    " rows and " + std::to_string(kJsonBytes) + " bytes of a row of bytes. Sample data is not read.\n"
     "Exit status: 0 done, also when boxes are broken, 1 failed, 2 wrong usage.";
-
-int Fail(const std::string& text) {
-    Messages().Error(text);
-    return 1;
-}
 
 }  // namespace
 
@@ -39,9 +34,15 @@ CLI::App* AddBoxesVerb(CLI::App& program, BoxesOptions& options) {
 }
 
 int Boxes(const BoxesOptions& options) {
+    Messages messages;
+    const LogWatch log(messages, 0, 0);  // what is wrong with a box is told with the box
+    const auto fail = [&messages](const std::string& text) {
+        messages.Error(text);
+        return 1;
+    };
     FileByteStream file;
     const DWORD error = file.Open(options.file);
-    if (error != NO_ERROR) return Fail(options.file + ": cannot be opened: " + SystemErrorText(error));
+    if (error != NO_ERROR) return fail(options.file + ": cannot be opened: " + SystemErrorText(error));
     const int levels = options.depth == 0 ? BoxWalk::kDeepest : options.depth;
     std::uint64_t boxes = 0;
     if (options.json) {
@@ -55,8 +56,8 @@ int Boxes(const BoxesOptions& options) {
         BoxWalk(file, writer, levels).Run();
         boxes = writer.Boxes();
     }
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) return Fail("standard output cannot be written");
-    return boxes > 0 ? 0 : Fail(options.file + ": has no boxes" + (file.size() == 0 ? ": it is empty" : ""));
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) return fail("standard output cannot be written");
+    return boxes > 0 ? 0 : fail(options.file + ": has no boxes" + (file.size() == 0 ? ": it is empty" : ""));
 }
 
 }  // namespace mediakit_tool

@@ -27,4 +27,9 @@ void TrackCrowd::EndWait() {
     --m_waiting;
 }
 
+std::size_t TrackCrowd::Waiting() const {
+    CAutoLock lock(&m_lock);
+    return m_waiting;
+}
+
 }  // namespace mediakit_tool

@@ -21,9 +21,11 @@ public:
     /// False: everybody else waits, so that the caller must not. True is followed by EndWait.
     bool BeginWait();
     void EndWait();
+    /// How many do.
+    std::size_t Waiting() const;
 
 private:
-    CCritSec m_lock{"TrackCrowd", LockRank::FilterInner};
+    mutable CCritSec m_lock{"TrackCrowd", LockRank::FilterInner};
     std::vector<CAMEvent*> m_tracks GUARDED_BY(m_lock);
     std::size_t m_waiting GUARDED_BY(m_lock) = 0;
 };
