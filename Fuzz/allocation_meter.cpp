@@ -96,7 +96,7 @@ void* allocate_or_throw(std::size_t size, std::size_t alignment) {
 
 }  // namespace
 
-// Each form that the test kit's failing_new has as well is here, so that the kit's are not linked.
+// Each form is here that memory may come from, however the standard library makes one of another.
 void* operator new(std::size_t size) { return allocate_or_throw(size, kFront); }
 void* operator new[](std::size_t size) { return allocate_or_throw(size, kFront); }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size, kFront); }

@@ -5,6 +5,7 @@
 #include "Platform/Kernel/Memory.h"
 #include "Platform/Kernel/Text.h"
 #include "Testing/Kit/failing_new.h"
+#include "Testing/Kit/failing_new_operators.h"
 
 #include <gtest/gtest.h>
 

@@ -3,6 +3,7 @@
 #include "Platform/Com/ComPtr.h"
 #include "Platform/DirectShow/IBaseFilter.h"
 #include "Testing/Kit/failing_new.h"
+#include "Testing/Kit/failing_new_operators.h"
 #include "Testing/Kit/log_capture.h"
 
 #include <gtest/gtest.h>
