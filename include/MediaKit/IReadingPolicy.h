@@ -11,8 +11,8 @@ struct IReadingPolicy : IUnknown {
     /// A sample entry `avc3` (H.264 with parameter sets in the samples) is read as `avc1`. Without it such a track is
     /// left out.
     virtual HRESULT SetReadAvc3AsAvc1(BOOL read) = 0;
-    /// The boxes of segmented files (`styp`, `emsg`, `prft`, `mfra`) are known at top level. Without it the first of
-    /// them behind `moov` ends the search for boxes, and what lies behind it is not played.
+    /// The boxes of segmented files (`styp`, `emsg`, `prft`, `ssix`, `mfra`) are known at top level. Without it the
+    /// first of them behind `moov` ends the search for boxes, and what lies behind it is not played.
     virtual HRESULT SetKnowSegmentBoxes(BOOL know) = 0;
     /// A track that has no `stss` consists of sync samples, as ISO/IEC 14496-12 says. Without it none of its samples is
     /// one.
@@ -23,15 +23,15 @@ struct IReadingPolicy : IUnknown {
     /// The bytes of PCM samples that are grouped by chunks follow from the sample entry's channels and bits. Without it
     /// each counts 4 bytes.
     virtual HRESULT SetSizePcmByEntry(BOOL byEntry) = 0;
-    /// Fragments' data lie as ISO/IEC 14496-12 (8.8.7, 8.8.8) has them: a run without an offset follows the run before, and a
-    /// track fragment without a base follows the data of the track fragment before it in the same `moof`. Without it
-    /// both begin at the base, or at the `moof`.
+    /// Fragments' data lie as ISO/IEC 14496-12 (8.8.7, 8.8.8) has them: a run without an offset follows the run before,
+    /// and a track fragment without a base follows the data of the track fragment before it in the same `moof`. Without
+    /// it both begin at the base, or at the `moof`.
     virtual HRESULT SetRunsFollowEachOther(BOOL follow) = 0;
-    /// What cannot be read is left out and told in the log: a track, a fragment, the top level from a box on that is cut
-    /// off. Without it one broken box refuses the file.
+    /// What cannot be read is left out and told in the log: a track, a fragment, `mvex`, the top level from a box on
+    /// that is cut off. Without it one broken box refuses the file.
     virtual HRESULT SetLeaveOutBrokenParts(BOOL leaveOut) = 0;
-    /// Empty edits in front of a track's first media make it start later. Without it they are passed over, and the track
-    /// starts with the others.
+    /// Empty edits in front of a track's first media make it start later. Without it they are passed over, and the
+    /// track starts with the others.
     virtual HRESULT SetHeedEmptyEdits(BOOL heed) = 0;
 
 protected:

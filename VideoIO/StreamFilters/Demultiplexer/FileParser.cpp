@@ -8,12 +8,14 @@ using namespace vio::mp4;
 
 /// Boxes between the fragments of segmented files (ISO/IEC 14496-12, 8.8 and 8.16; ISO/IEC 23009-1, 5.10). Nothing in
 /// them is read.
-constexpr std::uint32_t kSegmentBoxes[] = {fourcc("styp"), fourcc("emsg"), fourcc("prft"), fourcc("mfra")};
+constexpr std::uint32_t kSegmentBoxes[] = {fourcc("styp"), fourcc("emsg"), fourcc("prft"), fourcc("ssix"),
+                                           fourcc("mfra")};
 
 box_registry RegistryFor(const ReadingPolicy& policy) {
     box_registry registry = main_registry();
     if (policy.knowSegmentBoxes) {
-        for (const std::uint32_t type : kSegmentBoxes) registry.emplace(type, std::make_shared<box, unsigned int>);
+        for (const std::uint32_t type : kSegmentBoxes)
+            registry.emplace(type, [](unsigned int code) { return std::make_shared<box>(code); });
     }
     if (policy.useFragmentDecodeTimes) {
         registry.emplace(fourcc("tfdt"),

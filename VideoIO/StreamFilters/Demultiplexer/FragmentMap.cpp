@@ -13,6 +13,13 @@ namespace {
 
 constexpr int kMostTracksOfOneId = 16;
 
+/// Looks for a box that nobody needs. A level with stray bytes behind its boxes answers its first lookup with nothing,
+/// and the later ones with what is there.
+template <class Box>
+void ReadLevel(mp4_parser& parser, const box& parent) {
+    parser.find_child<Box>(parent);
+}
+
 /// `next` is where a track fragment begins that tells no base.
 std::uint64_t BaseOf(const track_fragment_header_box& tfhd, const movie_fragment_box& moof, std::uint64_t next) {
     namespace has = track_fragment_flags;
@@ -23,15 +30,21 @@ std::uint64_t BaseOf(const track_fragment_header_box& tfhd, const movie_fragment
 }  // namespace
 
 void FragmentMap::Gather(mp4_parser& parser, const movie_extends_box& mvex, const ReadingPolicy& policy) {
-    BoxWalk defaults(parser, mvex);
-    while (const auto trex = defaults.Next<track_extends_box>()) m_defaults.emplace(trex->track_ID, trex);
+    ReadPart(policy, [&] { GatherDefaults(parser, mvex); });
     BoxWalk fragments = BoxWalk::TopLevel(parser);
     while (const auto moof = fragments.Next<movie_fragment_box>())
         ReadPart(policy, [&] { GatherFragment(parser, *moof, policy); });
 }
 
+void FragmentMap::GatherDefaults(mp4_parser& parser, const movie_extends_box& mvex) {
+    ReadLevel<movie_extends_header_box>(parser, mvex);
+    BoxWalk walk(parser, mvex);
+    while (const auto trex = walk.Next<track_extends_box>()) m_defaults.emplace(trex->track_ID, trex);
+}
+
 void FragmentMap::GatherFragment(mp4_parser& parser, const movie_fragment_box& moof, const ReadingPolicy& policy) {
     std::uint64_t next = moof.offset;
+    ReadLevel<movie_fragment_header_box>(parser, moof);
     BoxWalk walk(parser, moof);
     while (const auto traf = walk.Next<track_fragment_box>()) {
         FragmentRecord record;
@@ -39,6 +52,7 @@ void FragmentMap::GatherFragment(mp4_parser& parser, const movie_fragment_box& m
         if (record.tfhd == nullptr) continue;
         record.base = BaseOf(*record.tfhd, moof, next);
         record.truns = BoxWalk(parser, *traf).Rest<track_run_box>();
+        record.truns.shrink_to_fit();  // there may be millions
         if (policy.useFragmentDecodeTimes) {
             const auto tfdt = parser.find_child<track_fragment_base_media_decode_time_box>(*traf);
             if (tfdt != nullptr) record.decode_time = tfdt->base_media_decode_time;

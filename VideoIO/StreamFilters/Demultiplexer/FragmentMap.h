@@ -14,7 +14,8 @@ namespace Norvane::MediaKit::Filters::details {
 
 class FragmentMap {
 public:
-    /// Reads `mvex` and all `moof` of the file. A `traf` without `tfhd` belongs to no track.
+    /// Reads `mvex` and all `moof` of the file. A `traf` without `tfhd` belongs to no track. Where broken parts
+    /// are left out, a broken `mvex` and a broken `moof` are.
     void Gather(vio::mp4::mp4_parser& parser, const vio::mp4::movie_extends_box& mvex, const ReadingPolicy& policy);
     /// Tells in the log how many each track has.
     void Report() const;
@@ -31,6 +32,7 @@ private:
         int taken = 0;
     };
 
+    void GatherDefaults(vio::mp4::mp4_parser& parser, const vio::mp4::movie_extends_box& mvex);
     void GatherFragment(vio::mp4::mp4_parser& parser, const vio::mp4::movie_fragment_box& moof,
                         const ReadingPolicy& policy);
 

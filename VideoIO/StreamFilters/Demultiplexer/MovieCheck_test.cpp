@@ -235,6 +235,14 @@ TEST(MovieCheck, GathersFragmentsByTrack) {
     ASSERT_EQ(found.fragments.size(), 2u);
     EXPECT_EQ(found.fragments[1].decode_time, 40u);
 
+    // Stray bytes behind the boxes of a level.
+    movie.replace = [](std::string_view type, std::size_t, const box_builder& box) {
+        if (type != "mvex" && type != "moof") return box;
+        const Bytes children(box.bytes().begin() + 8, box.bytes().end());
+        return make_box(type, box_builder().add(children).zeros(6));
+    };
+    EXPECT_THAT(Check(movie.bytes()).asked, ElementsAre(Asked{30, 2, true, true}, Asked{20, 2, true, false}));
+
     movie.replace = With("traf", {});
     found = Check(movie.bytes());
     EXPECT_EQ(found.hr, S_OK);
@@ -246,9 +254,10 @@ TEST(MovieCheck, GathersFragmentsByTrack) {
 TEST(MovieCheck, KnowsBoxesOfSegmentsWhenAsked) {
     movie_file movie = Movie();
     movie.fragments.samples = 1;
-    movie.replace = [](std::string_view type, std::size_t, const box_builder& box) {
+    const box_builder ssix = make_full_box("ssix", 0, 0, box_builder().u32(0));
+    movie.replace = [&](std::string_view type, std::size_t, const box_builder& box) {
         if (type != "moof") return box;
-        return box_builder().add(make_box("styp")).add(make_box("emsg", box_builder().zeros(20))).add(box);
+        return box_builder().add(make_box("styp")).add(make_box("emsg", box_builder().zeros(20))).add(ssix).add(box);
     };
     const Outcome strict = Check(movie.bytes());
     EXPECT_THAT(strict.asked, ElementsAre(Asked{1, 0, true, false}));

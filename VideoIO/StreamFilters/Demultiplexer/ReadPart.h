@@ -5,6 +5,7 @@
 #include "VideoIO/StreamFilters/Demultiplexer/ReadingPolicy.h"
 
 #include <exception>
+#include <new>
 
 namespace Norvane::MediaKit::Filters::details {
 
@@ -15,6 +16,8 @@ void ReadPart(const ReadingPolicy& policy, Read read) {
     if (!policy.leaveOutBrokenParts) return read();
     try {
         read();
+    } catch (const std::bad_alloc&) {
+        throw;  // says nothing of the file
     } catch (const std::exception& error) {
         QZReport(2, L"A broken part of the file is left out: %S", error.what());
     }
