@@ -14,13 +14,13 @@ CSource::~CSource() {
 
 int CSource::GetPinCount() {
     CAutoLock lock(&m_cStateLock);
-    return static_cast<int>(m_paStreams.size());
+    return static_cast<int>(StreamCount());
 }
 
 CBasePin* CSource::GetPin(int n) {
     CAutoLock lock(&m_cStateLock);
     const auto index = static_cast<std::size_t>(n);
-    return n >= 0 && index < m_paStreams.size() ? m_paStreams[index] : nullptr;
+    return n >= 0 && index < StreamCount() ? m_paStreams[index] : nullptr;
 }
 
 HRESULT CSource::AddPin(CSourceStream* pStream) {
@@ -44,7 +44,7 @@ HRESULT CSource::FindPin(const wchar_t* Id, IPin** ppPin) {
     wchar_t* end = nullptr;
     const long number = std::wcstol(Id, &end, 10);
     CAutoLock lock(&m_cStateLock);
-    if (end == Id || *end != L'\0' || number < 1 || static_cast<std::size_t>(number) > m_paStreams.size()) return hr;
+    if (end == Id || *end != L'\0' || number < 1 || static_cast<std::size_t>(number) > StreamCount()) return hr;
     *ppPin = m_paStreams[static_cast<std::size_t>(number) - 1];
     (*ppPin)->AddRef();
     return S_OK;

@@ -28,6 +28,10 @@ public:
     int FindPinNumber(IPin* iPin);
 
 protected:
+    /// How many of m_paStreams are there to be found; called with the state lock held. A filter that makes its streams
+    /// while others may look hides the last ones until they are whole.
+    virtual std::size_t StreamCount() const { return m_paStreams.size(); }
+
     std::vector<CSourceStream*> m_paStreams;
     CCritSec m_cStateLock{"CSource state", LockRank::Filter};
 };

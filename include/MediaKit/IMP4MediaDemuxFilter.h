@@ -5,7 +5,8 @@
 
 namespace Norvane::MediaKit::Filters {
 
-/// Offered by the demultiplexer. Ask once its input is connected; any thread.
+/// Offered by the demultiplexer. Ask once its input is connected; any thread. GetCreationTime and IsStreamingOptimized
+/// wait while a file is being opened.
 struct IMP4MediaDemuxFilter : IUnknown {
     /// Stores when the movie was made as an OLE date: days since 1899-12-30 in universal time, the time of day as the
     /// fraction; a negative date counts its fraction forwards too. -657435.0 when the date is out of range.
@@ -15,9 +16,9 @@ struct IMP4MediaDemuxFilter : IUnknown {
     virtual HRESULT Reserved1() = 0;
     /// Whether `moov` stands before the first `mdat`. A truth value, no result code.
     virtual bool IsStreamingOptimized() = 0;
-    /// Stores where playing would start for the first connected video stream, in 100 ns. `time` is where to look, unless
-    /// `frames` is positive: then it is the stream's current start plus that many units of its timescale. E_FAIL without
-    /// a connected video stream.
+    /// Stores where playing would start for the first connected video stream, in 100 ns. `time` is where to look,
+    /// unless `frames` is positive: then it is the stream's current start plus that many units of its timescale. E_FAIL
+    /// without a connected video stream.
     virtual HRESULT GetNearestSyncPoint(REFERENCE_TIME time, int frames, REFERENCE_TIME* result) = 0;
 
 protected:

@@ -11,7 +11,9 @@
 #include "VideoIO/StreamFilters/Demultiplexer/ReadPart.h"
 
 #include <exception>
+#include <new>
 #include <string>
+#include <utility>
 
 namespace Norvane::MediaKit::Filters {
 
@@ -44,7 +46,8 @@ MP4MediaDemuxSeeking* MP4MediaDemuxFilter::Seeking() {
     CAutoLock lock(&m_seekingLock);
     if (m_seeking == nullptr) {
         HRESULT hr = S_OK;
-        m_seeking = std::make_unique<MP4MediaDemuxSeeking>(this, &m_seekingLock, &hr);
+        m_seeking.reset(new (std::nothrow) MP4MediaDemuxSeeking(this, &m_seekingLock, &hr));
+        if (FAILED(hr)) m_seeking.reset();
     }
     return m_seeking.get();
 }
@@ -52,22 +55,40 @@ MP4MediaDemuxSeeking* MP4MediaDemuxFilter::Seeking() {
 HRESULT MP4MediaDemuxFilter::SetReader(IAsyncReader* pReader) {
     QZCheckCondition(pReader != nullptr, E_UNEXPECTED);
     CAutoLock lock(&m_connectionLock);
+    AllowWaitWithLocks allow("a reader gets its data without the locks of the two pins that are being connected");
     try {
         return Open(pReader);
     } catch (const std::exception& error) {
         QZReport(1, L"Unsupported format, failed to set reader: %S", error.what());
+        FindMovieHeader();
         return QZ_E_UNSUPPORTED_FORMAT;
     }
 }
 
 HRESULT MP4MediaDemuxFilter::Open(IAsyncReader* reader) {
-    m_stream = std::make_shared<AsyncReaderByteStream>(reader);
-    m_reader = reader;
+    auto stream = std::make_shared<AsyncReaderByteStream>(reader);
+    auto parser = details::MakeFileParser(stream, m_policy);
+    ComPtr<IAsyncReader> replaced(reader);  // let go of without the state lock
+    {
+        CAutoLock lock(&m_cStateLock);
+        QZCheckCondition(IsStopped(), VFW_E_NOT_STOPPED);
+        std::swap(m_reader, replaced);
+    }
+    m_stream = std::move(stream);
+    m_parser = std::move(parser);
     m_facts = {};
-    m_parser = details::MakeFileParser(m_stream, m_policy);
-    vio::mp4::mp4_parser& parser = *m_parser;
-    details::ReadPart(m_policy, [&] { parser.parse(); });
+    details::ReadPart(m_policy, [&parser = *m_parser] { parser.parse(); });
     return CheckMovie();
+}
+
+/// Of a file that could not be read as a whole: what was read tells when the movie was made.
+void MP4MediaDemuxFilter::FindMovieHeader() {
+    if (m_parser == nullptr || m_facts.mvhd != nullptr) return;
+    try {
+        details::FindMovieHeader(*m_parser, m_facts);
+    } catch (const std::exception& error) {
+        QZReport(2, L"The movie's header cannot be read: %S", error.what());
+    }
 }
 
 HRESULT MP4MediaDemuxFilter::CheckMovie() {
@@ -76,7 +97,9 @@ HRESULT MP4MediaDemuxFilter::CheckMovie() {
                                      REQUIRES(m_connectionLock) { return CreateOutputPin(track, budget, duration); };
     const HRESULT hr = details::mp4_check(*m_parser, m_policy, createOutputPin, m_facts);
     if (FAILED(hr)) return hr;
-    Seeking()->SetDuration(m_facts.duration);
+    MP4MediaDemuxSeeking* const seeking = Seeking();
+    QZCheckCondition(seeking != nullptr, E_OUTOFMEMORY);
+    seeking->SetDuration(m_facts.duration);
     m_streamingOrder = m_facts.streamingOrder.value_or(m_streamingOrder);
     return S_OK;
 }
@@ -92,6 +115,8 @@ HRESULT MP4MediaDemuxFilter::CreateOutputPin(const details::TrackBoxes& track, d
         delete pin;
         return hr;
     }
+    CAutoLock lock(&m_cStateLock);
+    ++m_wholePins;
     IncrementPinVersion();  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the pin is in the filter's list
     return S_OK;
 }

@@ -38,15 +38,16 @@ public:
     int GetPinCount() override;
     CBasePin* GetPin(int n) override;
 
-    /// Opens the file behind the reader. E_UNEXPECTED without one, QZ_E_UNSUPPORTED_FORMAT for a file that cannot be
-    /// played. Output pins of an earlier file stay.
+    /// Opens the file behind the reader. E_UNEXPECTED without one, VFW_E_NOT_STOPPED while the filter plays,
+    /// QZ_E_UNSUPPORTED_FORMAT for a file that cannot be played. Output pins of an earlier file stay.
     HRESULT SetReader(IAsyncReader* pReader) EXCLUDES(m_seekingLock);
 
-    /// The one that all output pins share, made at the first call.
+    /// The one that all output pins share, made at the first call. Null when there is no memory for it.
     MP4MediaDemuxSeeking* Seeking() EXCLUDES(m_seekingLock);
-    /// For the pins' threads: it changes only while the filter is stopped. Null before the first connection.
+    /// For the pins' threads: it changes only while the filter is stopped, when they are not. Null before the first
+    /// connection.
     IAsyncReader* Reader() const { return m_reader.get(); }
-    /// The n-th output pin, or null. The state lock is taken.
+    /// The n-th output pin that is whole, or null. The state lock is taken.
     MP4MediaDemuxOutputPin* OutputPin(int n);
     int OutputPinCount();
 
@@ -66,10 +67,15 @@ public:
     HRESULT SetLeaveOutBrokenParts(BOOL leaveOut) override;
     HRESULT SetHeedEmptyEdits(BOOL heed) override;
 
+protected:
+    /// Without the pin that is being made, which may yet be deleted.
+    std::size_t StreamCount() const override REQUIRES(m_cStateLock) { return m_wholePins; }
+
 private:
     HRESULT SetPolicy(bool details::ReadingPolicy::*choice, BOOL value);
     HRESULT Open(IAsyncReader* reader) REQUIRES(m_connectionLock);
     HRESULT CheckMovie() REQUIRES(m_connectionLock);
+    void FindMovieHeader() REQUIRES(m_connectionLock);
     HRESULT CreateOutputPin(const details::TrackBoxes& track, details::ReadingBudget& budget,
                             REFERENCE_TIME& duration) REQUIRES(m_connectionLock);
 
@@ -79,11 +85,12 @@ private:
 
     // The destructor lets go of them from the last to the first.
     std::unique_ptr<MP4MediaDemuxSeeking> m_seeking;  ///< made under m_seekingLock
-    ComPtr<IAsyncReader> m_reader;
+    ComPtr<IAsyncReader> m_reader;  ///< written under the state lock, while the filter is stopped
     std::shared_ptr<vio::mp4::mp4_parser> m_parser GUARDED_BY(m_connectionLock);
     std::shared_ptr<AsyncReaderByteStream> m_stream GUARDED_BY(m_connectionLock);
     details::MovieFacts m_facts GUARDED_BY(m_connectionLock);
     bool m_streamingOrder GUARDED_BY(m_connectionLock) = false;
+    std::size_t m_wholePins GUARDED_BY(m_cStateLock) = 0;
     CCritSec m_seekingLock{"MP4MediaDemuxFilter seeking", LockRank::FilterInner};
     std::unique_ptr<MP4MediaDemuxInputPin> m_inputPin;
 };

@@ -200,6 +200,12 @@ void MovieCheck::CheckOrder() {
 
 }  // namespace
 
+void FindMovieHeader(mp4_parser& parser, MovieFacts& facts) {
+    if (parser.boxes.empty()) return;
+    facts.moov = BoxWalk::TopLevel(parser).Next<movie_box>();
+    if (facts.moov != nullptr) facts.mvhd = parser.find_child<movie_header_box>(*facts.moov);
+}
+
 HRESULT mp4_check(mp4_parser& parser, const ReadingPolicy& policy, const CreateOutputPinFunction& createOutputPin,
                   MovieFacts& facts) {
     return MovieCheck(parser, policy, createOutputPin, facts).Run();

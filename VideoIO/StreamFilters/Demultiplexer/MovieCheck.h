@@ -23,6 +23,9 @@ struct MovieFacts {
     std::optional<bool> streamingOrder;  ///< `moov` stands before the first `mdat`; empty without one
 };
 
+/// Stores the `moov` among the boxes read so far and its `mvhd`, and nothing where there is none.
+void FindMovieHeader(vio::mp4::mp4_parser& parser, MovieFacts& facts);
+
 /// Calls createOutputPin for each video and audio track whose boxes are there, in the order of the file.
 /// QZ_E_UNSUPPORTED_FORMAT for a file that cannot be played; a file without such a track is S_OK. Throws
 /// core::exception for boxes that cannot be read. `facts` holds what was found until then.
