@@ -46,7 +46,9 @@ DWORD CAMThread::GetRequest() {
 }
 
 bool CAMThread::CheckRequest(DWORD* pParam) {
-    if (!m_bRequested) return false;
+    // A request counts once its event is set, too: an answer before that would reset the event too early, and leave
+    // it set without a request.
+    if (!m_bRequested || !m_EventSend.Check()) return false;
     if (pParam != nullptr) *pParam = m_dwParam;
     return true;
 }

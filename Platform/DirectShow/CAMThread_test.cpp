@@ -63,6 +63,23 @@ TEST(AMThread, ARequestThatWasOnlyLookedAtComesAgain) {
     worker.CallWorker(kExit);
 }
 
+TEST(AMThread, ARequestThatIsAnsweredAtOnceLeavesNothingBehind) {
+    Worker worker([](Worker& self) {
+        for (DWORD request = 0; request != kExit;) {
+            if (!self.CheckRequest(&request)) continue;
+            self.Reply(request);
+        }
+    });
+    ASSERT_TRUE(worker.Create());
+    int left = 0;
+    for (DWORD i = 100; i < 20'100; ++i) {
+        ASSERT_EQ(worker.CallWorker(i), i);
+        left += WaitForSingleObject(worker.GetRequestHandle(), 0) == WAIT_OBJECT_0;
+    }
+    EXPECT_EQ(left, 0) << "requests that nobody made";
+    worker.CallWorker(kExit);
+}
+
 TEST(AMThread, AWorkerThatEndsLeavesNobodyWaiting) {
     Worker worker([](Worker& self) { self.GetRequest(); });
     ASSERT_TRUE(worker.Create());

@@ -137,7 +137,7 @@ HRESULT CMediaSample::GetMediaTime(LONGLONG* pTimeStart, LONGLONG* pTimeEnd) {
     if (pTimeStart == nullptr || pTimeEnd == nullptr) return E_POINTER;
     if ((m_dwFlags & AM_SAMPLE_MEDIATIMEVALID) == 0) return VFW_E_MEDIA_TIME_NOT_SET;
     *pTimeStart = m_MediaStart;
-    *pTimeEnd = m_MediaStart + m_MediaEnd;
+    *pTimeEnd = static_cast<LONGLONG>(static_cast<ULONGLONG>(m_MediaStart) + static_cast<ULONGLONG>(m_MediaEnd));
     return S_OK;
 }
 
@@ -148,7 +148,8 @@ HRESULT CMediaSample::SetMediaTime(LONGLONG* pTimeStart, LONGLONG* pTimeEnd) {
     }
     if (pTimeEnd == nullptr) return E_POINTER;
     m_MediaStart = *pTimeStart;
-    m_MediaEnd = static_cast<LONG>(*pTimeEnd - *pTimeStart);
+    // Times out of a file may be anywhere: the distance wraps.
+    m_MediaEnd = static_cast<LONG>(static_cast<ULONGLONG>(*pTimeEnd) - static_cast<ULONGLONG>(*pTimeStart));
     SetFlag(AM_SAMPLE_MEDIATIMEVALID, true);
     return S_OK;
 }

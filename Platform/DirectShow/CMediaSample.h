@@ -67,7 +67,7 @@ private:
     REFERENCE_TIME m_Start = 0;
     REFERENCE_TIME m_End = 0;
     LONGLONG m_MediaStart = 0;
-    LONG m_MediaEnd = 0;  ///< As a distance from m_MediaStart.
+    LONG m_MediaEnd = 0;  ///< As a distance from m_MediaStart, of which 32 bits are kept.
     std::unique_ptr<AM_MEDIA_TYPE, TypeDeleter> m_pMediaType;  ///< Set exactly with AM_SAMPLE_TYPECHANGED.
     CMediaSample* m_pNext = nullptr;                           ///< The allocator's list.
 };

@@ -7,6 +7,8 @@
 
 #include <cstddef>
 #include <cstring>
+#include <limits>
+#include <utility>
 
 namespace {
 
@@ -48,6 +50,20 @@ TEST_F(Sample, TimesAreBothOrStartOnlyOrNone) {
     EXPECT_EQ(m_sample.GetMediaTime(&s, &e), S_OK);
     EXPECT_EQ(s, 100);
     EXPECT_EQ(e, 250);
+}
+
+TEST_F(Sample, MediaTimesMayLieAnywhere) {
+    constexpr LONGLONG highest = std::numeric_limits<LONGLONG>::max();
+    constexpr LONGLONG lowest = std::numeric_limits<LONGLONG>::min();
+    for (auto [start, stop] : {std::pair{highest, lowest}, std::pair{lowest, lowest + 5}, std::pair{highest - 5, highest}}) {
+        SCOPED_TRACE(start);
+        LONGLONG s = 0;
+        LONGLONG e = 0;
+        m_sample.SetMediaTime(&start, &stop);
+        EXPECT_EQ(m_sample.GetMediaTime(&s, &e), S_OK);
+        EXPECT_EQ(s, start);
+        EXPECT_EQ(e, stop);
+    }
 }
 
 TEST_F(Sample, LengthStaysWithinTheBuffer) {

@@ -1,8 +1,18 @@
 #include "Platform/DirectShow/CSourceSeeking.h"
 
+#include <limits>
+
 namespace {
 
 bool IsMediaTime(const GUID* format) { return format == nullptr || *format == TIME_FORMAT_MEDIA_TIME; }
+
+/// The ends of the range for what lies outside.
+LONGLONG Moved(LONGLONG position, LONGLONG distance) {
+    using range = std::numeric_limits<LONGLONG>;
+    if (distance > 0 && position > range::max() - distance) return range::max();
+    if (distance < 0 && position < range::min() - distance) return range::min();
+    return position + distance;
+}
 
 }  // namespace
 
@@ -83,10 +93,10 @@ HRESULT CSourceSeeking::SetPositions(LONGLONG* pCurrent, DWORD CurrentFlags, LON
     {
         CAutoLock lock(m_pLock);
         if (start == AM_SEEKING_AbsolutePositioning) m_rtStart = *pCurrent;
-        if (start == AM_SEEKING_RelativePositioning) m_rtStart += *pCurrent;
+        if (start == AM_SEEKING_RelativePositioning) m_rtStart = Moved(m_rtStart, *pCurrent);
         if (stop == AM_SEEKING_AbsolutePositioning) m_rtStop = *pStop;
-        if (stop == AM_SEEKING_RelativePositioning) m_rtStop += *pStop;
-        if (stop == AM_SEEKING_IncrementalPositioning) m_rtStop = m_rtStart + *pStop;
+        if (stop == AM_SEEKING_RelativePositioning) m_rtStop = Moved(m_rtStop, *pStop);
+        if (stop == AM_SEEKING_IncrementalPositioning) m_rtStop = Moved(m_rtStart, *pStop);
         if ((CurrentFlags & AM_SEEKING_ReturnTime) != 0) *pCurrent = m_rtStart;
     }
     if (start != 0) return ChangeStart();

@@ -29,7 +29,7 @@ public:
     HRESULT ConvertTimeFormat(LONGLONG* pTarget, const GUID* pTargetFormat, LONGLONG Source,
                               const GUID* pSourceFormat) override;
     /// Calls ChangeStart when a start was given, else ChangeStop when a stop was. The start may be absolute or
-    /// relative, the stop also incremental; E_INVALIDARG otherwise.
+    /// relative, the stop also incremental; E_INVALIDARG otherwise. What would leave the range ends up at its end.
     HRESULT SetPositions(LONGLONG* pCurrent, DWORD CurrentFlags, LONGLONG* pStop, DWORD StopFlags) override;
     HRESULT GetPositions(LONGLONG* pCurrent, LONGLONG* pStop) override;
     HRESULT GetAvailable(LONGLONG* pEarliest, LONGLONG* pLatest) override;

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 
 namespace {
@@ -57,6 +58,38 @@ TEST(SourceSeeking, MovesStartOrStop) {
     EXPECT_EQ(stop, 620);
     EXPECT_EQ(seeking.SetRate(2.0), S_OK);
     EXPECT_EQ(seeking.notes, "start 100;stop 500;start 120;rate 2;");
+}
+
+TEST(SourceSeeking, StaysWithinTheRange) {
+    constexpr LONGLONG highest = std::numeric_limits<LONGLONG>::max();
+    constexpr LONGLONG lowest = std::numeric_limits<LONGLONG>::min();
+    const struct {
+        LONGLONG from;
+        LONGLONG by;
+        LONGLONG to;
+    } moves[] = {{1, highest, highest},      {highest, highest, highest}, {-1, lowest, lowest},
+                 {lowest, lowest, lowest},   {highest, lowest, -1},       {lowest, highest, -1},
+                 {0, lowest, lowest},        {highest, -1, highest - 1},  {lowest, 1, lowest + 1}};
+    for (const auto& move : moves) {
+        SCOPED_TRACE(testing::Message() << move.from << " by " << move.by);
+        Seeking seeking;
+        LONGLONG start = move.from;
+        LONGLONG stop = move.from;
+        LONGLONG by = move.by;
+        const auto expect = [&](LONGLONG startExpected, LONGLONG stopExpected) {
+            EXPECT_EQ(seeking.GetPositions(&start, &stop), S_OK);
+            EXPECT_EQ(start, startExpected);
+            EXPECT_EQ(stop, stopExpected);
+        };
+        EXPECT_EQ(seeking.SetPositions(&start, kAbsolute, &stop, kAbsolute), S_OK);
+        expect(move.from, move.from);
+        EXPECT_EQ(seeking.SetPositions(nullptr, 0, &by, kIncremental), S_OK);
+        expect(move.from, move.to);
+        stop = move.from;
+        EXPECT_EQ(seeking.SetPositions(nullptr, 0, &stop, kAbsolute), S_OK);
+        EXPECT_EQ(seeking.SetPositions(&by, kRelative, &by, kRelative), S_OK);
+        expect(move.to, move.to);
+    }
 }
 
 TEST(SourceSeeking, RefusesWhatItCannotDo) {

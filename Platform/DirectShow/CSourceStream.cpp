@@ -102,7 +102,10 @@ HRESULT CSourceStream::Active() {
     if (m_pFilter->IsActive()) return S_FALSE;
     if (!IsConnected()) return S_OK;
     if (const HRESULT hr = CBaseOutputPin::Active(); FAILED(hr)) return hr;
-    if (!Create()) return E_FAIL;
+    if (!Create()) {
+        CBaseOutputPin::Inactive();
+        return E_FAIL;
+    }
     HRESULT hr = Init();
     if (FAILED(hr)) {
         // The thread has answered and is about to end.
@@ -116,13 +119,14 @@ HRESULT CSourceStream::Active() {
 HRESULT CSourceStream::Inactive() {
     CAutoLock lock(m_pFilter->pStateLock());
     if (!IsConnected()) return S_OK;
-    // First, since the thread may be waiting for a sample.
-    if (const HRESULT hr = CBaseOutputPin::Inactive(); FAILED(hr)) return hr;
-    if (!ThreadExists()) return S_OK;
-    if (const HRESULT hr = Stop(); FAILED(hr)) return hr;
-    if (const HRESULT hr = Exit(); FAILED(hr)) return hr;
-    Close();
-    return S_OK;
+    // First, since the thread may be waiting for a sample. Whatever comes of it, the thread has to end.
+    const HRESULT decommitted = CBaseOutputPin::Inactive();
+    if (ThreadExists()) {
+        if (const HRESULT hr = Stop(); FAILED(hr)) return hr;
+        if (const HRESULT hr = Exit(); FAILED(hr)) return hr;
+        Close();
+    }
+    return FAILED(decommitted) ? decommitted : S_OK;
 }
 
 bool CSourceStream::CheckRequest(Command* pCom) {

@@ -1,5 +1,6 @@
 #include "Platform/DirectShow/CSource.h"
 
+#include "Platform/DirectShow/CMemAllocator.h"
 #include "Platform/Kernel/Memory.h"
 #include "Testing/Kit/fake_filters.h"
 
@@ -167,6 +168,42 @@ TEST_F(Source, FailureOfThreadCreationIsPausesResult) {
     EXPECT_EQ(m_stream->destroyed, 1);
     m_stream->create_result = S_OK;
     EXPECT_EQ(m_source->Pause(), S_OK);
+}
+
+TEST_F(Source, WithoutAThreadGivesItsBuffersBack) {
+    ASSERT_TRUE(m_stream->Create()) << "a thread of somebody else's";
+    m_sink.filter->Pause();
+    EXPECT_EQ(m_source->Pause(), E_FAIL);
+    ComPtr<IMediaSample> sample;
+    EXPECT_EQ(m_sink->allocator()->GetBuffer(sample.put(), nullptr, nullptr, 0), VFW_E_NOT_COMMITTED);
+    m_stream->CallWorker(CSourceStream::CMD_INIT);
+    m_stream->CallWorker(CSourceStream::CMD_EXIT);
+    m_stream->Close();
+}
+
+/// Decommits, and says that it did not.
+class UnsureAllocator : public CMemAllocator {
+public:
+    UnsureAllocator() : CMemAllocator("UnsureAllocator", nullptr, nullptr) {}
+    HRESULT Decommit() override {
+        CMemAllocator::Decommit();
+        return result;
+    }
+    HRESULT result = S_OK;
+};
+
+TEST_F(Source, EndsItsThreadWhateverComesOfTheBuffers) {
+    const ComPtr<UnsureAllocator> allocator(new UnsureAllocator);
+    m_sink->Disconnect();
+    m_stream->Disconnect();
+    ASSERT_EQ(m_sink->NotifyAllocator(allocator.get(), FALSE), S_OK);
+    ASSERT_EQ(m_stream->Connect(m_sink.pin, nullptr), S_OK);
+    m_stream->end = 1000000;
+    Start();
+    allocator->result = E_ABORT;
+    EXPECT_EQ(m_source->Stop(), E_ABORT);
+    EXPECT_FALSE(m_stream->ThreadExists());
+    allocator->result = S_OK;
 }
 
 TEST_F(Source, UnknownCommandsAreUnexpected) {
