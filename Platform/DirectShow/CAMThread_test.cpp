@@ -15,6 +15,7 @@ class Worker : public CAMThread {
 public:
     explicit Worker(std::function<void(Worker&)> body) : m_body(std::move(body)) {}
     ~Worker() override { Close(); }
+    using CAMThread::m_EventSend;
     DWORD ThreadProc() override {
         m_body(*this);
         return 0;
@@ -63,20 +64,23 @@ TEST(AMThread, ARequestThatWasOnlyLookedAtComesAgain) {
     worker.CallWorker(kExit);
 }
 
-TEST(AMThread, ARequestThatIsAnsweredAtOnceLeavesNothingBehind) {
-    Worker worker([](Worker& self) {
-        for (DWORD request = 0; request != kExit;) {
-            if (!self.CheckRequest(&request)) continue;
-            self.Reply(request);
-        }
+/// Answered before the caller has set its event, a request would leave the event set for nobody.
+TEST(AMThread, ARequestCountsOnceItsEventIsSet) {
+    std::atomic<bool> early{false};
+    std::atomic<bool> later{false};
+    Worker worker([&](Worker& self) {
+        self.GetRequest();
+        self.m_EventSend.Reset();  // as a caller has it who was interrupted in front of that
+        early = self.CheckRequest(nullptr);
+        self.m_EventSend.Set();
+        later = self.CheckRequest(nullptr);
+        AnswerTwiceTheRequest(self);
     });
     ASSERT_TRUE(worker.Create());
-    int left = 0;
-    for (DWORD i = 100; i < 20'100; ++i) {
-        ASSERT_EQ(worker.CallWorker(i), i);
-        left += WaitForSingleObject(worker.GetRequestHandle(), 0) == WAIT_OBJECT_0;
-    }
-    EXPECT_EQ(left, 0) << "requests that nobody made";
+    EXPECT_EQ(worker.CallWorker(3), 6u);
+    EXPECT_FALSE(early);
+    EXPECT_TRUE(later);
+    EXPECT_EQ(WaitForSingleObject(worker.GetRequestHandle(), 0), WAIT_TIMEOUT);
     worker.CallWorker(kExit);
 }
 
