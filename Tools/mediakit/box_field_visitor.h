@@ -1,5 +1,5 @@
-// Tells the fields of the boxes that the container library reads. Its visits stand in one file a family of boxes, as the
-// boxes do.
+// Tells the fields of the boxes that the container library reads. Its visits stand in one file a family of boxes, as
+// the boxes do.
 #pragma once
 
 #include "Tools/mediakit/box_fields.h"

@@ -6,8 +6,8 @@
 
 namespace mediakit_tool {
 
-/// Tells the fields of a box that has a layout here. False, and nothing is told, for others. Fields that are not there are
-/// left out, and told as a problem.
+/// Tells the fields of a box that has a layout here. False, and nothing is told, for others. Fields that are not there
+/// are left out, and told as a problem.
 bool TellByLayout(vio::byte_stream& file, const BoxHeader& box, FieldSink& sink);
 
 }  // namespace mediakit_tool

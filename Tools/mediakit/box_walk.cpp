@@ -76,7 +76,8 @@ bool BoxWalk::ReadSize(const Range& range, std::uint32_t size, BoxHeader& box) {
     }
     if (box.type == fourcc("uuid")) {
         auto& extended = box.extendedType.emplace();
-        if (room < box.headerSize + kExtendedType || !Read(box.offset + box.headerSize, extended.data(), kExtendedType)) {
+        const bool whole = room >= box.headerSize + kExtendedType;
+        if (!whole || !Read(box.offset + box.headerSize, extended.data(), kExtendedType)) {
             m_listener.BytesLeft(box.offset, room, "uuid: the header is cut off");
             return false;
         }

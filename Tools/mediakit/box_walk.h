@@ -42,9 +42,9 @@ protected:
     ~BoxListener() = default;
 };
 
-/// Walks over a file once, in time and memory that follow from its size whatever it claims: every box takes at least its
-/// header of the bytes it stands in. A level ends at a box whose size cannot be; its parent's siblings go on. No byte of
-/// sample data is read.
+/// Walks over a file once, in time and memory that follow from its size whatever it claims: every box takes at least
+/// its header of the bytes it stands in. A level ends at a box whose size cannot be; its parent's siblings go on. No
+/// byte of sample data is read.
 class BoxWalk {
 public:
     /// Levels that are walked; real files stay below 12.

@@ -64,12 +64,12 @@ HRESULT TrackAllocator::GetBuffer(IMediaSample** ppBuffer, REFERENCE_TIME* pStar
         m_waiting = true;
         const HRESULT hr = CBaseAllocator::GetBuffer(ppBuffer, pStartTime, pEndTime, dwFlags | AM_GBF_NOWAIT);
         const bool wait = hr == VFW_E_TIMEOUT && (dwFlags & AM_GBF_NOWAIT) == 0;
-        if (!wait || !m_crowd.BeginWait()) {
+        if (!wait || !m_crowd.BeginWait(m_wake)) {
             m_waiting = false;
             return wait ? GetOrMake(ppBuffer) : hr;
         }
         m_wake.Wait();
-        m_crowd.EndWait();
+        m_crowd.EndWait(m_wake);
     }
 }
 
@@ -77,14 +77,14 @@ HRESULT TrackAllocator::ReleaseBuffer(IMediaSample* pBuffer) {
     // The last sample of a decommitted allocator takes that with it.
     const ComPtr<IMemAllocator> self(this);
     const HRESULT hr = CBaseAllocator::ReleaseBuffer(pBuffer);
-    if (m_waiting) m_wake.Set();
+    if (m_waiting) m_crowd.Wake(m_wake);
     return hr;
 }
 
 HRESULT TrackAllocator::Decommit() {
     const ComPtr<IMemAllocator> self(this);
     const HRESULT hr = CBaseAllocator::Decommit();
-    m_wake.Set();
+    m_crowd.Wake(m_wake);
     return hr;
 }
 

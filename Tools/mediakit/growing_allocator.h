@@ -34,7 +34,8 @@ private:
 class TrackAllocator final : public GrowingAllocator {
 public:
     /// The crowd outlives the allocator's use.
-    TrackAllocator(TrackCrowd& crowd, HRESULT* phr) : GrowingAllocator("Track allocator", nullptr, phr), m_crowd(crowd) {}
+    TrackAllocator(TrackCrowd& crowd, HRESULT* phr)
+        : GrowingAllocator("Track allocator", nullptr, phr), m_crowd(crowd) {}
 
     /// Between these the track counts in the crowd.
     void Begin() { m_crowd.Join(m_wake); }

@@ -36,7 +36,7 @@ public:
           m_messages(options.quiet),
           m_log(m_messages, options.logLevel),
           m_disk(
-              options.output, 1, [this] { return Samples(); }, [] {}) {}
+              options.output, 2, [this] { return Samples(); }, [] {}) {}
 
     int Run();
 
@@ -107,7 +107,8 @@ void Remuxer::DescribeTracks() {
         return TrackOrigin{stream.name, stream.track.trackId, stream.Entry(), FactsOf(stream)};
     };
     for (const auto& track : m_graph->Tracks()) m_summary.tracks.push_back({.origin = origin(*track.stream)});
-    for (const auto& track : m_graph->TracksLeftOut()) m_summary.leftOut.push_back({origin(*track.stream), track.reason});
+    for (const auto& track : m_graph->TracksLeftOut())
+        m_summary.leftOut.push_back({origin(*track.stream), track.reason});
 }
 
 bool Remuxer::Copy() {
@@ -124,7 +125,7 @@ bool Remuxer::Copy() {
     if (!m_graph->Source().Stop()) Fail(m_options.file + ": " + m_graph->Failure());
     CheckGraph();
     CheckWriting();
-    if (m_disk.Full())
+    if (m_control.diskFull)
         Fail(m_options.output + ": byte " + std::to_string(OutputSize(m_options.output)) +
              ": the disk is full; the copy ends where its index still fits");
     Summarize();

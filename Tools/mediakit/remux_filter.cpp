@@ -111,14 +111,14 @@ bool RemuxFilter::DiskHasRoom(std::uint64_t bytes) {
     if (m_granted < bytes) {
         const std::uint64_t wanted = std::max(bytes, kDiskStep);
         const std::uint64_t granted = m_control.disk.Grant(wanted);
-        if (granted < bytes) {
-            m_control.finish = true;
-            return false;
-        }
-        m_granted = granted;
+        m_control.disk.Count(granted);
+        m_granted += granted;
+    }
+    if (m_granted < bytes) {
+        m_control.diskFull = m_control.finish = true;
+        return false;
     }
     m_granted -= bytes;
-    m_control.disk.Count(bytes);
     return true;
 }
 

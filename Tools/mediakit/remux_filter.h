@@ -1,4 +1,4 @@
-// Between a pin of the demultiplexer and one of the multiplexer: makes samples fit, counts them, and can end the stream.
+// Between a pin of the demultiplexer and one of the multiplexer: makes samples fit, counts them, can end the stream.
 #pragma once
 
 #include <atomic>
@@ -31,8 +31,9 @@ struct RemuxControl {
 
     DiskGuard& disk;
     TrackCrowd crowd;
-    CAMEvent changed;                 ///< a track has ended
-    std::atomic<bool> finish{false};  ///< every track ends with its next sample
+    CAMEvent changed;                   ///< a track has ended
+    std::atomic<bool> finish{false};    ///< every track ends with its next sample
+    std::atomic<bool> diskFull{false};  ///< why it does
 };
 
 class RemuxFilter;
@@ -59,8 +60,8 @@ private:
     RemuxFilter& m_filter;
 };
 
-/// Hands on the upstream's samples, or copies of them; the allocator told is the upstream's in any case. To be connected
-/// after the input.
+/// Hands on the upstream's samples, or copies of them; the allocator told is the upstream's in any case. To be
+/// connected after the input.
 class RemuxOutput final : public CBaseOutputPin {
 public:
     RemuxOutput(RemuxFilter& filter, CCritSec& lock, HRESULT* phr);
@@ -76,10 +77,11 @@ private:
 
 class RemuxFilter final : public CBaseFilter {
 public:
-    /// `buffers`: samples of the track that may wait downstream without need. `edit`: what the demultiplexer takes from start times
-    /// and not from media times (100 ns); here it is taken from these too. Progress and control outlive the filter's
-    /// running.
-    RemuxFilter(AdaptedStream stream, LONG buffers, REFERENCE_TIME edit, RemuxProgress& progress, RemuxControl& control, HRESULT* phr);
+    /// `buffers`: samples of the track that may wait downstream without need. `edit`: what the demultiplexer takes from
+    /// start times and not from media times (100 ns); here it is taken from these too. Progress and control outlive the
+    /// filter's running.
+    RemuxFilter(AdaptedStream stream, LONG buffers, REFERENCE_TIME edit, RemuxProgress& progress,
+                RemuxControl& control, HRESULT* phr);
 
     int GetPinCount() override { return 2; }
     CBasePin* GetPin(int n) override;

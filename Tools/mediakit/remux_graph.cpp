@@ -73,7 +73,8 @@ bool RemuxGraph::AddTrack(const Stream& stream) {
     }
     auto progress = std::make_unique<RemuxProgress>();
     HRESULT hr = S_OK;
-    auto* const filter = new RemuxFilter(std::move(adapted), BuffersFor(stream.track), EditOf(stream.track), *progress, m_control, &hr);
+    auto* const filter = new RemuxFilter(std::move(adapted), BuffersFor(stream.track), EditOf(stream.track), *progress,
+                                         m_control, &hr);
     const ComPtr<IBaseFilter> counted(filter);
     IGraphBuilder& graph = *m_source.Graph();
     const std::wstring name = L"Remux " + std::to_wstring(stream.number);

@@ -6,30 +6,48 @@ namespace mediakit_tool {
 
 void TrackCrowd::Join(CAMEvent& wake) {
     CAutoLock lock(&m_lock);
-    if (std::ranges::find(m_tracks, &wake) == m_tracks.end()) m_tracks.push_back(&wake);
+    if (Find(wake) == nullptr) m_tracks.push_back({&wake});
 }
 
 void TrackCrowd::Leave(CAMEvent& wake) {
     CAutoLock lock(&m_lock);
-    if (std::erase(m_tracks, &wake) == 0) return;
-    for (CAMEvent* const other : m_tracks) other->Set();
+    if (std::erase_if(m_tracks, [&wake](const Track& track) { return track.wake == &wake; }) == 0) return;
+    for (Track& track : m_tracks) {
+        track.waiting = false;
+        track.wake->Set();
+    }
 }
 
-bool TrackCrowd::BeginWait() {
+bool TrackCrowd::BeginWait(CAMEvent& wake) {
     CAutoLock lock(&m_lock);
-    if (m_waiting + 1 >= m_tracks.size()) return false;
-    ++m_waiting;
+    Track* const track = Find(wake);
+    if (track == nullptr || CountWaiting() + 1 >= m_tracks.size()) return false;
+    track->waiting = true;
     return true;
 }
 
-void TrackCrowd::EndWait() {
+void TrackCrowd::EndWait(CAMEvent& wake) {
     CAutoLock lock(&m_lock);
-    --m_waiting;
+    if (Track* const track = Find(wake)) track->waiting = false;
+}
+
+void TrackCrowd::Wake(CAMEvent& wake) {
+    EndWait(wake);
+    wake.Set();
 }
 
 std::size_t TrackCrowd::Waiting() const {
     CAutoLock lock(&m_lock);
-    return m_waiting;
+    return CountWaiting();
+}
+
+std::size_t TrackCrowd::CountWaiting() const {
+    return static_cast<std::size_t>(std::ranges::count_if(m_tracks, &Track::waiting));
+}
+
+TrackCrowd::Track* TrackCrowd::Find(const CAMEvent& wake) {
+    const auto found = std::ranges::find(m_tracks, &wake, &Track::wake);
+    return found == m_tracks.end() ? nullptr : &*found;
 }
 
 }  // namespace mediakit_tool
