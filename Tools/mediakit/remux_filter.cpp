@@ -18,6 +18,11 @@ void Add(std::atomic<std::uint64_t>& counter, std::uint64_t amount) {
     counter.store(counter.load(std::memory_order_relaxed) + amount, std::memory_order_relaxed);
 }
 
+/// Times out of a file may be anywhere: they wrap.
+REFERENCE_TIME Moved(REFERENCE_TIME time, std::uint64_t by) {
+    return static_cast<REFERENCE_TIME>(static_cast<std::uint64_t>(time) + by);
+}
+
 }  // namespace
 
 RemuxFilter::RemuxFilter(AdaptedStream stream, LONG buffers, REFERENCE_TIME edit, RemuxProgress& progress,
@@ -71,13 +76,15 @@ HRESULT RemuxFilter::Pass(IMediaSample& sample) {
 void RemuxFilter::MoveTimes(IMediaSample& sample) const {
     REFERENCE_TIME start = 0, stop = 0;
     if (m_segmentStart != 0 && SUCCEEDED(sample.GetTime(&start, &stop))) {
-        start += m_segmentStart;
-        stop += m_segmentStart;
+        const auto by = static_cast<std::uint64_t>(m_segmentStart);
+        start = Moved(start, by);
+        stop = Moved(stop, by);
         sample.SetTime(&start, &stop);
     }
     if (m_edit != 0 && SUCCEEDED(sample.GetMediaTime(&start, &stop))) {
-        start -= m_edit;
-        stop -= m_edit;
+        const auto by = 0 - static_cast<std::uint64_t>(m_edit);
+        start = Moved(start, by);
+        stop = Moved(stop, by);
         sample.SetMediaTime(&start, &stop);
     }
 }
