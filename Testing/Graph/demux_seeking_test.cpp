@@ -2,11 +2,14 @@
 // the file was made of.
 #include "MediaKit/Factories.h"
 #include "MediaKit/IMP4MediaDemuxFilter.h"
+#include "Platform/DirectShow/CMemAllocator.h"
+#include "Platform/Kernel/Thread.h"
 #include "Testing/Kit/movie_tracks.h"
 #include "Testing/Kit/playback.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <thread>
 
@@ -267,16 +270,37 @@ TEST_F(DemuxSeekingThreads, GetOnWithStartingAndStopping) {
     for (std::size_t pin = 0; pin < 2; ++pin) expect_segment(m_play, pin, m_case.file, 5'000'000);
 }
 
+/// Tells how often it was asked: who asks for more than it has waits.
+class asked_allocator final : public CMemAllocator {
+public:
+    asked_allocator() : CMemAllocator("asked_allocator", nullptr, nullptr) {}
+    HRESULT GetBuffer(IMediaSample** sample, REFERENCE_TIME* start, REFERENCE_TIME* stop, DWORD flags) override {
+        ++m_asked;
+        return CMemAllocator::GetBuffer(sample, start, stop, flags);
+    }
+    bool wait_until_asked(int times) const {
+        for (int i = 0; i < 20'000 && m_asked < times; ++i) Sleep(1);
+        return m_asked >= times;
+    }
+
+private:
+    std::atomic<int> m_asked{0};
+};
+
 TEST_F(DemuxSeekingThreads, AreFreedByAStopWhenAReceiverKeepsEverySample) {
+    const ComPtr<asked_allocator> allocator(new asked_allocator);
+    m_play.disconnect(1);
+    ASSERT_EQ(m_play.recorder(1).NotifyAllocator(allocator.get(), FALSE), S_OK);
+    ASSERT_EQ(m_play.connect(1), S_OK);
     std::vector<ComPtr<IMediaSample>> kept;
     m_play.recorder(1).on_receive = [&](IMediaSample* sample) {
         kept.emplace_back(sample);
         return S_OK;
     };
     ASSERT_EQ(m_play.run(), S_OK);
-    ASSERT_TRUE(m_play.recorder(1).wait_for_samples(10)) << "all that the allocator has";
+    ASSERT_TRUE(allocator->wait_until_asked(11)) << "for one more than it has";
     std::thread seeker([&] { EXPECT_EQ(m_play.seek(m_case.master, 5'000'000), S_OK); });
-    while (!m_play.recorder(1).IsFlushing()) std::this_thread::yield();
+    EXPECT_TRUE(m_play.recorder(1).wait_for_flush());
     EXPECT_EQ(m_play.stop(), S_OK);
     seeker.join();
     kept.clear();

@@ -6,6 +6,8 @@
 #include "Platform/DirectShow/CBaseOutputPin.h"
 
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -54,6 +56,7 @@ public:
     HRESULT Notify(LONG code, LONG_PTR first, LONG_PTR second) override {
         const std::lock_guard hold(m_lock);
         m_events.push_back({code, first, second});
+        m_changed.notify_all();
         return S_OK;
     }
     HRESULT AddFilter(IBaseFilter*, const wchar_t*) override { return E_NOTIMPL; }
@@ -66,6 +69,11 @@ public:
     HRESULT SetDefaultSyncSource() override { return E_NOTIMPL; }
 
     LONG count() const { return m_cRef; }
+    /// Events may come after the end of the stream they tell of.
+    bool wait_for_events(std::size_t number, std::chrono::milliseconds timeout = std::chrono::seconds(20)) const {
+        std::unique_lock hold(m_lock);
+        return m_changed.wait_for(hold, timeout, [&] { return m_events.size() >= number; });
+    }
     std::vector<event> events() const {
         const std::lock_guard hold(m_lock);
         return m_events;
@@ -73,6 +81,7 @@ public:
 
 private:
     mutable std::mutex m_lock;
+    mutable std::condition_variable m_changed;
     std::vector<event> m_events;
 };
 
@@ -149,12 +158,17 @@ public:
     HRESULT BeginFlush() override {
         const HRESULT hr = fake_pin::BeginFlush();
         leave_segment();
+        on_flush(true);
         return hr;
+    }
+    HRESULT EndFlush() override {
+        on_flush(false);
+        return fake_pin::EndFlush();
     }
     /// One that arrives during a flush belongs to what is being thrown away.
     HRESULT EndOfStream() override {
-        if (m_bFlushing) return S_FALSE;
         const std::lock_guard hold(m_records);
+        if (m_bFlushing) return S_FALSE;
         ++m_ends;
         m_segment_ended = true;
         return S_OK;
@@ -198,6 +212,10 @@ public:
         const std::lock_guard hold(m_records);
         return {m_tStart, m_tStop};
     }
+    double segment_rate() const {
+        const std::lock_guard hold(m_records);
+        return m_dRate;
+    }
     std::vector<received_sample> segment_samples() const {
         const std::lock_guard hold(m_records);
         if (!m_in_segment) return {};
@@ -213,6 +231,7 @@ public:
     IMemAllocator* allocator() const { return m_pAllocator; }
 
     std::function<HRESULT(IMediaSample*)> on_receive = [](IMediaSample*) { return S_OK; };
+    std::function<void(bool begins)> on_flush = [](bool) {};
     HRESULT allocator_result = S_OK;
     int notify_failures = 0;  ///< That many NotifyAllocator calls are refused.
 

@@ -3,6 +3,8 @@
 
 #include "Testing/Kit/fake_filters.h"
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -36,7 +38,8 @@ public:
     void hold_samples() {
         on_receive = [this](IMediaSample*) {
             notify();
-            wait(std::chrono::seconds(20), [this] { return m_bFlushing || m_let_go; });
+            if (!wait(std::chrono::seconds(10), [this] { return m_bFlushing || m_let_go; }))
+                ADD_FAILURE() << "a sample is held, and nobody frees it";
             return S_FALSE;
         };
     }
@@ -53,6 +56,9 @@ public:
     }
     bool wait_for_segment_samples(std::size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
         return wait(timeout, [&] { return segment_samples().size() >= count; });
+    }
+    bool wait_for_flush(std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
+        return wait(timeout, [&] { return IsFlushing(); });
     }
     bool wait_for_end(std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
         return wait(timeout, [&] { return ends() > 0; });
