@@ -28,7 +28,8 @@ struct IReadingPolicy : IUnknown {
     /// it both begin at the base, or at the `moof`.
     virtual HRESULT SetRunsFollowEachOther(BOOL follow) = 0;
     /// What cannot be read is left out and told in the log: a track, a fragment, `mvex`, the top level from a box on
-    /// that is cut off. Without it one broken box refuses the file.
+    /// that is cut off. So is a video track that nobody here decodes: `av01`, or sample entries of which none is known.
+    /// Without it one broken box or such a track refuses the file.
     virtual HRESULT SetLeaveOutBrokenParts(BOOL leaveOut) = 0;
     /// Empty edits in front of a track's first media make it start later. Without it they are passed over, and the
     /// track starts with the others.

@@ -176,6 +176,10 @@ HRESULT MovieCheck::MakePin(TrackBoxes& track) {
     track.fragments = &m_fragments.Take(track.tkhd->track_ID);
     REFERENCE_TIME duration = 0;
     const HRESULT hr = m_createOutputPin(track, duration);
+    if (hr == QZ_E_UNSUPPORTED_FORMAT && m_policy.leaveOutBrokenParts) {
+        QZReport(2, L"mp4check: track %d cannot be played, it is left out.", track.tkhd->track_ID);
+        return S_FALSE;
+    }
     AddDuration(track.hdlr->handler_type == kVideo, SUCCEEDED(hr) ? duration : 0);
     return hr;
 }

@@ -12,8 +12,8 @@
 
 namespace Norvane::MediaKit::Filters::details {
 
-/// Makes a pin for a track. QZ_E_UNSUPPORTED_FORMAT refuses the file, another failure leaves the track out. The
-/// duration is that of the track, 100 ns.
+/// Makes a pin for a track. QZ_E_UNSUPPORTED_FORMAT refuses the file, unless broken parts are left out; another failure
+/// leaves the track out. The duration is that of the track, 100 ns.
 using CreateOutputPinFunction = std::function<HRESULT(const TrackBoxes& track, REFERENCE_TIME& duration)>;
 
 struct MovieFacts {

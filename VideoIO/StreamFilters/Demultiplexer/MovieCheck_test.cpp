@@ -293,6 +293,17 @@ TEST(MovieCheck, VideoAloneShortensTheMovie) {
     EXPECT_EQ(refused.asked.size(), 2u);
 }
 
+// The movie is then as long as what is left of it.
+TEST(MovieCheck, LeavesATrackOutThatWouldRefuseTheFileWhenAsked) {
+    const Outcome found = Check(Movie({"soun", "vide", "soun"}).bytes(), {.leaveOutBrokenParts = true},
+                                {{S_OK, 8}, {QZ_E_UNSUPPORTED_FORMAT, 0}, {S_OK, 9}});
+    EXPECT_EQ(found.hr, S_OK);
+    EXPECT_EQ(found.asked.size(), 3u);
+    EXPECT_EQ(found.facts.duration, 8);
+    EXPECT_EQ(found.messages.back(),
+              (log_capture::message{2, L"mp4check: track 2 cannot be played, it is left out."}));
+}
+
 // A file cut off in its media data is usual; a `moov` that is longer than the file is not.
 TEST(MovieCheck, CutFiles) {
     Bytes bytes = Movie().bytes();
