@@ -55,6 +55,10 @@ public:
         : m_file(file), m_listener(listener), m_levels(levels < kDeepest ? levels : kDeepest) {}
 
     void Run() { Level({.begin = 0, .end = m_file.size()}, 1); }
+    /// What stands in a box of which the listener was told; nothing in one that holds no boxes.
+    void RunInside(const BoxHeader& box) {
+        if (box.inside.holdsBoxes) Level({box.FieldsEnd(), box.end, box.type, box.inside.children}, 1);
+    }
 
 private:
     struct Range {

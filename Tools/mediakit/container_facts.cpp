@@ -17,10 +17,10 @@ namespace {
 using vio::mp4::fourcc;
 
 constexpr std::uint64_t kMostBrands = 64;
-constexpr int kLevels = 2;  // `mvhd` and `mvex` stand in `moov`
+constexpr int kLevelsInMovie = 5;  // `stsd` stands in `trak`, `mdia`, `minf`, `stbl`
 
-std::string Brand(std::uint32_t code) {
-    return win32::NarrowForDisplay(vio::mp4::fourcc_text(code));
+std::string CodeText(std::uint32_t code) {
+    return code == 0 ? "" : win32::NarrowForDisplay(vio::mp4::fourcc_text(code));
 }
 
 /// Reads big-endian numbers one behind the other; zeros behind the end of the box.
@@ -40,6 +40,7 @@ public:
         for (std::uint32_t i = 0; i < count; ++i) value = value << 8 | bytes[i];
         return value;
     }
+    std::uint32_t Next32() { return static_cast<std::uint32_t>(Next(4)); }
     std::uint64_t Left() const { return m_end - m_at; }
 
 private:
@@ -48,60 +49,101 @@ private:
     const std::uint64_t m_end;
 };
 
-class FactsCollector final : public BoxListener {
+class FileCollector final : public BoxListener {
 public:
-    FactsCollector(vio::byte_stream& file, ContainerFacts& facts) : m_file(file), m_facts(facts) {}
+    FileCollector(vio::byte_stream& file, ContainerFacts& facts) : m_file(file), m_facts(facts) {}
 
     void BeginBox(const BoxHeader& box) override {
-        if (m_level++ == 0)
-            TakeTop(box);
-        else if (m_inMovie)
-            TakeOfMovie(box);
-    }
-    void EndBox(const BoxHeader&) override { --m_level; }
-    void BytesLeft(std::uint64_t, std::uint64_t, const std::string&) override {}
-
-private:
-    void TakeTop(const BoxHeader& box) {
-        m_inMovie = box.type == fourcc("moov") && !m_facts.moov;
-        if (m_inMovie) m_facts.moov = box.offset;
+        if (box.type == fourcc("moov") && !m_movie) m_movie = box;
         if (box.type == fourcc("mdat") && !m_facts.mdat) m_facts.mdat = box.offset;
         if (box.type == fourcc("moof")) ++m_facts.fragments;
         if (box.type == fourcc("ftyp") && m_facts.majorBrand.empty()) ReadBrands(box);
     }
+    void EndBox(const BoxHeader&) override {}
+    void BytesLeft(std::uint64_t, std::uint64_t, const std::string&) override {}
 
+    /// The first `moov`.
+    const std::optional<BoxHeader>& Movie() const { return m_movie; }
+
+private:
+    void ReadBrands(const BoxHeader& box) {
+        BoxNumbers numbers(m_file, box);
+        m_facts.majorBrand = CodeText(numbers.Next32());
+        m_facts.minorVersion = numbers.Next32();
+        for (std::uint64_t count = std::min(numbers.Left() / 4, kMostBrands); count > 0; --count)
+            m_facts.compatibleBrands.push_back(CodeText(numbers.Next32()));
+    }
+
+    vio::byte_stream& m_file;
+    ContainerFacts& m_facts;
+    std::optional<BoxHeader> m_movie;
+};
+
+class MovieCollector final : public BoxListener {
+public:
+    MovieCollector(vio::byte_stream& file, ContainerFacts& facts) : m_file(file), m_facts(facts) {}
+
+    void BeginBox(const BoxHeader& box) override {
+        const std::uint32_t parent = m_parents.empty() ? 0 : m_parents.back();
+        m_parents.push_back(box.type);
+        if (parent == 0)
+            TakeOfMovie(box);
+        else if (m_parents.front() == fourcc("trak"))
+            TakeOfTrack(box, parent, m_facts.tracks.back());
+    }
+    void EndBox(const BoxHeader&) override { m_parents.pop_back(); }
+    void BytesLeft(std::uint64_t, std::uint64_t, const std::string&) override {}
+
+private:
     void TakeOfMovie(const BoxHeader& box) {
         if (box.type == fourcc("mvex")) m_facts.fragmented = true;
         if (box.type == fourcc("mvhd") && !m_facts.created) ReadMovieHeader(box);
+        if (box.type == fourcc("trak")) m_facts.tracks.emplace_back();
     }
 
-    void ReadBrands(const BoxHeader& box) {
+    void TakeOfTrack(const BoxHeader& box, std::uint32_t parent, FileTrack& track) {
         BoxNumbers numbers(m_file, box);
-        m_facts.majorBrand = Brand(static_cast<std::uint32_t>(numbers.Next(4)));
-        m_facts.minorVersion = static_cast<std::uint32_t>(numbers.Next(4));
-        for (std::uint64_t count = std::min(numbers.Left() / 4, kMostBrands); count > 0; --count)
-            m_facts.compatibleBrands.push_back(Brand(static_cast<std::uint32_t>(numbers.Next(4))));
+        if (box.type == fourcc("tkhd") && parent == fourcc("trak")) {
+            const std::uint32_t timeSize = TimeSize(numbers);
+            numbers.Next(timeSize);  // creation
+            numbers.Next(timeSize);  // modification
+            track.trackId = numbers.Next32();
+        } else if (box.type == fourcc("hdlr") && parent == fourcc("mdia")) {
+            numbers.Next(8);  // version, flags, predefined
+            track.handler = CodeText(numbers.Next32());
+        } else if (box.type == fourcc("stsd") && parent == fourcc("stbl")) {
+            numbers.Next(8);   // version, flags, number of entries
+            numbers.Next32();  // size of the first one
+            track.entry = CodeText(numbers.Next32());
+        }
     }
 
     void ReadMovieHeader(const BoxHeader& box) {
         BoxNumbers numbers(m_file, box);
-        const std::uint32_t timeSize = numbers.Next(4) >> 24 == 1 ? 8 : 4;
+        const std::uint32_t timeSize = TimeSize(numbers);
         m_facts.created = numbers.Next(timeSize);
         numbers.Next(timeSize);  // modification
-        const auto timescale = static_cast<double>(numbers.Next(4));
+        const auto timescale = static_cast<double>(numbers.Next32());
         const auto duration = static_cast<double>(numbers.Next(timeSize)) / timescale * kUnitsPerSecond;
         // Of 0 / 0 and of "unknown" in 64 bits nothing can be said.
         if (duration >= 0 && duration < static_cast<double>(std::numeric_limits<REFERENCE_TIME>::max()))
             m_facts.duration = static_cast<REFERENCE_TIME>(duration + 0.5);
     }
 
+    /// Of the times behind version and flags, which are read.
+    static std::uint32_t TimeSize(BoxNumbers& numbers) { return numbers.Next32() >> 24 == 1 ? 8 : 4; }
+
     vio::byte_stream& m_file;
     ContainerFacts& m_facts;
-    int m_level = 0;
-    bool m_inMovie = false;
+    std::vector<std::uint32_t> m_parents;  ///< types of the boxes around, without `moov`
 };
 
 }  // namespace
+
+std::string FileTrack::ToText() const {
+    const std::string& code = entry.empty() ? handler : entry;
+    return "track " + std::to_string(trackId) + (code.empty() ? "" : " (" + code + ")");
+}
 
 std::string ContainerFacts::Order() const {
     if (moov && mdat) return *moov < *mdat ? "moov, mdat" : "mdat, moov";
@@ -128,8 +170,12 @@ std::string ContainerFacts::CreationText() const {
 ContainerFacts ReadContainerFacts(vio::byte_stream& file) {
     ContainerFacts facts;
     facts.size = file.size();
-    FactsCollector collector(file, facts);
-    BoxWalk(file, collector, kLevels).Run();
+    FileCollector boxes(file, facts);
+    BoxWalk(file, boxes, 1).Run();
+    if (!boxes.Movie()) return facts;
+    facts.moov = boxes.Movie()->offset;
+    MovieCollector movie(file, facts);
+    BoxWalk(file, movie, kLevelsInMovie).RunInside(*boxes.Movie());
     return facts;
 }
 

@@ -1,4 +1,4 @@
-// What a file says of itself outside its tracks (ISO/IEC 14496-12).
+// What a file says of itself and of the tracks in it (ISO/IEC 14496-12), whether or not they can be played.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +11,16 @@
 
 namespace mediakit_tool {
 
+/// A `trak` by what is there of it.
+struct FileTrack {
+    std::uint32_t trackId = 0;
+    std::string handler;  ///< "vide"; empty without one
+    std::string entry;    ///< code of the first sample entry, "vp09"; empty without one
+
+    /// "track 1 (vp09)"
+    std::string ToText() const;
+};
+
 struct ContainerFacts {
     std::uint64_t size = 0;  ///< bytes
     std::string majorBrand;  ///< empty without `ftyp`
@@ -22,6 +32,7 @@ struct ContainerFacts {
     std::optional<std::uint64_t> mdat;
     std::optional<std::uint64_t> created;  ///< seconds since 1904-01-01 in universal time; 0 in files that do not tell
     std::optional<REFERENCE_TIME> duration;  ///< as `mvhd` says, 100 ns
+    std::vector<FileTrack> tracks;           ///< of the first `moov`, in its order
 
     /// "moov, mdat", the other way round, or what there is of the two.
     std::string Order() const;

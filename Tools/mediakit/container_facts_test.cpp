@@ -51,6 +51,25 @@ TEST(ContainerFacts, AreThoseOfTheFirstBoxesOfTheirKind) {
     EXPECT_EQ(fragmented.duration, 25'000'000);
 }
 
+TEST(ContainerFacts, TellEachTrackByWhatIsThereOfIt) {
+    const auto handler = [](const char* type) { return make_full_box("hdlr", 0, 0, box_builder().u32(0).text(type)); };
+    const auto track = [&](const box_builder& tkhd, const box_builder& stsd) {
+        const box_builder minf = make_box("minf", box_builder().add(handler("url ")).add(make_box("stbl", stsd)));
+        return make_box("trak", box_builder().add(tkhd).add(
+                                    make_box("mdia", box_builder().add(handler("vide")).add(minf))));
+    };
+    const box_builder entries = make_full_box("stsd", 0, 0, box_builder().u32(1).u32(9999).text("vp09"));
+    const box_builder moov =
+        make_box("moov", box_builder()
+                             .add(track(make_full_box("tkhd", 0, 0, box_builder().words({1, 2, 7})), entries))
+                             .add(track(make_full_box("tkhd", 1, 0, box_builder().u64(1).u64(2).u32(8)),
+                                        make_full_box("stsd", 0, 0, box_builder().u32(0))))
+                             .add(make_box("trak")));
+    std::string told;
+    for (const FileTrack& one : Read(box_builder().add(moov).add(moov)).tracks) told += one.ToText() + "; ";
+    EXPECT_EQ(told, "track 7 (vp09); track 8 (vide); track 0; ");
+}
+
 TEST(ContainerFacts, KeepQuietAboutWhatCannotBe) {
     EXPECT_EQ(Read(box_builder().text("no boxes at all")).Order(), "");
     EXPECT_EQ(Read(make_box("ftyp", box_builder().text("is"))).compatibleBrands, Strings{});

@@ -153,6 +153,7 @@ std::string ToText(const FileSummary& summary) {
     if (summary.duration) text += "  duration: " + DurationText(*summary.duration) + "\n";
     for (const LogWatch::Note& note : summary.messages) text += "  " + note.text + "\n";
     for (const StreamSummary& stream : summary.streams) text += StreamText(stream);
+    for (const FileTrack& track : summary.notPlayed) text += "  not played: " + track.ToText() + "\n";
     return text;
 }
 
@@ -168,6 +169,10 @@ std::string ToJson(const FileSummary& summary) {
         json["messages"].push_back({{"level", note.level}, {"text", note.text}});
     json["tracks"] = Json::array();
     for (const StreamSummary& stream : summary.streams) json["tracks"].push_back(StreamJson(stream));
+    json["not_played"] = Json::array();
+    for (const FileTrack& track : summary.notPlayed)
+        json["not_played"].push_back(
+            {{"track_id", track.trackId}, {"handler", track.handler}, {"entry", track.entry}});
     // Names of files need not be valid UTF-8.
     return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }

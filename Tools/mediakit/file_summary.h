@@ -29,6 +29,7 @@ struct FileSummary {
     std::optional<REFERENCE_TIME> duration;   ///< 100 ns
     std::vector<LogWatch::Note> messages;     ///< of the check
     std::vector<StreamSummary> streams;
+    std::vector<FileTrack> notPlayed;  ///< tracks without a stream
     std::string error;  ///< empty: the file can be played
 };
 

@@ -15,7 +15,7 @@ namespace mediakit_tool {
 namespace {
 
 constexpr const char* kInfoFooter =
-    "Tells the container, what the reader's check has to say, and a row for each track that can be played.\n"
+    "Tells the container, what the reader's check has to say, and a row for each track.\n"
     "Exit status: 0 done, 1 the file cannot be played, 2 wrong usage.";
 
 void Inspect(const InfoOptions& options, const LogWatch& log, FileSummary& summary) {
@@ -33,6 +33,7 @@ void Inspect(const InfoOptions& options, const LogWatch& log, FileSummary& summa
     if (summary.duration.value_or(0) == 0) summary.duration = graph.Duration();
     for (const Stream& stream : graph.Streams())
         summary.streams.push_back({stream.name, stream.Entry(), stream.track, FactsOf(stream)});
+    summary.notPlayed = graph.TracksNotPlayed();
 }
 
 }  // namespace

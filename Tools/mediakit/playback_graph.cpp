@@ -1,6 +1,7 @@
 #include "Tools/mediakit/playback_graph.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "MediaKit/Factories.h"
@@ -15,6 +16,7 @@
 #include "Platform/Graph/CFilterGraph.h"
 #include "Platform/Kernel/FileInfo.h"
 #include "Platform/Kernel/Text.h"
+#include "Tools/mediakit/file_byte_stream.h"
 #include "Tools/mediakit/system_error.h"
 #include "VideoIO/StreamFilters/Container/fourcc.h"
 
@@ -24,8 +26,8 @@ namespace {
 
 using namespace Norvane::MediaKit::Filters;
 
-/// Of those why a file without streams has none: about one a track.
-constexpr std::size_t kMostReasons = 4;
+/// Of those that a file without streams has.
+constexpr std::size_t kMostTracksTold = 8;
 
 template <class Use>
 void ForEachPin(IBaseFilter& filter, PIN_DIRECTION direction, Use use) {
@@ -118,6 +120,7 @@ PlaybackGraph::~PlaybackGraph() {
 }
 
 bool PlaybackGraph::Open(const std::string& path, const ReadingOptions& options) {
+    m_path = path;
     const std::string objection = Objection(path);
     if (!objection.empty()) return Fail(objection);
     if (!MakeFilters() || !Load(path) || !Connect(options)) return false;
@@ -162,12 +165,22 @@ void PlaybackGraph::FindStreams() {
     });
 }
 
+std::vector<FileTrack> PlaybackGraph::TracksNotPlayed() const {
+    FileByteStream file;
+    if (file.Open(m_path) != NO_ERROR) return {};
+    std::multiset<DWORD> played;
+    for (const Stream& stream : m_streams) played.insert(stream.track.trackId);
+    std::vector<FileTrack> tracks = ReadContainerFacts(file).tracks;
+    std::erase_if(tracks, [&played](const FileTrack& track) { return !played.extract(track.trackId).empty(); });
+    return tracks;
+}
+
 std::string PlaybackGraph::NoStreamsText() const {
-    std::string text = "cannot be played: no track that can be played";
-    const auto complaints = m_log.Complaints();
-    const std::size_t shown = std::min(complaints.size(), kMostReasons);
-    for (std::size_t i = 0; i < shown; ++i) text += (i == 0 ? ": " : "; ") + complaints[complaints.size() - shown + i];
-    return text;
+    const std::vector<FileTrack> tracks = TracksNotPlayed();
+    std::string text = "no track that can be played";
+    for (std::size_t i = 0; i < tracks.size() && i < kMostTracksTold; ++i)
+        text += (i == 0 ? ": " : ", ") + tracks[i].ToText();
+    return tracks.size() <= kMostTracksTold ? text : text + ", ...";
 }
 
 std::optional<REFERENCE_TIME> PlaybackGraph::Duration() const {

@@ -16,6 +16,7 @@
 #include "Platform/DirectShow/IPin.h"
 #include "Platform/DirectShow/MediaType.h"
 #include "Platform/Kernel/Event.h"
+#include "Tools/mediakit/container_facts.h"
 #include "Tools/mediakit/log_watch.h"
 #include "Tools/mediakit/tap_filter.h"
 
@@ -51,6 +52,8 @@ public:
     bool Open(const std::string& path, const ReadingOptions& options);
     /// A file of which no track can be played has none.
     const std::vector<Stream>& Streams() const { return m_streams; }
+    /// The tracks of the file that have no stream, in the file's order. Reads the file's boxes anew.
+    std::vector<FileTrack> TracksNotPlayed() const;
     /// Why a file without streams cannot be played.
     std::string NoStreamsText() const;
     /// Of the movie, 100 ns; nothing without streams.
@@ -95,6 +98,7 @@ private:
     bool Check(HRESULT hr, const std::string& what);
 
     const LogWatch& m_log;
+    std::string m_path;  ///< of the file
     ComPtr<IGraphBuilder> m_graph;
     ComPtr<IMediaControl> m_control;
     ComPtr<IMediaEvent> m_events;
