@@ -1,5 +1,5 @@
-// The global allocation functions as failing_new wants them. For one source of a test program alone: programs that do not
-// need them keep those of the standard library, which sanitizers watch more closely.
+// The global allocation functions as failing_new wants them. For one source of a test program alone: programs that do
+// not need them keep those of the standard library, which sanitizers watch more closely.
 #pragma once
 
 #include "Testing/Kit/failing_new.h"

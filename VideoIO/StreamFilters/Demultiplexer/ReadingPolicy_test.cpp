@@ -33,9 +33,10 @@ std::vector<BYTE> OddFile() {
     movie.tracks = {h264_track(2), aac_track(4), aac_track(6), mediakit_test::pcm_track("sowt", 2), h264_track(2),
                     aac_track(2)};
     movie.tracks[0].with_stss = false;
-    movie.tracks[0].edits = {{40, -1}, {80, 0}};                    // 40 of a thousandth of a second empty
-    movie.tracks[3].entry = mediakit_test::pcm_entry("sowt", 1);    // 2 bytes a sample
-    movie.tracks[4].entry = mediakit_test::visual_entry("avc3", 16, 16, make_box("avcC", mediakit_test::avcc_record(mediakit_test::h264_units())));
+    movie.tracks[0].edits = {{40, -1}, {80, 0}};                  // 40 ms empty
+    movie.tracks[3].entry = mediakit_test::pcm_entry("sowt", 1);  // 2 bytes a sample
+    const box_builder record = mediakit_test::avcc_record(mediakit_test::h264_units());
+    movie.tracks[4].entry = mediakit_test::visual_entry("avc3", 16, 16, make_box("avcC", record));
     movie.fragments.samples_in_moov = 2;
     movie.fragments.samples = 2;
     movie.fragments.samples_per_run = 1;
