@@ -113,7 +113,8 @@ TEST(BoxTree, TellsTheFieldsOfAFile) {
              "              entry_sizes (40): 7 7 7 7 7 7 7 7 7 7 7 7 7 7 7 7 ...\n", "\nmdat  offset "})
         EXPECT_THAT(text, testing::HasSubstr(part));
     EXPECT_THAT(text, testing::Not(testing::HasSubstr("!")));
-    EXPECT_THAT(TextOf(built.bytes, 2), testing::AllOf(testing::HasSubstr("mvhd"), testing::Not(testing::HasSubstr("tkhd"))));
+    const std::string upper = TextOf(built.bytes, 2);
+    EXPECT_THAT(upper, testing::AllOf(testing::HasSubstr("mvhd"), testing::Not(testing::HasSubstr("tkhd"))));
 
     const nlohmann::json json = JsonOf(built.bytes);
     EXPECT_EQ(json["problems"], 0);
@@ -194,7 +195,8 @@ TEST(BoxTree, ShowsWhatIsUnknownOrBrokenAndGoesOn) {
          "schm  offset 0, size 40\n    version: 0\n    flags: 0\n    scheme_type: cenc\n    scheme_version: 0\n"
          "    scheme_uri: \n" + after,
          0},
-        {make_box("stsd", box_builder().zeros(4).u32(1).add(make_box("mp4a", box_builder().zeros(8).u16(7).zeros(6)))).add(next),
+        {make_box("stsd", box_builder().words({0, 1}).add(make_box("mp4a", box_builder().words({0, 0, 7 << 16, 0}))))
+             .add(next),
          "stsd  offset 0, size 40\n    version: 0\n    flags: 0\n    entry_count: 1\n  mp4a  offset 16, size 24\n"
          "      ! is of version 7, which is not known\n"
          "      ! its fields cannot be read: it is too short for them, or of an unknown version\n"

@@ -25,8 +25,9 @@ using Clock = std::chrono::steady_clock;
 constexpr DWORD kTick = 200;  // milliseconds between looks at the progress
 
 constexpr const char* kRemuxFooter =
-    "H.264, H.265 and AAC are copied with their times; H.265 without its delimiters. A track of another\n"
-    "kind is left out, and the summary says so. Ctrl-C ends the copy; the file is finished.\n"
+    "H.264, H.265 and AAC are copied with their times; H.265 gets its parameter sets in front of each sync\n"
+    "sample. A track of another kind is left out, and the summary says so. Ctrl-C ends the copy; the file\n"
+    "is finished.\n"
     "Exit status: 0 done, 1 failed, 2 wrong usage.";
 
 class Remuxer {
