@@ -174,6 +174,14 @@ TEST(VideoTrackMedia, ReadsAvc) {
     const box_builder noSets = make_box("avcC", box_builder().add({1, 100, 0, 31, 0xFF, 0xE0, 0}));
     const Built inBand = Build(kVideo, visual_entry("avc3", 64, 48, noSets), {.readAvc3AsAvc1 = true});
     ExpectVideo(inBand, MEDIASUBTYPE_AVC1, {64, 48}, {64, 48}, 8000);
+    EXPECT_TRUE(inBand.log.empty());
+    EXPECT_EQ(inBand.format<MPEG2VIDEOINFO>().dwProfile, 100u);
+    EXPECT_EQ(inBand.format<MPEG2VIDEOINFO>().dwLevel, 31u);
+    EXPECT_EQ(inBand.format<MPEG2VIDEOINFO>().dwFlags, 4u);
+    // A record that says that it holds sets is held to it, and `avc1` has none in the samples.
+    const box_builder cutOff = make_box("avcC", box_builder().add({1, 100, 0, 31, 0xFF, 0xE1, 0, 9, 0x67}));
+    EXPECT_EQ(Build(kVideo, visual_entry("avc3", 64, 48, cutOff), {.readAvc3AsAvc1 = true}).result, E_FAIL);
+    EXPECT_EQ(Build(kVideo, visual_entry("avc1", 64, 48, noSets), {.readAvc3AsAvc1 = true}).result, E_FAIL);
     EXPECT_EQ(Build(kVideo, visual_entry("avc4", 9, 9), {.readAvc3AsAvc1 = true}).result, E_FAIL);
 
     const Built bare = Build(kVideo, visual_entry("avc1", 320, 240));

@@ -31,13 +31,20 @@ void SetStreamRate(const TrackTables& tables, TrackMedia& media) {
 
 HRESULT RefuseFile(const MediaSource&, const visual_sample_entry&, TrackMedia&) { return QZ_E_UNSUPPORTED_FORMAT; }
 
+/// Of a decoder configuration record (ISO/IEC 14496-15, 5.3.3) that says that it has no sequence parameter sets.
+bool HasNoSets(const std::vector<std::uint8_t>& record) {
+    return record.size() >= 6 && record[0] == 1 && (record[5] & 0x1F) == 0;
+}
+
 /// The parameter sets of an `avc3` entry may all stand in the samples; the size is the entry's then.
-HRESULT BuildAvcWithoutSets(const qz_MPEGUtil::AVCDecoderConfigurationRecord& record, const visual_sample_entry& visual,
+HRESULT BuildAvcWithoutSets(const std::vector<std::uint8_t>& record, const visual_sample_entry& visual,
                             const TrackTables& tables, CMediaType& type) {
     const SIZE size{visual.width, visual.height};
-    QZCheckHRESULT(qz_DSFilters::BuildAVC1MediaType(
-        size, size, 0, AverageTimePerFrame(tables), AverageBitRate(tables), record.AVCProfileIndication,
-        record.AVCLevelIndication, {}, record.lengthSizeMinusOne + DWORD{1}, type));
+    const BYTE profile = record[1];
+    const BYTE level = record[3];
+    const DWORD lengthSize = (record[4] & 3U) + 1;
+    QZCheckHRESULT(qz_DSFilters::BuildAVC1MediaType(size, size, 0, AverageTimePerFrame(tables), AverageBitRate(tables),
+                                                    profile, level, {}, lengthSize, type));
     return S_OK;
 }
 
@@ -49,11 +56,10 @@ HRESULT BuildAvc(const MediaSource& source, const visual_sample_entry& visual, T
     const auto avcC = source.parser.find_child<vio::mp4::avc_configuration_box>(*avc_sample_entry);
     if (avcC == nullptr) return S_OK;
 
+    if (visual.type == fourcc("avc3") && HasNoSets(avcC->record))
+        return BuildAvcWithoutSets(avcC->record, visual, source.tables, media.mediaType);
     qz_MPEGUtil::AVCDecoderConfigurationRecord record;
-    const HRESULT parsed = record.Parse(avcC->record.data(), avcC->record.size());
-    if (visual.type == fourcc("avc3") && record.configurationVersion == 1 && record.m_sps.empty())
-        return BuildAvcWithoutSets(record, visual, source.tables, media.mediaType);
-    QZCheckHRESULT(parsed);
+    QZCheckHRESULT(record.Parse(avcC->record.data(), avcC->record.size()));
     QZCheckHRESULT(record.CreateMediaType(media.mediaType));
     QZLogHRESULT(qz_DSFilters::SetAvgTimePerFrame(media.mediaType, AverageTimePerFrame(source.tables)));
     if (source.tables.total_duration != 0)
