@@ -20,31 +20,42 @@ bool IsGrouped(const SampleTableBoxes& boxes, bool sound) {
            boxes.stts->entries.size() == 1 && boxes.stts->entries.front().sample_delta == 1;
 }
 
+/// Version of QuickTime's entries whose channels and bits are constants, 3 and 16.
+constexpr std::uint16_t kConstantEntry = 2;
+
 std::uint32_t PcmSampleBytes(const SampleTableBoxes& boxes) {
     if (boxes.stsd == nullptr || boxes.stsd->entries.empty()) return kStereo16;
     const auto* const entry = dynamic_cast<const audio_sample_entry*>(boxes.stsd->entries.front().get());
     if (entry == nullptr) return kStereo16;
+    // The size of all samples is often 1, whatever they have.
+    if (entry->version == kConstantEntry)
+        return boxes.stsz != nullptr && boxes.stsz->sample_size > 1 ? boxes.stsz->sample_size : kStereo16;
     const std::uint32_t bytes = std::uint32_t{entry->channelcount} * entry->samplesize / 8;
     return bytes == 0 ? kStereo16 : bytes;
 }
 
-/// Goes through runs of (count, value), one sample a step. Empty runs are passed over, the last one does not end.
+/// Goes through runs of (count, value), one sample a step. Empty runs are passed over; the last that is not does not end.
+/// Where all are empty the last row tells the value.
 template <class Entry, std::uint32_t Entry::*Value>
 class RunCursor {
 public:
-    explicit RunCursor(std::span<const Entry> runs) : m_runs(runs), m_left(runs.empty() ? 0 : runs[0].sample_count) {}
+    explicit RunCursor(std::span<const Entry> runs) : m_runs(runs), m_value(runs.empty() ? 0 : runs.back().*Value) {}
 
     /// 0 without runs.
     std::uint32_t Next() {
-        while (m_left == 0 && m_run + 1 < m_runs.size()) m_left = m_runs[++m_run].sample_count;
+        for (; m_left == 0 && m_next < m_runs.size(); ++m_next) {
+            m_left = m_runs[m_next].sample_count;
+            if (m_left != 0) m_value = m_runs[m_next].*Value;
+        }
         if (m_left != 0) --m_left;
-        return m_run < m_runs.size() ? m_runs[m_run].*Value : 0;
+        return m_value;
     }
 
 private:
     std::span<const Entry> m_runs;
-    std::size_t m_run = 0;
-    std::uint32_t m_left;
+    std::size_t m_next = 0;
+    std::uint32_t m_left = 0;  ///< of the current run
+    std::uint32_t m_value;
 };
 
 template <class Box>
@@ -158,6 +169,7 @@ std::uint64_t SampleTableWalk::CountReachable() const {
 
 std::int64_t SampleTableWalk::Run(std::uint64_t limit, TrackTables& tables) const {
     Cursors cursors(*this);
+    tables.grouped = m_grouped;
     const std::uint64_t end = tables.index_.size() + std::min(limit, m_reachable);
     const std::uint64_t chunks = ChunkCount();
     tables.chunks.reserve(std::min(limit, std::min(chunks, m_reachable)));

@@ -53,6 +53,7 @@ struct TrackTables {
     std::vector<SyncRecord> sync_index;
     std::uint64_t longest_sync_distance = 0;  ///< in samples
     std::int64_t edit = 0;                    ///< media time that was taken from every cts
+    bool grouped = false;                     ///< PCM in records of a chunk, which may claim more bytes than it has
 
     std::uint32_t timescale() const { return mdhd->timescale; }
 };
