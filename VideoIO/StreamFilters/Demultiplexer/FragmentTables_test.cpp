@@ -184,11 +184,11 @@ TEST_F(FragmentTables, ClaimsCostNoMoreThanTheFileIsLarge) {
     fileSize = 10;
     fragments.assign(50, Fragment(1000, {Boxed(Fields(0, 0xFFFFFFFF)), Boxed(Fields(0, 0xFFFFFFFF))}));
     const TrackTables tables = Build();
-    EXPECT_EQ(tables.index_.size(), 1 + (65536U + 10 / 2 - 1) / 2);
-    EXPECT_EQ(tables.index_.capacity(), 1 + (65536U + 10 / 2 - 1) / 2);
+    EXPECT_EQ(tables.index_.size(), 1 + (65536U + 10 - 1) / 2);
+    EXPECT_EQ(tables.index_.capacity(), 1 + (65536U + 10 - 1) / 2);
     EXPECT_EQ(tables.sample_count, 1 + 100 * std::uint64_t{0xFFFFFFFF});
     EXPECT_EQ(tables.typical_duration, 10);
-    EXPECT_EQ(log.count(2, L"more than the file can hold"), 1U);
+    EXPECT_EQ(log.count(2, L"more than the file has bytes left for"), 1U);
 }
 
 }  // namespace

@@ -4,21 +4,32 @@
 #include <algorithm>
 #include <cstdint>
 
+namespace vio::mp4 {
+class mp4_parser_base;
+}
+
 namespace Norvane::MediaKit::Filters::details {
 
-/// A table of a few bytes can claim billions of samples. Samples of real files have two bytes and more, and no two of
-/// them share bytes: what claims more is cut. One budget serves all tracks of a file.
+/// Bytes of the boxes at top level that the parser has met, as far as the file reaches; of media data the headers only.
+std::uint64_t BoxBytes(const vio::mp4::mp4_parser_base& parser, std::uint64_t fileSize);
+
+/// A table of a few bytes can claim billions of samples. Those of real files have a byte and more, no two of them share
+/// bytes, and none lies in a box: what claims more is cut. One budget serves all tracks of a file.
 ///
-/// A record and its place in the sync index take 48 bytes, so that 24 go to each byte of the file; boxes without content
-/// take 30 more, sample buffers 10. Together that stays below the 64 that a reader may take for each.
+/// What a reader may take is 16 MiB and 64 bytes for each of the file's. A byte of a sample costs 32 for its record and
+/// 16 for its place in the sync index; a byte of a box up to 34, in runs of 8 bytes without content, and up to 5 in
+/// tables of chunks, which have 16 for a record of 4 bytes and more. Ten buffers of each track make 10 more for either.
+/// That is 58 at most, and of the free records and buffers 14 MiB.
 class ReadingBudget {
 public:
-    explicit ReadingBudget(std::uint64_t fileSize)
-        : m_fileSize(fileSize), m_records(fileSize / 2 + kFreeRecords), m_bufferBytes(fileSize + kFreeBufferBytes) {}
+    explicit ReadingBudget(std::uint64_t fileSize, std::uint64_t boxBytes = 0)
+        : m_fileSize(fileSize),
+          m_records(fileSize - std::min(fileSize, boxBytes) + kFreeRecords),
+          m_bufferBytes(fileSize + kFreeBufferBytes) {}
 
     std::uint64_t FileSize() const { return m_fileSize; }
-    /// Takes sample records out of the budget: as many as wanted or, when that is more than are left, half of those:
-    /// the track is broken, and the others are to play.
+    /// Takes sample records out of the budget: as many as wanted or, when that is more than are left, half of those. No
+    /// whole file wants more; a track that does is broken, and the others are to play.
     std::uint64_t TakeRecords(std::uint64_t wanted) {
         return Take(m_records, wanted <= m_records ? wanted : m_records / 2);
     }

@@ -86,6 +86,10 @@ TEST(SampleTable, IsWalkedRowByRow) {
          "1000+1 0/3+10, 1001+1 10/13+10, 1002+1 20/23+10"},
         {"empty runs are passed over", {.stts = {{0, 1}, {1, 10}, {0, 2}, {0, 3}, {1, 30}},
           .ctts = {{0, 100}, {1, 1}, {0, 100}, {1, 2}}, .sizes = {1, 1}}, "1000+1 0/1+10, 1001+1 10/12+30"},
+        {"and stay when the empty ones come last", {.stts = {{1, 10}, {0, 99}, {0, 98}}, .ctts = {{1, 3}, {0, 50}},
+          .sizes = {1, 1, 1}}, "1000+1 0/3+10, 1001+1 10/13+10, 1002+1 20/23+10"},
+        {"the last row tells when all are empty", {.stts = {{0, 99}, {0, 10}}, .ctts = {{0, 50}, {0, 3}},
+          .sizes = {1, 1}}, "1000+1 0/3+10, 1001+1 10/13+10"},
         {"offsets are signed", {.ctts = {{1, 0xFFFFFFF6}}, .sizes = {1, 1}}, "1000+1 0/-10+10, 1001+1 10/0+10"},
         {"a constant size", {.size = 5, .count = 2}, "1000+5 0/0+10, 1005+5 10/10+10"},
         {"sizes that are fewer than samples", {.count = 3, .sizes = {4}},
@@ -231,6 +235,14 @@ TEST(GroupedSound, SizesByEntryWhenTheHostSaysSo) {
     entry->channelcount = 6;
     entry->samplesize = 24;
     EXPECT_EQ(size(), 180U);
+    entry->version = 1;
+    EXPECT_EQ(size(), 180U);
+    entry->version = 2;  // channels and bits are constants there
+    entry->channelcount = 3;
+    entry->samplesize = 16;
+    EXPECT_EQ(size(), 40U);
+    boxes.stsz->sample_size = 6;
+    EXPECT_EQ(size(), 60U);
     EXPECT_EQ(Build(boxes, kSound).tables.index_.at(0).size, 40U);
 }
 
@@ -242,7 +254,8 @@ TEST(SampleTable, ClaimsCostNoMoreThanTheFileIsLarge) {
         std::size_t records;
         std::size_t logged;
     } cases[] = {
-        {"all in one chunk", {.stsc = {{1, 0xFFFFFFFF, 1}}, .size = 1, .count = 0xFFFFFFFF}, kVideo, (65536 + 5000 / 2) / 2, 1},
+        {"all in one chunk", {.stsc = {{1, 0xFFFFFFFF, 1}}, .size = 1, .count = 0xFFFFFFFF}, kVideo,
+         (65536 + 5000) / 2, 1},
         {"in few chunks", {.stsc = {{1, 2, 1}}, .size = 1, .count = 0xFFFFFFFF, .stco = {1, 2}}, kVideo, 4, 0},
         {"in few chunks of sound",
          {.stts = {{0xFFFFFFFF, 1}}, .stsc = {{1, 1, 1}}, .size = 1, .count = 0xFFFFFFFF, .stco = {1, 2}},
@@ -258,12 +271,12 @@ TEST(SampleTable, ClaimsCostNoMoreThanTheFileIsLarge) {
         EXPECT_EQ(tables.index_.capacity(), c.records) << "what is reserved is what is used";
         EXPECT_LE(tables.chunks.capacity(), 2U);
         EXPECT_EQ(tables.sample_count, 0xFFFFFFFF);
-        EXPECT_EQ(log.count(2, L"more than the file can hold"), c.logged);
+        EXPECT_EQ(log.count(2, L"more than the file has bytes left for"), c.logged);
     }
 }
 
 TEST(SampleTable, TracksShareOneBudget) {
-    ReadingBudget budget(0);
+    ReadingBudget budget(500, 500);
     const SampleTableBoxes boxes = Claim{.stsc = {{1, 40000, 1}}, .size = 1, .count = 40000}.Boxes();
     TrackTables first = EmptyTables();
     TrackTables second = EmptyTables();
@@ -271,6 +284,39 @@ TEST(SampleTable, TracksShareOneBudget) {
     BuildTrackTables(BoxesOf(kVideo), boxes, {}, budget, second);
     EXPECT_EQ(first.index_.size(), 40000U);
     EXPECT_EQ(second.index_.size(), 25536U / 2);  // and leaves as many to a third
+}
+
+TEST(SampleTable, SamplesOfAByteFillTheirFile) {
+    constexpr std::uint32_t kSamples = 300'000;
+    ReadingBudget budget(kSamples);
+    TrackTables tables = EmptyTables();
+    const Claim claim{.stts = {{kSamples - 1, 1}, {1, 2}}, .stsc = {{1, kSamples, 1}}, .size = 1, .count = kSamples};
+    EXPECT_EQ(BuildTrackTables(BoxesOf(kSound), claim.Boxes(), {}, budget, tables), S_OK);
+    EXPECT_EQ(tables.index_.size(), kSamples);
+}
+
+TEST(ReadingBudget, CountsWhatBoxesAtTopLevelTake) {
+    using namespace mediakit_test;
+    const struct {
+        const char* what;
+        box_builder file;
+        std::uint64_t bytes;
+    } cases[] = {
+        {"media data's header alone", box_builder().add(make_box("free", box_builder().zeros(12)))
+             .add(make_box("mdat", box_builder().zeros(100))).add(make_large_box("mdat", box_builder().zeros(50))),
+         20 + 8 + 16},
+        {"a box that holds others", make_box("dref", box_builder().zeros(8).add(make_box("mdat"))), 24},
+        {"media data that claims more than there is", make_lying_box(1000, "mdat", box_builder().zeros(9)), 8},
+        {"headers that claim to be shorter",
+         box_builder().add(make_lying_box(2, "free", {})).add(make_lying_box(3, "free", {})), 16},
+    };
+    for (const auto& of : cases) {
+        failing_stream stream(of.file.bytes());
+        mp4_parser parser(stream);
+        parser.parse();
+        EXPECT_EQ(BoxBytes(parser, of.file.size()), of.bytes) << of.what;
+        EXPECT_EQ(BoxBytes(parser, 5), 5U) << of.what;
+    }
 }
 
 TEST(TypicalDuration, IsThatOfMostSamples) {
@@ -350,7 +396,7 @@ TEST(EditList, EmptyEditsInFrontDelayATrackWhenTheyAreHeeded) {
                                    budget, tables),
                   S_OK);
         EXPECT_EQ(tables.edit, c.edit);
-        EXPECT_EQ(tables.index_[0].cts, 7 - c.edit);
+        EXPECT_EQ(tables.index_[0].cts, WrappingSubtract(7, c.edit));
     }
 }
 

@@ -69,8 +69,8 @@ HRESULT BuildTrackTables(const TrackBoxes& boxes, const SampleTableBoxes& sample
     const std::uint64_t plainLimit = budget.TakeRecords(walk.Reachable());
     const std::uint64_t fragmentLimit = budget.TakeRecords(inFragments);
     if (plainLimit + fragmentLimit != wanted)
-        QZReport(2, L"A track claims %I64u samples, more than the file can hold. %I64u are read.", wanted,
-                 plainLimit + fragmentLimit);
+        QZReport(2, L"A track claims %I64u samples, more than the file has bytes left for. At most %I64u are read.",
+                 wanted, plainLimit + fragmentLimit);
 
     tables.sample_count = walk.Count() + inFragments;
     tables.index_.reserve(plainLimit + fragmentLimit);
