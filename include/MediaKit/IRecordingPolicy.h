@@ -21,7 +21,9 @@ struct IRecordingPolicy : IUnknown {
     virtual HRESULT SetTimescale(DWORD unitsPerSecond) = 0;
     /// Non-zero: the start time of the track's first sample is kept, by its edit list: a later start by an empty edit,
     /// an earlier one (decoder delay of audio) by an edit that begins behind it. Without it a track whose samples come
-    /// in presentation order begins at 0.
+    /// in presentation order begins at 0. This choice and the next one also keep the duration of the last sample, which
+    /// is its stop time minus its start time, and tell that of an only sample, which players need. Without them the
+    /// media type gives the last duration (a frame of video, one unit of sound), and an only sample has none.
     virtual HRESULT SetKeepStartTime(BOOL keep) = 0;
     /// Non-zero: the media time of a video sample begins at its decode time, which counts from the same zero as its
     /// start time and may lie before it; the track keeps these, and starts with the first. Without it, decode times are

@@ -51,6 +51,7 @@ void MovieTrack::BeginRecording() {
     presentationOrderIsSorted = true;
     reorderDetected = false;
     lastStart = 0;
+    lastStop = 0;
     timeBase = MinTime;
     chunks.clear();
     needsCo64 = false;
@@ -97,6 +98,7 @@ void MovieTrack::AppendSample(MovieSample sample, REFERENCE_TIME stop, bool isVi
         sample.sync = 0;
     }
     samples.push_back(sample);
+    lastStop = stop;
     endTime = std::max(endTime, stop);
 }
 

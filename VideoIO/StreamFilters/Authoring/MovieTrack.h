@@ -57,6 +57,7 @@ struct MovieTrack {
     bool presentationOrderIsSorted = true;
     bool reorderDetected = false;  ///< a video sample started before the one received before it
     REFERENCE_TIME lastStart = 0;  ///< of the sample received last
+    REFERENCE_TIME lastStop = 0;   ///< of the sample written last
     REFERENCE_TIME timeBase = MinTime;  ///< first entry of presentationOrder; MinTime: not set yet
     SegmentedVector<MovieChunk> chunks;
     bool needsCo64 = false;
@@ -73,6 +74,8 @@ struct MovieTrack {
     std::uint32_t wantedTimescale = 0;  ///< 0: the media type's
     bool keepStart = false;
     bool decodeTimesAreGiven = false;
+    /// The times are a source's, down to the last sample's duration.
+    bool HasSourceTimes() const { return keepStart || decodeTimesAreGiven; }
 
     /// Empties what belongs to one recording, before its first sample comes.
     void BeginRecording();

@@ -1,5 +1,8 @@
 #include "VideoIO/StreamFilters/Authoring/SampleTables.h"
 
+#include <limits>
+#include <optional>
+
 #include "VideoIO/FilterUtil/MediaTypeUtil.h"
 
 namespace Norvane::MediaKit::Filters {
@@ -18,16 +21,28 @@ void AppendRun(std::vector<Entry>& runs, std::uint32_t Entry::*value, std::uint3
     ++runs.back().sample_count;
 }
 
+/// What its stop time tells, where a source's times are kept: none is a duration too, but one that no tick can tell, as
+/// of a sample without a stop time, is not.
+std::optional<std::uint32_t> OwnDuration(const MovieTrack& track) {
+    if (!track.HasSourceTimes()) return std::nullopt;
+    const REFERENCE_TIME start = track.samples[track.samples.size() - 1].start;
+    const std::int64_t ticks =
+        SubtractTimes(ToTicks(track.timescale, track.lastStop), ToTicks(track.timescale, start));
+    const bool told = ticks > 0 ? ticks <= std::numeric_limits<std::uint32_t>::max() : track.lastStop == start;
+    return told ? std::optional(static_cast<std::uint32_t>(ticks)) : std::nullopt;
+}
+
 std::uint32_t LastSampleDuration(const MovieTrack& track, const CMediaType& mediaType) {
+    if (const auto own = OwnDuration(track)) return *own;
     REFERENCE_TIME frameTime = 0;
     if (FAILED(qz_DSFilters::GetAvgTimePerFrame(mediaType, frameTime))) return 0;
     return static_cast<std::uint32_t>(ToTicks(track.rate.m_numerator, frameTime));
 }
 
-/// A single sample has no duration to tell.
+/// A single sample has no duration to tell, unless it is a source's.
 void AddTimeToSample(mp4_writer& writer, box* stbl, const MovieTrack& track, const TrackTimeline& timeline,
                      const CMediaType& mediaType) {
-    if (timeline.size() < 2) return;
+    if (timeline.size() < (track.HasSourceTimes() ? 1 : 2)) return;
     const auto stts = writer.add_box<time_to_sample_box>(stbl);
     std::int64_t previous = timeline.DecodeTime(0);
     for (std::size_t i = 1; i < timeline.size(); ++i) {

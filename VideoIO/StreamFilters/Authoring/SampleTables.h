@@ -9,7 +9,8 @@ namespace Norvane::MediaKit::Filters {
 
 /// Adds `stts`, `ctts`, `stsc`, `stsz`, `stco` or `co64`, and `stss` under `stbl`, each only where the track
 /// has something for it (`stsz` always). The offset table is kept in the track, to be patched when `moov`
-/// moves. `mediaType` gives the duration of the last sample. Linear in the samples.
+/// moves. `mediaType` gives the duration of the last sample, unless the track has its source's times. Linear in the
+/// samples.
 void AddSampleTables(vio::mp4::mp4_writer& writer, vio::mp4::box* stbl, MovieTrack& track,
                      const TrackTimeline& timeline, const CMediaType& mediaType);
 
