@@ -110,6 +110,7 @@ protected:
         return names;
     }
     LONGLONG SampleCount(int pin) {
+        if (Demux().OutputPin(pin) == nullptr) return -1;
         TrackInformation information;
         Demux().OutputPin(pin)->GetTrackInformation(&information);
         return static_cast<LONGLONG>(information.sampleCount);
