@@ -59,7 +59,9 @@ private:
     class Inner final : public IUnknown {
     public:
         explicit Inner(CUnknown& object) noexcept : m_object(object) {}
-        HRESULT QueryInterface(REFIID riid, void** ppv) override { return m_object.NonDelegatingQueryInterface(riid, ppv); }
+        HRESULT QueryInterface(REFIID riid, void** ppv) override {
+            return m_object.NonDelegatingQueryInterface(riid, ppv);
+        }
         ULONG AddRef() override { return m_object.NonDelegatingAddRef(); }
         ULONG Release() override { return m_object.NonDelegatingRelease(); }
 

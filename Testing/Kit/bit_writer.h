@@ -32,7 +32,8 @@ public:
     /// Whole bytes; a last one that is not full is padded with zeros.
     std::vector<std::uint8_t> bytes() const {
         std::vector<std::uint8_t> out((bits_.size() + 7) / 8);
-        for (std::size_t i = 0; i < bits_.size(); ++i) out[i / 8] = static_cast<std::uint8_t>(out[i / 8] | bits_[i] << (7 - i % 8));
+        for (std::size_t i = 0; i < bits_.size(); ++i)
+            out[i / 8] = static_cast<std::uint8_t>(out[i / 8] | bits_[i] << (7 - i % 8));
         return out;
     }
 

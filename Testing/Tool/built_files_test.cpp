@@ -23,7 +23,8 @@ movie_track VideoTrack(unsigned lengthSize = 4) {
     track.timescale = 25;
     track.entry = visual_entry("avc1", units.width(), units.height(), make_box("avcC", box_builder().add(record)));
     for (const byte_vector& unit : Pictures())
-        track.samples.push_back({with_lengths(split_annex_b(unit), lengthSize), 1, 0, track.samples.size() % kGroup == 0});
+        track.samples.push_back(
+            {with_lengths(split_annex_b(unit), lengthSize), 1, 0, track.samples.size() % kGroup == 0});
     return track;
 }
 
@@ -83,7 +84,11 @@ movie_file WithSizes(movie_track::sizes sizes, std::size_t smallest, std::size_t
 const BuiltCase kCases[] = {
     {"MoovFirst", Both},
     {"MoovLast", [] { auto file = Both(); file.moov_first = false; return file; }},
-    {"LargeOffsets", [] { auto file = Both(); for (auto& track : file.tracks) track.large_offsets = true; return file; }},
+    {"LargeOffsets", [] {
+         auto file = Both();
+         for (auto& track : file.tracks) track.large_offsets = true;
+         return file;
+     }},
     {"LargeDataBox", [] { auto file = Both(); file.large_mdat = true; file.moov_first = false; return file; }},
     {"SeveralDataBoxes", [] {
          auto file = Both();
@@ -91,17 +96,23 @@ const BuiltCase kCases[] = {
          for (auto& track : file.tracks) track.samples_per_chunk = 3;
          return file;
      }},
-    {"OneSampleAChunk", [] { auto file = Both(); for (auto& track : file.tracks) track.samples_per_chunk = 1; return file; }},
+    {"OneSampleAChunk", [] {
+         auto file = Both();
+         for (auto& track : file.tracks) track.samples_per_chunk = 1;
+         return file;
+     }},
     {"SizesOf16Bits", [] { return WithSizes(movie_track::sizes::compact16, 300, 7); }},
     {"SizesOf8Bits", [] { return WithSizes(movie_track::sizes::compact8, 200, 5); }},
     {"SizesOf4Bits", [] { return WithSizes(movie_track::sizes::compact4, 4, 3); }},
     {"OneSize", [] { return WithSizes(movie_track::sizes::constant, 77, 0); }},
     {"LengthsOfTwoBytes", [] { return movie_file{.tracks = {VideoTrack(2)}}; }},
     {"QuickTimeSoundVersion1", [] {
-         return movie_file{.tracks = {SoundTrack(QuickTimeEntry(1, 2, 48000, make_box("wave", AacDescriptor())), 9, 4)}};
+         const box_builder wave = make_box("wave", AacDescriptor());
+         return movie_file{.tracks = {SoundTrack(QuickTimeEntry(1, 2, 48000, wave), 9, 4)}};
      }},
     {"QuickTimeSoundVersion2", [] {
-         return movie_file{.tracks = {SoundTrack(QuickTimeEntry(2, 2, 48000, make_box("wave", AacDescriptor())), 9, 4)}};
+         const box_builder wave = make_box("wave", AacDescriptor());
+         return movie_file{.tracks = {SoundTrack(QuickTimeEntry(2, 2, 48000, wave), 9, 4)}};
      }},
     {"QuickTimeSoundVersion2NoWave", [] {
          return movie_file{.tracks = {SoundTrack(QuickTimeEntry(2, 2, 48000, AacDescriptor()), 9, 4)}};

@@ -32,7 +32,13 @@ public:
     virtual void reset() {}
 };
 
-enum AVCSliceType : std::uint32_t { AVC_P_SLICE = 0, AVC_B_SLICE = 1, AVC_I_SLICE = 2, AVC_SP_SLICE = 3, AVC_SI_SLICE = 4 };
+enum AVCSliceType : std::uint32_t {
+    AVC_P_SLICE = 0,
+    AVC_B_SLICE = 1,
+    AVC_I_SLICE = 2,
+    AVC_SP_SLICE = 3,
+    AVC_SI_SLICE = 4
+};
 
 enum AVCNalType : std::uint32_t {
     AVC_NAL_SLICE = 1,

@@ -157,7 +157,9 @@ TEST(AvcNalHeader, ReadsTheExtensions) {
     EXPECT_TRUE(mvc.anchor_pic_flag);
 
     AVCNalHeader svc;
-    Reader reader(bit_writer().u(8, 0x6E).u(1, 1).u(1, 1).u(6, 9).u(1, 0).u(3, 4).u(4, 6).u(3, 1).u(5, 0).u(8, 0x77).bytes());
+    bit_writer header;
+    header.u(8, 0x6E).u(1, 1).u(1, 1).u(6, 9).u(1, 0).u(3, 4).u(4, 6).u(3, 1).u(5, 0).u(8, 0x77);
+    Reader reader(header.bytes());
     reader.bits.get_nal_header(svc);
     EXPECT_TRUE(svc.svc_extension_flag);
     EXPECT_TRUE(svc.idr_flag);

@@ -46,7 +46,8 @@ TEST(AvcSeqParamSet, KeepsFieldsAndDerivesWhatFollows) {
     EXPECT_EQ(AVCSeqParamSetExtension().id(), 32u);
 
     AVCSeqParamSet sps;
-    ASSERT_EQ(ReadSps({.profile = 77, .id = 5, .order_type = 1, .height = 3, .frame_only = false, .direct = false}, sps), 0);
+    ASSERT_EQ(
+        ReadSps({.profile = 77, .id = 5, .order_type = 1, .height = 3, .frame_only = false, .direct = false}, sps), 0);
     EXPECT_EQ(sps.id(), 5u);
     EXPECT_EQ(sps.chroma_format_idc, 1u);
     EXPECT_EQ(sps.bit_depth_luma, 8u);

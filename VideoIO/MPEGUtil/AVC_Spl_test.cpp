@@ -70,7 +70,8 @@ std::vector<Frame> Frames(AVC_Spl& splitter, const Bytes& stream, std::size_t pa
     return frames;
 }
 
-// Headers by hand: 4 x 2 macroblocks of the frame, frame_num of 4 and order count of 4 bits, CAVLC, field coding allowed.
+// Headers by hand: 4 x 2 macroblocks of the frame, frame_num of 4 and order count of 4 bits, CAVLC, field coding
+// allowed.
 
 Bytes Sps(unsigned id = 0, unsigned nal = 0x67, unsigned profile = 77) {
     bit_writer w;
@@ -80,7 +81,9 @@ Bytes Sps(unsigned id = 0, unsigned nal = 0x67, unsigned profile = 77) {
 }
 
 Bytes Pps(unsigned id = 0, unsigned sps = 0) {
-    return bit_writer().u(8, 0x68).ue(id).ue(sps).u(2, 0).ue(0).ue(0).ue(0).u(3, 0).se(0).se(0).se(0).u(3, 0).trailing().nal();
+    bit_writer w;
+    w.u(8, 0x68).ue(id).ue(sps).u(2, 0).ue(0).ue(0).ue(0).u(3, 0).se(0).se(0).se(0).u(3, 0);
+    return w.trailing().nal();
 }
 
 struct SlicePlan {
@@ -222,7 +225,8 @@ TEST(AvcSplitter, JoinsTheTwoFieldsOfAFrame) {
     };
     AVC_Spl splitter;
     const std::vector<Frame> frames = Frames(
-        splitter, Stream({Sps(), Pps(), field(1, 0, 0), field(1, 2, 0), field(2, 0, 1), field(1, 0, 2), field(2, 0, 3), field(2, 1, 3)}));
+        splitter, Stream({Sps(), Pps(), field(1, 0, 0), field(1, 2, 0), field(2, 0, 1), field(1, 0, 2), field(2, 0, 3),
+                          field(2, 1, 3)}));
     ASSERT_EQ(SliceCounts(frames), (std::vector<std::size_t>{3, 3}));
     EXPECT_EQ(frames[0].first_field_slices, 2u);
     EXPECT_EQ(frames[1].first_field_slices, 1u);
@@ -234,10 +238,13 @@ TEST(AvcSplitter, JoinsTheTwoFieldsOfAFrame) {
 
 TEST(AvcSplitter, KeepsTheViewsOfAPictureTogether) {
     const Bytes subset = Sps(1, 0x6F, 118), pps = Pps(1, 1);
-    const auto view = [](unsigned id, unsigned order) { return Slice({.type = 20, .pps = 1, .order = order, .view = id}); };
+    const auto view = [](unsigned id, unsigned order) {
+        return Slice({.type = 20, .pps = 1, .order = order, .view = id});
+    };
     AVC_Spl splitter;
     const std::vector<Frame> frames =
-        Frames(splitter, Stream({Sps(), Pps(), subset, pps, Slice({.order = 0}), view(1, 0), Slice({.frame_num = 1, .order = 2}), view(1, 2)}));
+        Frames(splitter, Stream({Sps(), Pps(), subset, pps, Slice({.order = 0}), view(1, 0),
+                                 Slice({.frame_num = 1, .order = 2}), view(1, 2)}));
     EXPECT_EQ(SliceCounts(frames), (std::vector<std::size_t>{2, 2}));
     ASSERT_NE(splitter.subset_seq_param_sets().find(1), nullptr);
     EXPECT_EQ(splitter.seq_param_sets().find(1), nullptr);
@@ -284,7 +291,10 @@ TEST(AvcSplitter, TakesTheTimeOfTheFirstSlice) {
     std::vector<Frame> frames;
     const auto feed = [&](const std::vector<Bytes>& units, std::int64_t time) {
         const Bytes bytes = Stream(units);
-        nal_buffer data{.time = time, .base = bytes.data(), .offset = 0, .size = static_cast<std::uint32_t>(bytes.size()),
+        nal_buffer data{.time = time,
+                        .base = bytes.data(),
+                        .offset = 0,
+                        .size = static_cast<std::uint32_t>(bytes.size()),
                         .flags = nal_buffer::complete};
         Feed(splitter, &data, frames);
     };
@@ -306,7 +316,9 @@ TEST(AvcSplitter, LeavesOutWhatDoesNotFitTheFrame) {
     const Bytes small = Slice({.type = 5, .first_mb = 5});
     const Bytes stream = Stream({Sps(), Pps(), large, more, small});
     AVC_Spl splitter;
-    nal_buffer data{.base = stream.data(), .size = static_cast<std::uint32_t>(stream.size()), .flags = nal_buffer::complete};
+    nal_buffer data{.base = stream.data(),
+                    .size = static_cast<std::uint32_t>(stream.size()),
+                    .flags = nal_buffer::complete};
     const AVCFrame* frame = nullptr;
     EXPECT_EQ(splitter.next_frame(&data, frame), AVC_ERR_NOT_ENOUGH_BUFFER);
     EXPECT_EQ(frame, nullptr);
@@ -321,8 +333,11 @@ TEST(AvcSplitter, LeavesOutWhatDoesNotFitTheFrame) {
         Bytes unit = {0x09};
         unit.resize(length, 0x11);
         Bytes bytes = Stream({unit});
-        nal_buffer one{.base = bytes.data(), .size = static_cast<std::uint32_t>(bytes.size()), .flags = nal_buffer::complete};
-        EXPECT_EQ(exact.next_frame(&one, frame), length == 1048571 ? AVC_ERR_NOT_ENOUGH_DATA : AVC_ERR_NOT_ENOUGH_BUFFER);
+        nal_buffer one{.base = bytes.data(),
+                       .size = static_cast<std::uint32_t>(bytes.size()),
+                       .flags = nal_buffer::complete};
+        EXPECT_EQ(exact.next_frame(&one, frame),
+                  length == 1048571 ? AVC_ERR_NOT_ENOUGH_DATA : AVC_ERR_NOT_ENOUGH_BUFFER);
     }
 }
 

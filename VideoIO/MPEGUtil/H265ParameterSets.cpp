@@ -103,7 +103,8 @@ bool ReadReferencePictures(RbspReader& reader, H265SequenceParameterSet& sps) {
 
 bool OrderingInRange(const H265SequenceParameterSet& sps) {
     for (const H265SubLayerOrdering& layer : sps.sub_layer_ordering) {
-        if (layer.max_dec_pic_buffering_minus1 > 15 || layer.max_num_reorder_pics > layer.max_dec_pic_buffering_minus1) {
+        if (layer.max_dec_pic_buffering_minus1 > 15 ||
+            layer.max_num_reorder_pics > layer.max_dec_pic_buffering_minus1) {
             return false;
         }
     }

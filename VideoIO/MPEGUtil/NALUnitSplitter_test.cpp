@@ -95,7 +95,8 @@ TEST(NalUnitSplitter, IsIndifferentToWhereTheStreamIsCut) {
         for (std::size_t second = first; second <= data.size(); ++second) {
             NALUnitSplitter splitter;
             const auto at = [&](std::size_t n) { return data.begin() + static_cast<std::ptrdiff_t>(n); };
-            ASSERT_EQ(Split(splitter, {Bytes(at(0), at(first)), Bytes(at(first), at(second)), Bytes(at(second), at(data.size()))}),
+            ASSERT_EQ(Split(splitter, {Bytes(at(0), at(first)), Bytes(at(first), at(second)),
+                                       Bytes(at(second), at(data.size()))}),
                       expected)
                 << "cut at " << first << " and " << second;
         }

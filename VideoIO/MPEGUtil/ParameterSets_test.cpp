@@ -71,7 +71,8 @@ TEST(H264ParameterSets, ReadsWhatEncodersWrite) {
 
 TEST(H264ParameterSets, KeepsBufferModelsAndColours) {
     const auto of = [](std::string_view name) {
-        const auto set = std::find_if(h264_sets.begin(), h264_sets.end(), [&](const auto& s) { return s.name == name; });
+        const auto set =
+            std::find_if(h264_sets.begin(), h264_sets.end(), [&](const auto& s) { return s.name == name; });
         return ReadH264SequenceParameterSet(FromHex(set->nal))->vui_parameters;
     };
     const H264HrdParameters vbr = of("pyramid, rate control").nal_hrd_parameters;

@@ -51,8 +51,9 @@ struct ILiveSourceProvider : IUnknown {
     virtual HRESULT RemoveConsumer(std::uint32_t track, std::uint64_t key) = 0;
     /// Moves what the consumer has not fetched yet into `samples`, waiting up to `timeoutMs` for the
     /// first. Positions in the file hold until the recording ends: a `moov` that is then moved to the front
-    /// moves the data, and what is fetched from then on tells where they are. S_OK; S_FALSE at the end of the recording; E_ABORT when `abortEvent` is signalled;
-    /// VFW_E_TIMEOUT; E_INVALIDARG for an unknown key; E_UNEXPECTED when the wait fails.
+    /// moves the data, and what is fetched from then on tells where they are. S_OK; S_FALSE at the end of the
+    /// recording; E_ABORT when `abortEvent` is signalled; VFW_E_TIMEOUT; E_INVALIDARG for an unknown key; E_UNEXPECTED
+    /// when the wait fails.
     virtual HRESULT GetSamples(std::uint32_t track, std::uint64_t key, std::vector<LiveSampleInfo>* samples,
                                std::uint32_t timeoutMs, HANDLE abortEvent) = 0;
     /// The consumer's next whole sample from a provider of memory, with a reference, waiting up to

@@ -18,8 +18,8 @@ enum VideoOrientation : DWORD {
 /// Offered by the input pins of a multiplexer, which take the orientation of a video stream and answer
 /// S_FALSE to the rest, and by the output pins of the demultiplexer, which take all. Set it on a
 /// multiplexer while the filter is stopped; it takes its filter lock, and SetOrientation may come from any thread. On a
-/// demultiplexer any thread may set it at any time: media types that are asked for and samples that are pushed from then
-/// on have it, the type of a connection stays.
+/// demultiplexer any thread may set it at any time: media types that are asked for and samples that are pushed from
+/// then on have it, the type of a connection stays.
 struct IOverrideMediaType : IUnknown {
     virtual HRESULT SetAspectRatio(const SIZE* aspectRatio) = 0;
     /// `dwInterlaceFlags` of the media type.

@@ -83,8 +83,8 @@ void ChunkWriter::MakeRoom(const SampleQueue& queue, REFERENCE_TIME limit) {
     m_host.SetWritePosition(m_movie.DataPosition());
 }
 
-/// What came through of a sample that failed counts in no `mdat`: the next one takes its place, so that the payload ends
-/// where the data do and `moov` falls on none of them.
+/// What came through of a sample that failed counts in no `mdat`: the next one takes its place, so that the payload
+/// ends where the data do and `moov` falls on none of them.
 HRESULT ChunkWriter::WriteData(MovieTrack& track, IMediaSample& sample, details::WrittenSample& written) {
     const std::uint64_t position = m_stream.tell();
     try {

@@ -88,7 +88,8 @@ inline box_builder Trak(const ExpectedTrack& t) {
     const box_builder hdlr = make_full_box(
         "hdlr", 0, 0, box_builder().u32(0).text(t.video ? "vide" : "soun").zeros(12).u8(0));
     const box_builder header =
-        t.video ? make_full_box("vmhd", 0, 1, box_builder().zeros(8)) : make_full_box("smhd", 0, 0, box_builder().zeros(4));
+        t.video ? make_full_box("vmhd", 0, 1, box_builder().zeros(8))
+                : make_full_box("smhd", 0, 0, box_builder().zeros(4));
     const box_builder dinf = make_box(
         "dinf", make_full_box("dref", 0, 0, box_builder().u32(1).add(make_full_box("url ", 0, 1))));
     const box_builder minf = make_box("minf", box_builder().add(header).add(dinf).add(Stbl(t)));

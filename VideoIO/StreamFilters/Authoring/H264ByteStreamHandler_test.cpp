@@ -80,7 +80,8 @@ TEST(H264Handler, WritesExactlyTheTypesOfPicturesAndParameterSets) {
 
 TEST(H264Handler, TakesSamplesWithoutUnits) {
     Writing writing(H264Type());
-    for (const Bytes& bytes : {Bytes{}, Bytes{0, 0, 1, 0x65}, Bytes{1, 2, 3, 4, 5, 6, 7}, Bytes(9), Bytes{0, 0, 1, 0, 0, 0, 1}}) {
+    for (const Bytes& bytes :
+         {Bytes{}, Bytes{0, 0, 1, 0x65}, Bytes{1, 2, 3, 4, 5, 6, 7}, Bytes(9), Bytes{0, 0, 1, 0, 0, 0, 1}}) {
         ASSERT_EQ(writing.Write(bytes), S_OK);
         EXPECT_EQ(writing.written.size, 0u);
         EXPECT_TRUE(writing.last.empty());

@@ -88,7 +88,8 @@ TEST(H265Handler, DescribesTheStreamByTheFirstSetOfEachKind) {
                           0x0F,                                     // one temporal layer, nested, lengths of 4 bytes
                           3};
     EXPECT_EQ(writing.Configuration(),
-              Join({fields, {0x80 | 32, 0, 1, 0, 24}, kVps, {0x80 | 33, 0, 1, 0, 40}, kSps, {0x80 | 34, 0, 1, 0, 7}, kPps}));
+              Join({fields, {0x80 | 32, 0, 1, 0, 24}, kVps, {0x80 | 33, 0, 1, 0, 40}, kSps, {0x80 | 34, 0, 1, 0, 7},
+                    kPps}));
 }
 
 TEST(H265Handler, ReportsEachUnitWhenTheLogIsAskedForIt) {
@@ -98,7 +99,8 @@ TEST(H265Handler, ReportsEachUnitWhenTheLogIsAskedForIt) {
         writing.Write(AnnexB({Unit(35), Unit(1)}));
         return log.messages();
     };
-    EXPECT_EQ(lines(3), (std::vector<log_capture::message>{{3, L"NAL_UNIT_TYPE: 35 (5)"}, {3, L"NAL_UNIT_TYPE: 1 (5)"}}));
+    EXPECT_EQ(lines(3),
+              (std::vector<log_capture::message>{{3, L"NAL_UNIT_TYPE: 35 (5)"}, {3, L"NAL_UNIT_TYPE: 1 (5)"}}));
     EXPECT_TRUE(lines(2).empty());
 }
 

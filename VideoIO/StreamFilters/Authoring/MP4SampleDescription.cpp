@@ -80,7 +80,8 @@ void add_video_with_record(mp4_writer& writer, sample_description_box& stsd, con
 std::vector<std::uint8_t> descriptor_bytes(vio::es::es_writer_base& writer, std::size_t specific_size) {
     std::vector<std::uint8_t> bytes(kScratchSize + specific_size);
     const auto write = [&] {
-        const auto stream = std::make_shared<vio::memory_stream>(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+        const auto stream =
+            std::make_shared<vio::memory_stream>(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
         writer.write(stream);
         return static_cast<std::size_t>(stream->tell());
     };

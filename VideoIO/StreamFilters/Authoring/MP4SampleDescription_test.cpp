@@ -88,8 +88,8 @@ Bytes Audio(const Bytes& esds) {
 Bytes AacDescriptors(const Bytes& specific, Bytes rate = {0, 0, 0x3E, 0x80}) {
     const Bytes info = specific.empty() ? Bytes{} : Join({{5, static_cast<std::uint8_t>(specific.size())}, specific});
     const auto config = static_cast<std::uint8_t>(13 + info.size());
-    return Join({{3, static_cast<std::uint8_t>(3 + 2 + config + 3), 0, 2, 0, 4, config, 0x40, 5 << 2, 0, 0, 0}, rate, rate,
-                 info, {6, 1, 2}});
+    return Join({{3, static_cast<std::uint8_t>(3 + 2 + config + 3), 0, 2, 0, 4, config, 0x40, 5 << 2, 0, 0, 0},
+                 rate, rate, info, {6, 1, 2}});
 }
 
 TEST(SampleDescription, DescribesVideoWithItsRecord) {
@@ -131,7 +131,8 @@ TEST(SampleDescription, TakesTheSpecificInfoFromBehindTheWaveFormat) {
     const Bytes specific = {0x11, 0x90};
     const Bytes expected = Stsd(Audio(AacDescriptors(specific)));
     EXPECT_EQ(Describe(AudioType(MEDIASUBTYPE_RAW_AAC1, WAVE_FORMAT_RAW_AAC1, specific)), expected);
-    EXPECT_EQ(Describe(AudioType(MEDIASUBTYPE_MPEG_HEAAC, WAVE_FORMAT_MPEG_HEAAC, Join({Bytes(12, 7), specific}))), expected);
+    EXPECT_EQ(Describe(AudioType(MEDIASUBTYPE_MPEG_HEAAC, WAVE_FORMAT_MPEG_HEAAC, Join({Bytes(12, 7), specific}))),
+              expected);
     EXPECT_EQ(Describe(AudioType(MEDIASUBTYPE_MP4A, WAVE_FORMAT_EXTENSIBLE, Join({Bytes(22, 7), specific}))), expected);
 }
 

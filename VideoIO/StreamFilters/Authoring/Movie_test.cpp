@@ -409,7 +409,8 @@ TEST(Movie, AMoovThatIsInTheFileBecomesDeadSpaceWhenAsked) {
     const std::size_t moov = first.size() - FtypSize - 10;
     ASSERT_EQ(content.size(), first.size() + moov);
     EXPECT_EQ(content[FtypSize + 3] + 256u * content[FtypSize + 2], 10 + moov) << "mdat covers it";
-    EXPECT_TRUE(std::equal(first.begin() + FtypSize + 10, first.end(), content.begin() + static_cast<long>(first.size())));
+    EXPECT_TRUE(
+        std::equal(first.begin() + FtypSize + 10, first.end(), content.begin() + static_cast<long>(first.size())));
 }
 
 TEST(Movie, LongRecordingsUse64BitHeaders) {

@@ -99,7 +99,8 @@ public:
         if (FAILED(startResult)) return startResult;
         std::vector<MovieTrackRef> refs;
         for (const auto& input : inputs)
-            if (input->connected) refs.push_back({&input->Track(), &input->TrackMediaType(), input->Track().orientation});
+            if (input->connected)
+                refs.push_back({&input->Track(), &input->TrackMediaType(), input->Track().orientation});
         movie.Start(file, settings, std::move(refs));
         data.position = movie.DataPosition();
         return S_OK;

@@ -42,8 +42,8 @@ TEST(InterfaceSlots, OfTheDemultiplexerAreWhereTheyArePublished) {
     expect_slots<IReadingPolicy, IUnknown>(
         "IReadingPolicy", 3, &IReadingPolicy::SetReadAvc3AsAvc1, &IReadingPolicy::SetKnowSegmentBoxes,
         &IReadingPolicy::SetEverySampleIsSyncWithoutTable, &IReadingPolicy::SetUseFragmentDecodeTimes,
-        &IReadingPolicy::SetSizePcmByEntry, &IReadingPolicy::SetRunsFollowEachOther, &IReadingPolicy::SetLeaveOutBrokenParts,
-        &IReadingPolicy::SetHeedEmptyEdits);
+        &IReadingPolicy::SetSizePcmByEntry, &IReadingPolicy::SetRunsFollowEachOther,
+        &IReadingPolicy::SetLeaveOutBrokenParts, &IReadingPolicy::SetHeedEmptyEdits);
     expect_slots<qz_DSFilters::IStreamRate, IUnknown>("IStreamRate", 3, &qz_DSFilters::IStreamRate::GetRate);
     expect_slots<qz_DSFilters::IVideoOrientation, IUnknown>("IVideoOrientation", 3,
                                                             &qz_DSFilters::IVideoOrientation::GetOrientation);

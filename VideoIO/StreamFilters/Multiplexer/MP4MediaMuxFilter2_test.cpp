@@ -58,7 +58,8 @@ TEST_F(Recorder, WritesWhatItReceivesAndFinishesTheFile) {
         for (int n = 0; n < 50; ++n) {
             const auto& sample = samples[static_cast<std::size_t>(n)];
             EXPECT_EQ(sample.start, n * Frame);
-            EXPECT_EQ(Read(sample), std::vector<BYTE>(track == 0 ? 100 : 20, static_cast<BYTE>(track * 100 + static_cast<unsigned>(n))));
+            const auto value = static_cast<BYTE>(track * 100 + static_cast<unsigned>(n));
+            EXPECT_EQ(Read(sample), std::vector<BYTE>(track == 0 ? 100 : 20, value));
         }
     }
 }
@@ -304,7 +305,8 @@ TEST_F(Recorder, AStopPositionEndsTheStream) {
     StartVideo();
     LONGLONG stop = 5 * Frame;
     EXPECT_EQ(Output().SetPositions(nullptr, 0, &stop, AM_SEEKING_AbsolutePositioning), S_OK);
-    EXPECT_EQ(log.count(3, L"Muxer: Stop position requested: 00:00:00.200_0000, current position: 00:00:00.000_0000"), 1u);
+    EXPECT_EQ(log.count(3, L"Muxer: Stop position requested: 00:00:00.200_0000, current position: 00:00:00.000_0000"),
+              1u);
     LONGLONG told = 0;
     EXPECT_EQ(Output().GetStopPosition(&told), S_OK);
     EXPECT_EQ(told, stop);
@@ -468,7 +470,8 @@ TEST_F(Recorder, RecordsAndIsReadAtTheSameTime) {
     for (const std::size_t source : {0u, 1u})
         for (int n = 0; n < count; ++n)
             (*this)[source].script.push_back(
-                {std::vector<BYTE>(static_cast<std::size_t>(1 + n % 200), static_cast<BYTE>(n)), n * Frame, (n + 1) * Frame, true});
+                {std::vector<BYTE>(static_cast<std::size_t>(1 + n % 200), static_cast<BYTE>(n)), n * Frame,
+                 (n + 1) * Frame, true});
     std::vector<std::thread> readers;
     std::atomic<int> verified{0};
     for (const std::uint32_t track : {0u, 1u})

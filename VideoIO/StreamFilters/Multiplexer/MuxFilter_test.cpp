@@ -74,7 +74,8 @@ TEST_F(MuxFilterTest, OtherSeeksGoUpstream) {
     EXPECT_EQ(Output().SetPositions(&position, AM_SEEKING_AbsolutePositioning, nullptr, 0), E_FAIL);
     EXPECT_EQ(second->seeks, 1) << "the first failure ends it";
     // A stop position together with another flag is a seek like any other.
-    EXPECT_EQ(Output().SetPositions(nullptr, 0, &position, AM_SEEKING_AbsolutePositioning | AM_SEEKING_NoFlush), E_FAIL);
+    EXPECT_EQ(Output().SetPositions(nullptr, 0, &position, AM_SEEKING_AbsolutePositioning | AM_SEEKING_NoFlush),
+              E_FAIL);
     EXPECT_EQ(first->seeks, 3);
     for (int n : {0, 1}) Input(n).Disconnect();
 }

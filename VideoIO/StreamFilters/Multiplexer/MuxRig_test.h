@@ -89,8 +89,10 @@ struct MuxRig {
         const std::vector<BYTE> bytes = sink->file().bytes();
         std::vector<Box> boxes;
         for (std::size_t at = 0; at + 8 <= bytes.size();) {
-            const std::uint64_t size = std::uint64_t{bytes[at]} << 24 | bytes[at + 1] << 16 | bytes[at + 2] << 8 | bytes[at + 3];
-            boxes.push_back({std::string(bytes.begin() + static_cast<long>(at) + 4, bytes.begin() + static_cast<long>(at) + 8), at, size});
+            const std::uint64_t size =
+                std::uint64_t{bytes[at]} << 24 | bytes[at + 1] << 16 | bytes[at + 2] << 8 | bytes[at + 3];
+            const auto type = bytes.begin() + static_cast<long>(at) + 4;
+            boxes.push_back({std::string(type, type + 4), at, size});
             if (size < 8) break;
             at += size;
         }
