@@ -50,5 +50,6 @@ private:
     std::atomic<DWORD> m_dwParam{0};
     std::atomic<DWORD> m_dwReturnVal{0};
     std::atomic<bool> m_bEnded{false};
-    std::atomic<bool> m_bRequested{false};  ///< Before m_EventSend; spares a worker the look at the event for every sample.
+    /// Set before m_EventSend; spares a worker the look at the event for every sample.
+    std::atomic<bool> m_bRequested{false};
 };

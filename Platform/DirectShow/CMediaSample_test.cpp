@@ -55,7 +55,8 @@ TEST_F(Sample, TimesAreBothOrStartOnlyOrNone) {
 TEST_F(Sample, MediaTimesMayLieAnywhere) {
     constexpr LONGLONG highest = std::numeric_limits<LONGLONG>::max();
     constexpr LONGLONG lowest = std::numeric_limits<LONGLONG>::min();
-    for (auto [start, stop] : {std::pair{highest, lowest}, std::pair{lowest, lowest + 5}, std::pair{highest - 5, highest}}) {
+    for (auto [start, stop] :
+         {std::pair{highest, lowest}, std::pair{lowest, lowest + 5}, std::pair{highest - 5, highest}}) {
         SCOPED_TRACE(start);
         LONGLONG s = 0;
         LONGLONG e = 0;

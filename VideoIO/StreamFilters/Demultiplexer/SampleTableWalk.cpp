@@ -34,8 +34,8 @@ std::uint32_t PcmSampleBytes(const SampleTableBoxes& boxes) {
     return bytes == 0 ? kStereo16 : bytes;
 }
 
-/// Goes through runs of (count, value), one sample a step. Empty runs are passed over; the last that is not does not end.
-/// Where all are empty the last row tells the value.
+/// Goes through runs of (count, value), one sample a step. Empty runs are passed over; the last that is not does not
+/// end. Where all are empty the last row tells the value.
 template <class Entry, std::uint32_t Entry::*Value>
 class RunCursor {
 public:
