@@ -7,29 +7,32 @@
 
 namespace Norvane::MediaKit::Filters {
 
-bool AsyncReaderByteStream::Available(LONGLONG& available) {
-    LONGLONG total = 0;
-    available = 0;
-    const HRESULT hr = m_reader->Length(&total, &available);
+bool AsyncReaderByteStream::Lengths(std::uint64_t& total, std::uint64_t& available) {
+    LONGLONG all = 0;
+    LONGLONG now = 0;
+    const HRESULT hr = m_reader->Length(&all, &now);
+    if (hr < 0) m_knownSize = std::numeric_limits<std::uint64_t>::max();
     QZCheckCondition((((HRESULT)(hr)) >= 0), false);
-    available = std::max<LONGLONG>(available, 0);
+    total = static_cast<std::uint64_t>(std::max<LONGLONG>(all, 0));
+    available = static_cast<std::uint64_t>(std::max<LONGLONG>(now, 0));
     return true;
 }
 
-/// A reader that does not tell its length is trusted.
+/// A reader that does not tell its length is trusted, and is asked once.
 bool AsyncReaderByteStream::Reaches(std::uint64_t end) {
     if (end <= m_knownSize) return true;
-    LONGLONG available = 0;
-    if (!Available(available)) return true;
-    m_knownSize = static_cast<std::uint64_t>(available);
-    return end <= m_knownSize;
+    std::uint64_t total = 0;
+    return !Lengths(total, m_knownSize) || end <= m_knownSize;
 }
 
 std::uint64_t AsyncReaderByteStream::size() {
-    LONGLONG available = 0;
-    if (!m_reader || !Available(available)) return 0;
-    m_knownSize = static_cast<std::uint64_t>(available);
-    return m_knownSize;
+    std::uint64_t total = 0;
+    return m_reader && Lengths(total, m_knownSize) ? m_knownSize : 0;
+}
+
+std::uint64_t AsyncReaderByteStream::WholeSize() {
+    std::uint64_t total = 0;
+    return m_reader && Lengths(total, m_knownSize) ? std::max(total, m_knownSize) : 0;
 }
 
 bool AsyncReaderByteStream::skip(std::int64_t delta) {
@@ -48,6 +51,7 @@ bool AsyncReaderByteStream::read(void* buffer, std::uint32_t count) {
         return false;
     const HRESULT hr =
         m_reader->SyncRead(static_cast<LONGLONG>(m_position), static_cast<LONG>(count), static_cast<BYTE*>(buffer));
+    m_lastResult = hr;
     QZCheckCondition((((HRESULT)(hr)) >= 0), false);
     if (!Reaches(m_position + count)) return false;
     m_position += count;

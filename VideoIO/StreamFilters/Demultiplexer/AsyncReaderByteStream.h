@@ -11,15 +11,20 @@ namespace Norvane::MediaKit::Filters {
 /// the reader. Failed calls of the reader are logged. Used by one thread at a time; after close() every read fails.
 class AsyncReaderByteStream : public vio::byte_stream {
 public:
-    /// `knownSize`: what an earlier stream over the reader has found there, so that this one need not ask.
+    /// `knownSize`: what an earlier stream over the reader has found there, so that this one need not ask. The highest
+    /// number: the reader does not tell.
     explicit AsyncReaderByteStream(IAsyncReader* reader, std::uint64_t knownSize = 0)
         : m_reader(reader), m_knownSize(knownSize) {}
 
     std::uint64_t KnownSize() const { return m_knownSize; }
+    /// What the reader answered to the last read, S_OK before the first.
+    HRESULT LastResult() const { return m_lastResult; }
 
     void close() override { m_reader.reset(); }
     /// What can be read now; a growing source may answer more later.
     std::uint64_t size() override;
+    /// What can be read when a reader that is still loading has come to its end. 0 when it does not tell.
+    std::uint64_t WholeSize();
     std::uint64_t tell() override { return m_position; }
     bool skip(std::int64_t delta) override;
     bool seek(std::uint64_t position) override;
@@ -31,11 +36,12 @@ public:
     void move(std::uint64_t, std::uint64_t, std::uint64_t) override {}
 
 private:
-    bool Available(LONGLONG& available);
+    bool Lengths(std::uint64_t& total, std::uint64_t& available);
     bool Reaches(std::uint64_t end);
 
     ComPtr<IAsyncReader> m_reader;
     std::uint64_t m_position = 0;
+    HRESULT m_lastResult = S_OK;
     std::uint64_t m_knownSize;  ///< asked again only for what lies behind it
 };
 

@@ -57,9 +57,12 @@ TEST_F(AsyncReaderByteStreamTest, FollowsASourceThatGrows) {
     BYTE buffer[12] = {};
     Reader().set_pending(2);
     EXPECT_EQ(m_stream.size(), 10u);  // what is available, not what is to come
+    EXPECT_EQ(m_stream.WholeSize(), 12u);
     EXPECT_FALSE(m_stream.read(buffer, 12));
     Reader().append({10, 11});
+    Reader().set_pending(-12);
     EXPECT_EQ(m_stream.size(), 12u);
+    EXPECT_EQ(m_stream.WholeSize(), 12u);  // a reader that does not know the total
     EXPECT_TRUE(m_stream.read(buffer, 12));
     EXPECT_EQ(buffer[11], 11);
 }
@@ -72,15 +75,29 @@ TEST_F(AsyncReaderByteStreamTest, AsksForTheLengthOnlyWhenItMustKnow) {
 
 TEST_F(AsyncReaderByteStreamTest, ReportsFailedCalls) {
     const log_capture log;
-    BYTE buffer[1] = {};
-    Reader().fail_read(1, E_FAIL);
+    BYTE buffer[2] = {};
+    EXPECT_EQ(m_stream.LastResult(), S_OK);
+    Reader().fail_read(1, E_ABORT);
     EXPECT_FALSE(m_stream.read(buffer, 1));
+    EXPECT_EQ(m_stream.LastResult(), E_ABORT);
     EXPECT_EQ(m_stream.tell(), 0u);
     EXPECT_EQ(log.count(1, L"(((HRESULT)(hr)) >= 0)"), 1u);
     Reader().set_length_result(E_NOTIMPL);
     EXPECT_EQ(m_stream.size(), 0u);
-    EXPECT_EQ(log.count(1, L"(((HRESULT)(hr)) >= 0)"), 2u);
-    EXPECT_TRUE(m_stream.read(buffer, 1));  // a reader that does not tell its length is trusted
+    EXPECT_EQ(m_stream.WholeSize(), 0u);
+    EXPECT_EQ(log.count(1, L"(((HRESULT)(hr)) >= 0)"), 3u);
+    // A reader that does not tell its length is trusted, and need not say so again.
+    AsyncReaderByteStream untold(m_reader);
+    EXPECT_TRUE(untold.read(buffer, 1));
+    EXPECT_EQ(untold.LastResult(), S_OK);
+    AsyncReaderByteStream next(m_reader, untold.KnownSize());
+    EXPECT_TRUE(next.read(buffer, 1));
+    EXPECT_EQ(log.count(1, L"(((HRESULT)(hr)) >= 0)"), 4u);
+    // One that does tell after all is believed.
+    Reader().set_length_result(S_OK);
+    EXPECT_EQ(next.size(), 10u);
+    EXPECT_TRUE(next.seek(9));
+    EXPECT_FALSE(next.read(buffer, 2));
 }
 
 TEST_F(AsyncReaderByteStreamTest, NeverWritesAndGivesUpItsReader) {

@@ -92,7 +92,8 @@ void MP4MediaDemuxFilter::FindMovieHeader() {
 }
 
 HRESULT MP4MediaDemuxFilter::CheckMovie() {
-    details::ReadingBudget budget(m_stream->size());
+    const std::uint64_t fileSize = m_stream->WholeSize();
+    details::ReadingBudget budget(fileSize, details::BoxBytes(*m_parser, fileSize));
     const auto createOutputPin = [&](const details::TrackBoxes& track, REFERENCE_TIME& duration)
                                      REQUIRES(m_connectionLock) { return CreateOutputPin(track, budget, duration); };
     const HRESULT hr = details::mp4_check(*m_parser, m_policy, createOutputPin, m_facts);
@@ -140,13 +141,18 @@ bool MP4MediaDemuxFilter::IsStreamingOptimized() {
 
 HRESULT MP4MediaDemuxFilter::GetNearestSyncPoint(REFERENCE_TIME time, int frames, REFERENCE_TIME* result) {
     QZCheckCondition(result != nullptr, E_POINTER);
+    MP4MediaDemuxOutputPin* const pin = FirstConnectedVideoPin();
+    return pin != nullptr ? pin->GetNearestSyncPoint(time, frames, result) : E_FAIL;
+}
+
+MP4MediaDemuxOutputPin* MP4MediaDemuxFilter::FirstConnectedVideoPin() {
+    CAutoLock lock(&m_cStateLock);
     const int count = OutputPinCount();
     for (int i = 0; i < count; ++i) {
         MP4MediaDemuxOutputPin* const pin = OutputPin(i);
-        if (pin != nullptr && pin->IsConnected() && pin->IsVideo())
-            return pin->GetNearestSyncPoint(time, frames, result);
+        if (pin->IsConnected() && pin->IsVideo()) return pin;
     }
-    return E_FAIL;
+    return nullptr;
 }
 
 HRESULT MP4MediaDemuxFilter::SetPolicy(bool details::ReadingPolicy::*choice, BOOL value) {

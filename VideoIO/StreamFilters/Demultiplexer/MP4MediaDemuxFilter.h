@@ -72,6 +72,8 @@ protected:
     std::size_t StreamCount() const override REQUIRES(m_cStateLock) { return m_wholePins; }
 
 private:
+    /// Null when there is none. Pins live as long as the filter.
+    MP4MediaDemuxOutputPin* FirstConnectedVideoPin();
     HRESULT SetPolicy(bool details::ReadingPolicy::*choice, BOOL value);
     HRESULT Open(IAsyncReader* reader) REQUIRES(m_connectionLock);
     HRESULT CheckMovie() REQUIRES(m_connectionLock);

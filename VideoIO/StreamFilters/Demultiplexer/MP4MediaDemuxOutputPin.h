@@ -132,7 +132,7 @@ private:
     HRESULT PlaySamples(Command& command);
     HRESULT EndBrokenStream(HRESULT failure);
     HRESULT ReadSample(const details::SampleRecord& record, IMediaSample& sample);
-    HRESULT StampSample(const details::SampleRecord& record, IMediaSample& sample);
+    void StampSample(const details::SampleRecord& record, IMediaSample& sample);
 
     /// Whether a change of position, rate or format that is asked of this pin moves anything: of all connected pins the
     /// video pins count, or the first audio pin when there is none.

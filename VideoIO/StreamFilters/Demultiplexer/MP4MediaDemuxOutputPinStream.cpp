@@ -8,9 +8,22 @@
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTime.h"
 #include "VideoIO/StreamFilters/Demultiplexer/Turn.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace Norvane::MediaKit::Filters {
+
+namespace {
+
+/// Up to the end of the file; what begins behind it stays as it is, to fail.
+std::uint32_t SizeInFile(const details::SampleRecord& record, AsyncReaderByteStream& stream) {
+    if (record.offset + record.size <= stream.KnownSize()) return record.size;
+    const std::uint64_t fileSize = stream.WholeSize();
+    if (record.offset >= fileSize) return record.size;
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(record.size, fileSize - record.offset));
+}
+
+}  // namespace
 
 HRESULT MP4MediaDemuxOutputPin::Active() {
     CAutoLock lock(m_demux->pStateLock());
@@ -102,31 +115,33 @@ HRESULT MP4MediaDemuxOutputPin::EndBrokenStream(HRESULT failure) {
 HRESULT MP4MediaDemuxOutputPin::FillBuffer(IMediaSample* pSample) {
     if (track_.position >= track_.index_.size()) return S_FALSE;
     const details::SampleRecord& record = track_.index_[track_.position];
-    HRESULT hr = ReadSample(record, *pSample);
-    if (SUCCEEDED(hr)) hr = StampSample(record, *pSample);
-    if (FAILED(hr)) return hr;
+    if (const HRESULT hr = ReadSample(record, *pSample); FAILED(hr)) return hr;
+    StampSample(record, *pSample);
     ++track_.position;
     return S_OK;
 }
 
 /// The request travels to the handler in the sample: its times are byte positions here.
 HRESULT MP4MediaDemuxOutputPin::ReadSample(const details::SampleRecord& record, IMediaSample& sample) {
-    REFERENCE_TIME begin = static_cast<REFERENCE_TIME>(record.offset);
-    QZCheckCondition(begin <= std::numeric_limits<REFERENCE_TIME>::max() - record.size, E_FAIL);
-    QZCheckCondition(record.size <= std::numeric_limits<LONG>::max(), VFW_E_BUFFER_OVERFLOW);
-    REFERENCE_TIME end = begin + record.size;
-    QZCheckHRESULT(sample.SetTime(&begin, &end));
-    QZCheckHRESULT(sample.SetActualDataLength(static_cast<LONG>(record.size)));
-
     IAsyncReader* const reader = m_demux->Reader();
     QZCheckCondition(reader != nullptr, E_UNEXPECTED);
     AsyncReaderByteStream stream(reader, m_knownFileSize);
+    REFERENCE_TIME begin = static_cast<REFERENCE_TIME>(record.offset);
+    const std::uint32_t size = track_.grouped ? SizeInFile(record, stream) : record.size;
+    QZCheckCondition(begin <= std::numeric_limits<REFERENCE_TIME>::max() - size, E_FAIL);
+    QZCheckCondition(size <= std::numeric_limits<LONG>::max(), VFW_E_BUFFER_OVERFLOW);
+    REFERENCE_TIME end = begin + size;
+    QZCheckHRESULT(sample.SetTime(&begin, &end));
+    QZCheckHRESULT(sample.SetActualDataLength(static_cast<LONG>(size)));
+
     const HRESULT hr = m_media.handler->read(sample, stream);
     m_knownFileSize = stream.KnownSize();
-    return hr;
+    // What the reader says of its failure tells more than the stream's false.
+    return FAILED(hr) && FAILED(stream.LastResult()) ? stream.LastResult() : hr;
 }
 
-HRESULT MP4MediaDemuxOutputPin::StampSample(const details::SampleRecord& record, IMediaSample& sample) {
+/// What a sample of somebody else's allocator does not take is logged; its data go on.
+void MP4MediaDemuxOutputPin::StampSample(const details::SampleRecord& record, IMediaSample& sample) {
     const details::MediaTypeOverrides overrides = Overrides();
     const auto timeOf = [&](std::int64_t ticks) { return details::ToReferenceTime(ticks, track_.timescale()); };
     const auto inSegment = [&](std::int64_t ticks) {
@@ -135,13 +150,13 @@ HRESULT MP4MediaDemuxOutputPin::StampSample(const details::SampleRecord& record,
 
     LONGLONG mediaStart = timeOf(record.dts);
     LONGLONG mediaStop = timeOf(details::WrappingAdd(record.dts, record.duration));
-    QZCheckHRESULT(sample.SetMediaTime(&mediaStart, &mediaStop));
+    QZLogHRESULT(sample.SetMediaTime(&mediaStart, &mediaStop));
     REFERENCE_TIME start = inSegment(record.cts);
     REFERENCE_TIME stop = inSegment(details::WrappingAdd(record.cts, record.duration));
-    QZCheckHRESULT(sample.SetTime(&start, &stop));
-    QZCheckHRESULT(sample.SetSyncPoint(record.sync != 0 ? TRUE : FALSE));
+    QZLogHRESULT(sample.SetTime(&start, &stop));
+    QZLogHRESULT(sample.SetSyncPoint(record.sync != 0 ? TRUE : FALSE));
     // What ends before the segment is there to be decoded, not shown.
-    QZCheckHRESULT(sample.SetPreroll(stop < 1 ? TRUE : FALSE));
+    QZLogHRESULT(sample.SetPreroll(stop < 1 ? TRUE : FALSE));
 
     if (m_firstSample) {
         void* marker = nullptr;
@@ -152,7 +167,6 @@ HRESULT MP4MediaDemuxOutputPin::StampSample(const details::SampleRecord& record,
         }
         m_firstSample = false;
     }
-    return S_OK;
 }
 
 }  // namespace Norvane::MediaKit::Filters
