@@ -30,8 +30,8 @@ constexpr Container kContainers[] = {
     {fourcc("sinf")}, {fourcc("stbl")}, {fourcc("strd")},
     {fourcc("strk")}, {fourcc("stsd"), 8, BoxPlace::Entry},
     {fourcc("tapt")}, {fourcc("traf")}, {fourcc("trak")},
-    {fourcc("tref")}, {fourcc("trgr")}, {fourcc("udta")},
-    {fourcc("wave")},
+    {fourcc("tmcd")}, {fourcc("tref"), 0, BoxPlace::TrackReference},
+    {fourcc("trgr")}, {fourcc("udta")}, {fourcc("wave")},
 };
 
 constexpr std::uint32_t kVisualEntries[] = {
@@ -60,6 +60,7 @@ bool Contains(const std::uint32_t (&types)[N], std::uint32_t type) {
 
 BoxInside InsideOf(std::uint32_t type, BoxPlace place) {
     if (place == BoxPlace::MetadataItem) return {.holdsBoxes = true};
+    if (place == BoxPlace::TrackReference) return {};
     const auto found = std::find_if(std::begin(kContainers), std::end(kContainers),
                                     [type](const Container& container) { return container.type == type; });
     if (found == std::end(kContainers)) return {};

@@ -10,6 +10,7 @@ enum class BoxPlace {
     Plain,         ///< anywhere else
     Entry,         ///< right in `stsd`: a sample entry
     InsideEntry,   ///< in a sample entry or deeper
+    TrackReference,  ///< right in `tref`: the tracks it names, whatever its type
     MetadataItem,  ///< right in `ilst`: an item of any name that holds boxes
 };
 

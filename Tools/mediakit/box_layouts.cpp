@@ -19,6 +19,7 @@ enum class Kind {
     Number16,
     Number32,
     Number64,
+    TopBit,      ///< of a byte
     Time,        ///< 32 bits, from version 1 on 64
     Fourcc,
     Language,
@@ -46,9 +47,6 @@ struct Layout {
 
 // ISO/IEC 14496-12 unless it says otherwise.
 constexpr Layout kLayouts[] = {
-    {fourcc("colr"), false, kEveryVersion, {{"colour_type", Kind::Fourcc}, {"colour_primaries", Kind::Number16},
-                                            {"transfer_characteristics", Kind::Number16},
-                                            {"matrix_coefficients", Kind::Number16}}},
     {fourcc("data"), false, kEveryVersion, {{"value_type", Kind::Number32}, {"locale", Kind::Number32},
                                             {"value", Kind::Rest}}},  // QuickTime
     {fourcc("emsg"), true, 0, {{"scheme_id_uri", Kind::String}, {"value", Kind::String}, {"timescale", Kind::Number32},
@@ -71,17 +69,27 @@ constexpr Layout kLayouts[] = {
     {fourcc("schm"), true, kEveryVersion, {{"scheme_type", Kind::Fourcc}, {"scheme_version", Kind::Number32},
                                            {"scheme_uri", Kind::String}}},
     {fourcc("stsd"), true, kEveryVersion, {{"entry_count", Kind::Number32}}},
+    {fourcc("tcmi"), true, kEveryVersion, {{"text_font", Kind::Number16}, {"text_face", Kind::Number16},
+                                           {"text_size", Kind::Number16}, {"rest", Kind::Rest}}},  // QuickTime
     {fourcc("tfra"), true, kEveryVersion, {{"track_ID", Kind::Number32}, {"length_sizes", Kind::Number32},
                                            {"number_of_entry", Kind::Number32}, {"entries", Kind::Rest}}},
     {fourcc("url "), true, kEveryVersion, {{"location", Kind::String}}},
     {fourcc("urn "), true, kEveryVersion, {{"name", Kind::String}, {"location", Kind::String}}},
-    // Track references: the tracks that they name.
-    {fourcc("cdsc"), false, kEveryVersion, {{"track_IDs", Kind::Words}}},
-    {fourcc("chap"), false, kEveryVersion, {{"track_IDs", Kind::Words}}},
-    {fourcc("hint"), false, kEveryVersion, {{"track_IDs", Kind::Words}}},
-    {fourcc("sync"), false, kEveryVersion, {{"track_IDs", Kind::Words}}},
-    {fourcc("tmcd"), false, kEveryVersion, {{"track_IDs", Kind::Words}}},
 };
+
+/// A track reference of any type: the tracks that it names.
+constexpr Layout kTrackReference = {0, false, kEveryVersion, {{"track_IDs", Kind::Words}}};
+
+/// `colr` by its first field; anything else is a profile of the ICC or unknown. `nclc` is QuickTime's.
+constexpr Layout kColourNclc = {fourcc("nclc"), false, kEveryVersion,
+                                {{"colour_type", Kind::Fourcc}, {"colour_primaries", Kind::Number16},
+                                 {"transfer_characteristics", Kind::Number16},
+                                 {"matrix_coefficients", Kind::Number16}}};
+constexpr Layout kColourNclx = {fourcc("nclx"), false, kEveryVersion,
+                                {{"colour_type", Kind::Fourcc}, {"colour_primaries", Kind::Number16},
+                                 {"transfer_characteristics", Kind::Number16}, {"matrix_coefficients", Kind::Number16},
+                                 {"full_range_flag", Kind::TopBit}}};
+constexpr Layout kColourProfile = {0, false, kEveryVersion, {{"colour_type", Kind::Fourcc}, {"profile", Kind::Rest}}};
 
 /// A text item of QuickTime's user data: its code begins with the copyright sign.
 constexpr Layout kUserText = {0, false, kEveryVersion,
@@ -131,6 +139,7 @@ private:
             case Kind::Number16: return TellNumber<std::uint16_t>(field.name);
             case Kind::Number32: return TellNumber<std::uint32_t>(field.name);
             case Kind::Number64: return TellNumber<std::uint64_t>(field.name);
+            case Kind::TopBit: return TellTopBit(field.name);
             case Kind::Time:
                 return m_version == 0 ? TellNumber<std::uint32_t>(field.name) : TellNumber<std::uint64_t>(field.name);
             case Kind::Fourcc: return TellText<std::uint32_t>(field.name, FourccText);
@@ -154,6 +163,13 @@ private:
         Number value = 0;
         if (!m_reader.read_number(value)) return false;
         m_sink.Number(name, value);
+        return true;
+    }
+
+    bool TellTopBit(const char* name) {
+        std::uint8_t value = 0;
+        if (!m_reader.read_number(value)) return false;
+        m_sink.Number(name, value >> 7);
         return true;
     }
 
@@ -206,6 +222,11 @@ private:
     std::uint32_t m_version = 0;
 };
 
+const Layout& ColourLayout(std::uint32_t type) {
+    if (type == kColourNclx.type) return kColourNclx;
+    return type == kColourNclc.type ? kColourNclc : kColourProfile;
+}
+
 bool IsUserText(const BoxHeader& box) {
     return box.type >> 24 == 0xA9 && !box.inside.holdsBoxes && box.end - box.Payload() >= 4;
 }
@@ -215,6 +236,8 @@ bool IsUserText(const BoxHeader& box) {
 bool TellByLayout(vio::byte_stream& file, const BoxHeader& box, FieldSink& sink) {
     LayoutReader reader(file, box, sink);
     if (IsUserText(box)) return reader.Tell(kUserText), true;
+    if (box.place == BoxPlace::TrackReference) return reader.Tell(kTrackReference), true;
+    if (box.type == fourcc("colr")) return reader.Tell(ColourLayout(reader.Peek())), true;
     const auto fits = [&](const Layout& layout) {
         if (layout.type != box.type) return false;
         return layout.version == kEveryVersion || static_cast<std::uint32_t>(layout.version) == reader.Peek() >> 24;

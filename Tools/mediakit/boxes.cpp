@@ -5,8 +5,10 @@
 
 #include "Tools/mediakit/box_writers.h"
 #include "Tools/mediakit/file_byte_stream.h"
+#include "Tools/mediakit/input_file.h"
 #include "Tools/mediakit/log_watch.h"
 #include "Tools/mediakit/messages.h"
+#include "Tools/mediakit/standard_output.h"
 #include "Tools/mediakit/system_error.h"
 
 namespace mediakit_tool {
@@ -40,6 +42,8 @@ int Boxes(const BoxesOptions& options) {
         messages.Error(text);
         return 1;
     };
+    const std::string objection = InputObjection(options.file);
+    if (!objection.empty()) return fail(options.file + ": " + objection);
     FileByteStream file;
     const DWORD error = file.Open(options.file);
     if (error != NO_ERROR) return fail(options.file + ": cannot be opened: " + SystemErrorText(error));
@@ -56,8 +60,8 @@ int Boxes(const BoxesOptions& options) {
         BoxWalk(file, writer, levels).Run();
         boxes = writer.Boxes();
     }
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) return fail("standard output cannot be written");
-    return boxes > 0 ? 0 : fail(options.file + ": has no boxes" + (file.size() == 0 ? ": it is empty" : ""));
+    if (!FlushStandardOutput(messages)) return 1;
+    return boxes > 0 ? 0 : fail(options.file + ": has no boxes");
 }
 
 }  // namespace mediakit_tool

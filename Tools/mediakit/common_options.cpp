@@ -1,6 +1,7 @@
 #include "Tools/mediakit/common_options.h"
 
 #include <CLI/CLI.hpp>
+#include <limits>
 #include <map>
 
 namespace mediakit_tool {
@@ -22,11 +23,31 @@ void AddProgressOption(CLI::App& verb, CommonOptions& options) {
         ->type_name("auto|always|never");
 }
 
+CLI::Option* AddOutputOption(CLI::App& verb, std::string& output, const std::string& text, const std::string& type) {
+    const auto objection = [](const std::string& name) { return name.empty() ? "the name is empty" : std::string(); };
+    return verb.add_option("-o,--output", output, text)->required()->type_name(type)->check(objection);
+}
+
+void AddMovieOutputOption(CLI::App& verb, std::string& output) {
+    AddOutputOption(verb, output, "The MP4 file to write", "OUT.mp4")->check([](const std::string& name) {
+        return name == "-" ? "the output must be a file, not a pipe" : std::string();
+    });
+}
+
 void AddFileOptions(CLI::App& verb, FileOptions& options, const std::string& json) {
     verb.add_option("FILE", options.file, "The MP4 file to read")->required()->type_name("");
     verb.add_flag("--strict", options.strict,
-                  "Read as the filters do by themselves, without the allowances for files of other writers");
+                  "Read as the filters do by themselves: no avc3, boxes of segments, empty\n"
+                  "edits, times and order of data in fragments, sizes of PCM by its entry,\n"
+                  "sync samples without a table; a broken part or a video track of an\n"
+                  "unknown kind refuses the file");
     AddCommonOptions(verb, options, json);
+}
+
+void AddPinOption(CLI::App& verb, std::optional<int>& pin, const std::string& help) {
+    verb.add_option("--pin", pin, help)
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()).description(""))
+        ->type_name("N");
 }
 
 }  // namespace mediakit_tool

@@ -1,10 +1,12 @@
 // Options that every verb has.
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace CLI {
 class App;
+class Option;
 }
 
 namespace mediakit_tool {
@@ -23,6 +25,11 @@ void AddCommonOptions(CLI::App& verb, CommonOptions& options, const std::string&
 /// Adds --progress, for verbs that take long.
 void AddProgressOption(CLI::App& verb, CommonOptions& options);
 
+/// Adds the option that names what is written; it may not be empty.
+CLI::Option* AddOutputOption(CLI::App& verb, std::string& output, const std::string& text, const std::string& type);
+/// The same for an MP4 file, which is written at several places: standard output cannot be one.
+void AddMovieOutputOption(CLI::App& verb, std::string& output);
+
 /// A verb that reads an MP4 file.
 struct FileOptions : CommonOptions {
     std::string file;
@@ -31,5 +38,8 @@ struct FileOptions : CommonOptions {
 
 /// Adds the positional FILE and --strict, and what AddCommonOptions adds.
 void AddFileOptions(CLI::App& verb, FileOptions& options, const std::string& json);
+
+/// Adds --pin, the number of an output pin from 0.
+void AddPinOption(CLI::App& verb, std::optional<int>& pin, const std::string& help);
 
 }  // namespace mediakit_tool

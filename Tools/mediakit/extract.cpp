@@ -14,6 +14,7 @@
 #include "Tools/mediakit/playback_graph.h"
 #include "Tools/mediakit/progress.h"
 #include "Tools/mediakit/recording_summary.h"
+#include "Tools/mediakit/standard_output.h"
 #include "Tools/mediakit/system_error.h"
 #include "Tools/mediakit/track_consumer.h"
 
@@ -79,6 +80,7 @@ int Extractor::Run() {
     } catch (const std::exception& failure) {
         Fail(failure.what());
     }
+    m_graph.Stop();  // what failed may have left it running
     return Report();
 }
 
@@ -104,11 +106,10 @@ bool Extractor::Prepare() {
 bool Extractor::FindStream() {
     const auto& streams = m_graph.Streams();
     if (streams.empty()) return Fail(m_options.file + ": " + m_graph.NoStreamsText());
-    if (m_options.pin && *m_options.pin >= streams.size())
-        return Fail(m_options.file + ": there is no pin " + std::to_string(*m_options.pin) + "; the last one is " +
-                    std::to_string(streams.size() - 1));
+    const std::optional<std::size_t> pin = m_options.pin;
+    if (pin && *pin >= streams.size()) return Fail(m_options.file + ": " + m_graph.NoPinText(*pin));
     const auto video = std::ranges::find_if(streams, &Stream::IsVideo);
-    m_stream = m_options.pin ? &streams[*m_options.pin] : video != streams.end() ? &*video : &streams.front();
+    m_stream = pin ? &streams[*pin] : video != streams.end() ? &*video : &streams.front();
     return true;
 }
 
@@ -157,7 +158,8 @@ std::string Extractor::ToText() const {
     const char* const state = !m_error.empty() ? "incomplete; " : m_interrupted ? "interrupted; " : "";
     std::string text = state + std::string("extracted ") + OutputName() + "\n  " + m_stream->name + ", track " +
                        std::to_string(m_stream->track.trackId) + " (" + m_stream->Entry() + "): " + m_writer->Form() +
-                       ", " + std::to_string(m_consumer->Samples()) + " samples";
+                       ", " + std::to_string(m_consumer->Samples()) +
+                       (m_consumer->Samples() == 1 ? " sample" : " samples");
     if (m_consumer->Damaged() > 0) text += " (" + std::to_string(m_consumer->Damaged()) + " damaged)";
     return text + ", " + SizeText(m_output.Size()) + "\n";
 }
@@ -180,17 +182,20 @@ std::string Extractor::ToJson() const {
     json["size"] = m_output.Size();
     json["wall_time"] = Seconds();
     json["warnings"] = m_messages.Warnings();
-    // Names of files need not be valid UTF-8.
+    // Texts out of files need not be valid UTF-8.
     return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 
 int Extractor::Report() {
     if (!m_error.empty()) m_messages.Error(m_error);
+    bool printed = true;
     if (m_options.json)
-        std::fputs(ToJson().c_str(), stdout);
-    else if (m_extracted && !m_options.quiet)
-        std::fputs(ToText().c_str(), m_toFile ? stdout : stderr);
-    return m_error.empty() ? 0 : 1;
+        printed = Print(ToJson(), m_messages);
+    else if (m_extracted && !m_options.quiet && m_output.Size() > 0 && m_toFile)
+        printed = Print(ToText(), m_messages);
+    else if (m_extracted && !m_options.quiet && m_output.Size() > 0)
+        std::fputs(ToText().c_str(), stderr);  // standard output has the stream
+    return printed && m_error.empty() ? 0 : 1;
 }
 
 void CheckTogether(const ExtractOptions& options) {
@@ -205,11 +210,8 @@ CLI::App* AddExtractVerb(CLI::App& program, ExtractOptions& options) {
     verb->footer(kExtractFooter);
     AddProgressOption(*verb, options);
     AddFileOptions(*verb, options, "Print the summary as one JSON object");
-    verb->add_option("--pin", options.pin, "Number of the pin, from 0; without it the first video, else the first")
-        ->type_name("N");
-    verb->add_option("-o,--output", options.output, "The file to write, or - for standard output")
-        ->required()
-        ->type_name("OUT");
+    AddPinOption(*verb, options.pin, "Number of the pin, from 0; without it the first video, else the first");
+    AddOutputOption(*verb, options.output, "The file to write, or - for standard output", "OUT");
     verb->add_flag("--raw", options.raw, "Sample after sample, untouched");
     verb->add_flag("--force", options.force, "Replace an existing output");
     verb->final_callback([&options] { CheckTogether(options); });

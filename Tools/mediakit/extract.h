@@ -9,7 +9,7 @@
 namespace mediakit_tool {
 
 struct ExtractOptions : FileOptions {
-    std::optional<unsigned> pin;  ///< none: the first video stream, else the first
+    std::optional<int> pin;       ///< none: the first video stream, else the first
     std::string output;           ///< "-": standard output
     bool raw = false;
     bool force = false;

@@ -52,8 +52,8 @@ std::string StreamText(const StreamSummary& stream) {
     Add(text, stream.entry);
     Add(text, CodecText(stream.facts));
     Add(text, stream.facts.video ? VideoText(stream.facts) : AudioText(stream.facts));
-    Add(text, std::to_string(stream.track.sampleCount) + " samples (" + std::to_string(stream.track.syncSampleCount) +
-                  " sync)");
+    Add(text, std::to_string(stream.track.sampleCount) + (stream.track.sampleCount == 1 ? " sample (" : " samples (") +
+                  std::to_string(stream.track.syncSampleCount) + " sync)");
     Add(text, DurationText(stream.Duration()));
     Add(text, BitRateText(stream.BitRate()));
     return text + "\n";
@@ -173,7 +173,7 @@ std::string ToJson(const FileSummary& summary) {
     for (const FileTrack& track : summary.notPlayed)
         json["not_played"].push_back(
             {{"track_id", track.trackId}, {"handler", track.handler}, {"entry", track.entry}});
-    // Names of files need not be valid UTF-8.
+    // Texts out of files need not be valid UTF-8.
     return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

@@ -1,7 +1,6 @@
 #include "Tools/mediakit/info.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 #include <exception>
 #include <optional>
 
@@ -9,6 +8,7 @@
 #include "Tools/mediakit/file_summary.h"
 #include "Tools/mediakit/messages.h"
 #include "Tools/mediakit/playback_graph.h"
+#include "Tools/mediakit/standard_output.h"
 
 namespace mediakit_tool {
 
@@ -56,11 +56,12 @@ int Info(const InfoOptions& options) {
         summary.error = failure.what();
     }
     if (!summary.error.empty()) messages.Error(summary.file + ": " + summary.error);
+    bool printed = true;
     if (options.json)
-        std::fputs(ToJson(summary).c_str(), stdout);
+        printed = Print(ToJson(summary), messages);
     else if (summary.error.empty())
-        std::fputs(ToText(summary).c_str(), stdout);
-    return summary.error.empty() ? 0 : 1;
+        printed = Print(ToText(summary), messages);
+    return printed && summary.error.empty() ? 0 : 1;
 }
 
 }  // namespace mediakit_tool

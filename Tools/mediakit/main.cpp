@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Kernel/Text.h"
 #include "Tools/mediakit/boxes.h"
 #include "Tools/mediakit/extract.h"
 #include "Tools/mediakit/info.h"
@@ -54,6 +55,11 @@ void AddVerbs(Verbs& verbs) {
     verbs.Add(AddBoxesVerb, Boxes);
 }
 
+/// Names of files are UTF-8 throughout.
+bool IsValidUtf8(const char* text) {
+    return MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text, -1, nullptr, 0) != 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -69,6 +75,11 @@ int main(int argc, char** argv) {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return program.exit(error) == 0 ? 0 : kWrongUsage;
+    }
+    for (int i = 1; i < argc; ++i) {
+        if (IsValidUtf8(argv[i])) continue;
+        std::fprintf(stderr, "mediakit: %s: the name is not valid UTF-8\n", argv[i]);
+        return kFailed;
     }
     try {
         return verbs.RunChosen();

@@ -14,9 +14,9 @@
 #include "Platform/DirectShow/IMediaEventSink.h"
 #include "Platform/DirectShow/IMediaSeeking.h"
 #include "Platform/Graph/CFilterGraph.h"
-#include "Platform/Kernel/FileInfo.h"
 #include "Platform/Kernel/Text.h"
 #include "Tools/mediakit/file_byte_stream.h"
+#include "Tools/mediakit/input_file.h"
 #include "Tools/mediakit/system_error.h"
 #include "VideoIO/StreamFilters/Container/fourcc.h"
 
@@ -72,16 +72,6 @@ Stream Describe(const ComPtr<IPin>& pin, std::size_t number) {
     return stream;
 }
 
-/// What can be said of a path before any filter sees it; empty when it may be a file.
-std::string Objection(const std::string& path) {
-    FileInfo info;
-    const DWORD error = QueryFileInfo(path, &info);
-    if (error != NO_ERROR) return "cannot be opened: " + SystemErrorText(error);
-    if (info.is_directory) return "is a folder";
-    if (info.is_regular && info.size == 0) return "is empty";
-    return {};
-}
-
 void SwitchAllOn(IReadingPolicy& policy) {
     policy.SetReadAvc3AsAvc1(TRUE);
     policy.SetKnowSegmentBoxes(TRUE);
@@ -121,7 +111,7 @@ PlaybackGraph::~PlaybackGraph() {
 
 bool PlaybackGraph::Open(const std::string& path, const ReadingOptions& options) {
     m_path = path;
-    const std::string objection = Objection(path);
+    const std::string objection = InputObjection(path);
     if (!objection.empty()) return Fail(objection);
     if (!MakeFilters() || !Load(path) || !Connect(options)) return false;
     FindStreams();
@@ -183,6 +173,10 @@ std::string PlaybackGraph::NoStreamsText() const {
     return tracks.size() <= kMostTracksTold ? text : text + ", ...";
 }
 
+std::string PlaybackGraph::NoPinText(std::size_t number) const {
+    return "there is no pin " + std::to_string(number) + "; the last one is " + std::to_string(m_streams.size() - 1);
+}
+
 std::optional<REFERENCE_TIME> PlaybackGraph::Duration() const {
     if (m_streams.empty()) return std::nullopt;
     const auto seeking = m_streams.front().pin.query<IMediaSeeking>();
@@ -241,6 +235,7 @@ PlaybackGraph::Outcome PlaybackGraph::Wait(HANDLE interrupt, DWORD milliseconds)
 
 /// A pin that fails ends its stream before it says why.
 bool PlaybackGraph::Stop() {
+    if (!m_control) return m_failure.empty();
     Check(m_control->Stop(), "stopping");
     HandleEvents();
     return m_failure.empty();
@@ -263,9 +258,10 @@ bool PlaybackGraph::HandleEvents() {
     return well;
 }
 
-/// A pin has no words for a read that failed: the source has, when it was not just that the file ends there.
+/// A pin has no words for a read that failed: the source has, when it was not just that the file ends there. A sample
+/// that is larger than the file has no room in the pin's buffer.
 std::string PlaybackGraph::ReadFailure(HRESULT hr) const {
-    if (hr != E_FAIL) return ResultText(hr);
+    if (hr != E_FAIL && hr != VFW_E_BUFFER_OVERFLOW) return ResultText(hr);
     const std::string error = m_log.ReadError();
     return error.empty() ? "a sample is not in the file, which may be cut off" : error;
 }

@@ -56,6 +56,8 @@ public:
     std::vector<FileTrack> TracksNotPlayed() const;
     /// Why a file without streams cannot be played.
     std::string NoStreamsText() const;
+    /// Why a file with streams has none of that number.
+    std::string NoPinText(std::size_t number) const;
     /// Of the movie, 100 ns; nothing without streams.
     std::optional<REFERENCE_TIME> Duration() const;
 
@@ -73,7 +75,7 @@ public:
     /// Waits until all taps have had the end of their streams, a filter gave up, `interrupt` (null: none) is set, or
     /// the time is over.
     Outcome Wait(HANDLE interrupt, DWORD milliseconds);
-    /// No tap is called any more. False when something has failed since Run; see Failure.
+    /// No tap is called any more; nothing when it never ran. False when something has failed since Run; see Failure.
     bool Stop();
 
     /// "cannot be opened: no such file"; the first failure since Open or Run.

@@ -123,7 +123,7 @@ std::string ToJson(const RecordingSummary& summary) {
     json["tracks"] = nlohmann::ordered_json::array();
     for (const TrackSummary& track : summary.tracks) json["tracks"].push_back(TrackJson(track));
     json["warnings"] = summary.warnings;
-    // Names of files need not be valid UTF-8.
+    // Texts out of files need not be valid UTF-8.
     return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,7 @@
 #include "Tools/mediakit/playback_graph.h"
 #include "Tools/mediakit/progress.h"
 #include "Tools/mediakit/sample_list.h"
+#include "Tools/mediakit/standard_output.h"
 #include "Tools/mediakit/time_text.h"
 
 namespace mediakit_tool {
@@ -79,10 +81,11 @@ private:
     void ListFile();
     bool Choose();
     void ListPin(const Stream& stream);
-    bool Play(const Stream& stream, RowWriter& writer);
-    ProgressState State(const RowWriter& writer) const;
-    /// The first error is the one to tell.
+    bool Play(const Stream& stream);
+    ProgressState State() const;
+    /// Each pin may have one.
     bool Fail(const std::string& error);
+    std::string Errors() const;
 
     const SamplesOptions m_options;
     Messages m_messages;
@@ -91,12 +94,13 @@ private:
     TextOutput m_output{stdout};
     Progress m_progress;
     const std::unique_ptr<SampleList> m_list;
-    PlaybackGraph m_graph{m_log};
+    std::optional<RowWriter> m_writer;  ///< of the pin that is listed
+    PlaybackGraph m_graph{m_log};       // goes before what its threads use
     std::vector<const Stream*> m_chosen;
     std::uint64_t m_bytesInAll = 0;
     std::uint64_t m_bytesBefore = 0;  ///< of the pins that are done
     bool m_interrupted = false;
-    std::string m_error;
+    std::vector<std::string> m_errors;
     const Clock::time_point m_begin = Clock::now();
 };
 
@@ -105,12 +109,13 @@ int Lister::Run() {
     try {
         ListFile();
     } catch (const std::exception& failure) {
+        m_graph.Stop();  // it may be running, and add to the list
         Fail(failure.what());
     }
-    m_list->End(m_error);
-    if (!m_output.Flush()) Fail("standard output: cannot be written");
-    if (!m_error.empty()) m_messages.Error(m_error);
-    return m_error.empty() ? 0 : 1;
+    m_list->End(Errors());
+    if (!m_output.Flush()) Fail(kStandardOutputFailed);
+    for (const std::string& error : m_errors) m_messages.Error(error);
+    return m_errors.empty() ? 0 : 1;
 }
 
 void Lister::ListFile() {
@@ -130,11 +135,10 @@ void Lister::ListFile() {
 bool Lister::Choose() {
     const std::vector<Stream>& streams = m_graph.Streams();
     if (streams.empty()) return Fail(m_options.file + ": " + m_graph.NoStreamsText());
-    if (m_options.pin && *m_options.pin >= streams.size())
-        return Fail(m_options.file + ": there is no pin " + std::to_string(*m_options.pin) + "; the last one is " +
-                    std::to_string(streams.size() - 1));
+    const std::optional<std::size_t> pin = m_options.pin;
+    if (pin && *pin >= streams.size()) return Fail(m_options.file + ": " + m_graph.NoPinText(*pin));
     for (const Stream& stream : streams) {
-        if (m_options.pin && stream.number != *m_options.pin) continue;
+        if (pin && stream.number != *pin) continue;
         m_chosen.push_back(&stream);
         m_bytesInAll += stream.track.totalBytes;
     }
@@ -143,41 +147,46 @@ bool Lister::Choose() {
 
 /// A pin alone, so that its samples can be written as they come and none needs to be kept.
 void Lister::ListPin(const Stream& stream) {
-    RowWriter writer(*m_list, m_output, m_options.hash);
+    m_writer.emplace(*m_list, m_output, m_options.hash);
     m_list->BeginPin(stream);
-    if (!Play(stream, writer)) Fail(m_options.file + ": " + stream.name + ": " + m_graph.Failure());
+    if (!Play(stream)) Fail(m_options.file + ": " + stream.name + ": " + m_graph.Failure());
     m_list->EndPin();
     m_graph.DisconnectTaps();
     m_bytesBefore += stream.track.totalBytes;
 }
 
-bool Lister::Play(const Stream& stream, RowWriter& writer) {
-    if (!m_graph.ConnectTap(stream, writer)) return false;
+bool Lister::Play(const Stream& stream) {
+    if (!m_graph.ConnectTap(stream, *m_writer)) return false;
     if (m_options.start && !m_graph.Seek(*m_options.start)) return false;
     if (!m_graph.Run()) return false;
     PlaybackGraph::Outcome outcome;
     while ((outcome = m_graph.Wait(m_interrupt.Event(), kTick)) == PlaybackGraph::Outcome::TimedOut)
-        m_progress.Update(State(writer));
+        m_progress.Update(State());
     m_interrupted = outcome == PlaybackGraph::Outcome::Interrupted;
     return m_graph.Stop();
 }
 
-ProgressState Lister::State(const RowWriter& writer) const {
+ProgressState Lister::State() const {
     ProgressState state;
-    state.bytesRead = m_bytesBefore + writer.Bytes();
+    state.bytesRead = m_bytesBefore + m_writer->Bytes();
     state.bytesInAll = m_bytesInAll;
-    state.mediaTime = writer.Time();
+    state.mediaTime = m_writer->Time();
     state.wallSeconds = std::chrono::duration<double>(Clock::now() - m_begin).count();
     return state;
 }
 
 bool Lister::Fail(const std::string& error) {
-    if (m_error.empty()) m_error = error;
+    m_errors.push_back(error);
     return false;
 }
 
+std::string Lister::Errors() const {
+    std::string text;
+    for (const std::string& error : m_errors) text += (text.empty() ? "" : "; ") + error;
+    return text;
+}
+
 void ReadStart(SamplesOptions& options) {
-    if (options.from.empty()) return;
     options.start = ParseTime(options.from);
     if (!options.start)
         throw CLI::ValidationError("--from", "'" + options.from + "' is not a time such as 12.5 or 1:02:03.450");
@@ -190,12 +199,12 @@ CLI::App* AddSamplesVerb(CLI::App& program, SamplesOptions& options) {
     verb->footer(kSamplesFooter);
     AddProgressOption(*verb, options);
     AddFileOptions(*verb, options, "Print one JSON object");
-    verb->add_option("--pin", options.pin, "One pin alone; 0 is Output_0")
-        ->check(CLI::NonNegativeNumber.description(""))
-        ->type_name("N");
-    verb->add_option("--from", options.from, "Seek there first")->type_name("TIME");
+    AddPinOption(*verb, options.pin, "One pin alone; 0 is Output_0");
+    const CLI::Option* const from = verb->add_option("--from", options.from, "Seek there first")->type_name("TIME");
     verb->add_flag("--hash", options.hash, "With the CRC-32 of each sample's bytes");
-    verb->final_callback([&options] { ReadStart(options); });
+    verb->final_callback([&options, from] {
+        if (from->count() > 0) ReadStart(options);
+    });
     return verb;
 }
 

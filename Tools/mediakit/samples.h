@@ -9,7 +9,7 @@
 namespace mediakit_tool {
 
 struct SamplesOptions : FileOptions {
-    std::optional<std::size_t> pin;
+    std::optional<int> pin;
     std::string from;                     ///< as given, see start
     std::optional<REFERENCE_TIME> start;  ///< of --from
     bool hash = false;
