@@ -17,6 +17,8 @@ constexpr std::uint64_t kIndexBytes = 64 * 1024;
 constexpr std::uint64_t kMostInFlight = 12 * 1024 * 1024;
 /// Less is not worth going on for.
 constexpr std::uint64_t kLeastRead = 4096;
+/// Of the room, that is booked at once.
+constexpr std::uint64_t kBookedPart = 8;
 
 }  // namespace
 
@@ -38,11 +40,32 @@ DiskGuard::DiskGuard(std::string output, std::size_t inputs, std::function<std::
 
 std::size_t DiskGuard::Grant(std::size_t wanted) {
     if (!m_armed) return wanted;
-    const std::uint64_t room =
-        RoomForInput({FreeSpace(m_output), OutputSize(m_output), m_bytesRead, m_samples(), m_inputs});
+    const std::uint64_t room = Room();
     if (room >= wanted || room >= kLeastRead) return static_cast<std::size_t>(std::min<std::uint64_t>(wanted, room));
-    if (!m_full.exchange(true)) m_onFull();
+    NoteFull();
     return 0;
+}
+
+std::uint64_t DiskGuard::Book(std::uint64_t needed, std::uint64_t wanted) {
+    std::uint64_t booked = std::max(needed, wanted);
+    if (m_armed) {
+        const std::uint64_t room = Room();
+        booked = std::max(needed, std::min(wanted, room / kBookedPart));
+        if (booked > room) {
+            NoteFull();
+            return 0;
+        }
+    }
+    m_bytesRead += booked;
+    return booked;
+}
+
+std::uint64_t DiskGuard::Room() const {
+    return RoomForInput({FreeSpace(m_output), OutputSize(m_output), m_bytesRead, m_samples(), m_inputs});
+}
+
+void DiskGuard::NoteFull() {
+    if (!m_full.exchange(true)) m_onFull();
 }
 
 DWORD GuardedInput::Read(std::uint8_t* buffer, std::size_t size, std::size_t* read) {

@@ -36,9 +36,15 @@ public:
     /// How much of the wanted bytes may be read now, 0 when the disk is full.
     std::size_t Grant(std::size_t wanted);
     void Count(std::size_t read) { m_bytesRead += read; }
+    /// Grants and counts at once the bytes that are needed, and of those wanted beyond them no more than a part of the
+    /// room, so that one of several inputs does not take it from the others; 0 when the disk is full.
+    std::uint64_t Book(std::uint64_t needed, std::uint64_t wanted);
     bool Full() const { return m_full; }
 
 private:
+    std::uint64_t Room() const;
+    void NoteFull();
+
     const std::string m_output;
     const std::size_t m_inputs;
     const std::function<std::uint64_t()> m_samples;

@@ -45,5 +45,19 @@ TEST(DiskGuard, TellsOnceThatTheDiskIsFull) {
     EXPECT_EQ(full, 1);
 }
 
+TEST(DiskGuard, BooksWhatIsNeededAndAPartOfTheRoom) {
+    DiskGuard guard("out.mp4", 2, [] { return std::uint64_t{0}; }, [] {});
+    guard.Arm();
+    EXPECT_EQ(guard.Book(100, 70), 100u);
+    EXPECT_EQ(guard.Book(100, 700), 700u);
+    const std::uint64_t all = std::numeric_limits<std::uint64_t>::max();
+    const std::uint64_t much = guard.Book(0, all);
+    ASSERT_GT(much, 700u);
+    // What is booked and not written yet is not booked again, up to what may be on its way.
+    const std::uint64_t needed = much * 8 + 24 * kMiB;
+    EXPECT_EQ(guard.Book(needed * 2, all), 0u);
+    EXPECT_TRUE(guard.Full());
+}
+
 }  // namespace
 }  // namespace mediakit_tool

@@ -8,7 +8,9 @@
 #include <string_view>
 
 #include "Platform/Com/Results.h"
+#include "Platform/Kernel/File.h"
 #include "Platform/Kernel/FileInfo.h"
+#include "Platform/Kernel/Text.h"
 #include "Tools/mediakit/system_error.h"
 
 namespace mediakit_tool {
@@ -55,6 +57,13 @@ std::string OutputObjection(const RecordOptions& options) {
     std::vector<std::string> inputs;
     for (const InputOption& input : options.Inputs()) inputs.push_back(input.path);
     return OutputObjection(options.output, inputs, options.force);
+}
+
+std::string CreationObjection(const std::string& output) {
+    std::shared_ptr<File> file;
+    const FileOpenMode mode{FileAccess::Write, FileDeny::None, FileCreation::OpenAlways};
+    const DWORD error = File::Open(win32::ConvertFromUtf8(output).c_str(), mode, &file);
+    return error == NO_ERROR ? "" : "cannot be created: " + SystemErrorText(error);
 }
 
 std::uint64_t OutputSize(const std::string& path) {

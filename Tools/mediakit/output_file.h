@@ -13,6 +13,9 @@ namespace mediakit_tool {
 /// replaced, or can be no file. Empty when it may.
 std::string OutputObjection(const std::string& output, const std::vector<std::string>& inputs, bool force);
 std::string OutputObjection(const RecordOptions& options);
+/// Why the system does not let the output be written, found by opening it, which makes an empty file when there is
+/// none; empty when it does.
+std::string CreationObjection(const std::string& output);
 
 /// Size in bytes, 0 when there is no such file.
 std::uint64_t OutputSize(const std::string& path);

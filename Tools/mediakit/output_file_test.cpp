@@ -66,6 +66,15 @@ TEST_F(OutputFileTest, OnlyAnEmptyFileIsRemoved) {
     EXPECT_TRUE(fs::exists(Path("full.mp4")));
 }
 
+TEST_F(OutputFileTest, TellsWhyAnOutputCannotBeCreatedAndHarmsNone) {
+    fs::create_directory(Path("folder"));
+    Write("full.mp4", "x");
+    EXPECT_EQ(CreationObjection(Path("folder")), "cannot be created: permission denied");
+    EXPECT_EQ(CreationObjection(Path("full.mp4")), "");
+    EXPECT_EQ(fs::file_size(Path("full.mp4")), 1u);
+    EXPECT_EQ(CreationObjection(Path("new.mp4")), "");
+}
+
 TEST_F(OutputFileTest, AFinishedRecordingHasWholeBoxesAndAnIndex) {
     const std::string ftyp(
         "\0\0\0\x0C"

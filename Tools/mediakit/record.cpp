@@ -22,6 +22,7 @@
 #include "Tools/mediakit/progress.h"
 #include "Tools/mediakit/recording_graph.h"
 #include "Tools/mediakit/recording_summary.h"
+#include "Tools/mediakit/standard_output.h"
 #include "Tools/mediakit/system_error.h"
 
 namespace mediakit_tool {
@@ -168,8 +169,9 @@ bool Recorder::RecordAll() {
     if (!m_graph->Run()) {
         const std::string why = m_graph->Failure();
         m_graph.reset();
+        const std::string objection = CreationObjection(m_options.output);
         RemoveIfEmpty(m_options.output);
-        return Fail(m_options.output + ": " + why);
+        return Fail(m_options.output + ": " + (objection.empty() ? why : objection));
     }
     WatchUntilEnd();
     FinishReaders();
@@ -276,11 +278,12 @@ void Recorder::Summarize() {
 int Recorder::Report() {
     if (!m_summary.error.empty()) m_messages.Error(m_summary.error);
     m_summary.warnings = m_messages.Warnings();
+    bool printed = true;
     if (m_options.json)
-        std::fputs(ToJson(m_summary).c_str(), stdout);
+        printed = Print(ToJson(m_summary), m_messages);
     else if (m_recorded && !m_options.quiet && m_summary.fileSize > 0)
-        std::fputs(ToText(m_summary).c_str(), stdout);
-    return m_summary.error.empty() ? 0 : 1;
+        printed = Print(ToText(m_summary), m_messages);
+    return printed && m_summary.error.empty() ? 0 : 1;
 }
 
 }  // namespace

@@ -19,7 +19,6 @@ void CheckTogether(RecordOptions& options) {
     const auto fromStandardInput = [](const InputOption& input) { return input.path == "-"; };
     if (std::count_if(inputs.begin(), inputs.end(), fromStandardInput) > 1)
         throw CLI::ValidationError("-", "standard input can be read only once");
-    if (options.output == "-") throw CLI::ValidationError("--output", "the output must be a file, not a pipe");
     if (!options.fps.empty()) {
         options.rate = ParseFrameRate(options.fps);
         if (!options.rate)
@@ -42,7 +41,7 @@ std::vector<InputOption> RecordOptions::Inputs() const {
 CLI::App* AddRecordVerb(CLI::App& program, RecordOptions& options) {
     CLI::App* verb = program.add_subcommand("record", "Record elementary streams into an MP4 file");
     verb->footer(kRecordFooter);
-    verb->add_option("-o,--output", options.output, "The MP4 file to write")->required()->type_name("OUT.mp4");
+    AddMovieOutputOption(*verb, options.output);
     verb->add_option("--video", options.video, "H.264 or H.265 Annex B")->type_name("FILE");
     verb->add_option("--audio", options.audio, "AAC in ADTS; may be given several times")
         ->type_name("FILE")

@@ -14,6 +14,7 @@
 #include "Tools/mediakit/progress.h"
 #include "Tools/mediakit/remux_graph.h"
 #include "Tools/mediakit/remux_summary.h"
+#include "Tools/mediakit/standard_output.h"
 #include "Tools/mediakit/system_error.h"
 
 namespace mediakit_tool {
@@ -25,26 +26,30 @@ using Clock = std::chrono::steady_clock;
 constexpr DWORD kTick = 200;  // milliseconds between looks at the progress
 
 constexpr const char* kRemuxFooter =
-    "H.264, H.265 and AAC are copied with their times; H.265 gets its parameter sets in front of each sync\n"
-    "sample. A track of another kind is left out, and the summary says so. Ctrl-C ends the copy; the file\n"
-    "is finished.\n"
+    "H.264, H.265 and AAC are copied as they are and with their times; the first sample of H.265 gets the\n"
+    "parameter sets that it lacks. A track of another kind is left out, and the summary says so. Ctrl-C ends\n"
+    "the copy; the file is finished.\n"
     "Exit status: 0 done, 1 failed, 2 wrong usage.";
+
+/// "1 damaged sample"
+std::string SamplesText(std::uint64_t count, const char* kind = "") {
+    return std::to_string(count) + " " + kind + (count == 1 ? "sample" : "samples");
+}
 
 class Remuxer {
 public:
     explicit Remuxer(const RemuxOptions& options)
-        : m_options(options),
-          m_messages(options.quiet),
-          m_log(m_messages, options.logLevel),
-          m_disk(
-              options.output, 2, [this] { return Samples(); }, [] {}) {}
+        : m_options(options), m_messages(options.quiet), m_log(m_messages, options.logLevel) {}
 
     int Run();
 
 private:
+    bool CopyTracks();
     bool Prepare();
     bool Copy();
+    bool LeaveOutBlocking();
     void WatchUntilEnd();
+    void NoteBlocking();
     void CheckGraph();
     void CheckWriting();
     void Interrupt();
@@ -64,9 +69,11 @@ private:
     Messages m_messages;
     LogWatch m_log;
     InterruptWatch m_interrupt;
-    DiskGuard m_disk;
-    RemuxControl m_control{m_disk};
+    std::optional<DiskGuard> m_disk;
+    std::optional<RemuxControl> m_control;
+    RemuxGraph::Refusals m_refused;
     std::optional<RemuxGraph> m_graph;
+    std::vector<std::size_t> m_blocking;  ///< streams that the multiplexer would wait for in vain
     const Clock::time_point m_begin = Clock::now();
     RemuxSummary m_summary;
     bool m_copied = false;  ///< the graph ran
@@ -77,17 +84,32 @@ int Remuxer::Run() {
     m_summary.input = m_options.file;
     m_summary.output = m_options.output;
     try {
-        m_copied = Prepare() && Copy();
+        m_copied = CopyTracks();
     } catch (const std::exception& failure) {
         Fail(failure.what());
     }
     return Report();
 }
 
-bool Remuxer::Prepare() {
+bool Remuxer::CopyTracks() {
     const std::string objection = OutputObjection(m_options.output, {m_options.file}, m_options.force);
     if (!objection.empty()) return Fail(m_options.output + ": " + objection);
-    m_graph.emplace(m_log, m_control);
+    do {
+        if (!Prepare() || !Copy()) return false;
+    } while (LeaveOutBlocking());
+    if (m_control->diskFull)
+        Fail(m_options.output + ": byte " + std::to_string(OutputSize(m_options.output)) +
+             ": the disk is full; the copy ends where its index still fits");
+    Summarize();
+    return true;
+}
+
+bool Remuxer::Prepare() {
+    m_graph.reset();
+    m_control.reset();
+    m_disk.emplace(m_options.output, 2, [this] { return Samples(); }, [] {});
+    m_control.emplace(*m_disk);
+    m_graph.emplace(m_log, *m_control, m_refused);
     if (!m_graph->Open(m_options.file, {m_options.strict})) return Fail(m_options.file + ": " + m_graph->Failure());
     if (m_graph->Source().Streams().empty())
         return Fail(m_options.file + ": " + m_graph->Source().NoStreamsText());
@@ -105,51 +127,79 @@ bool Remuxer::NoTracks() {
 
 void Remuxer::DescribeTracks() {
     const auto origin = [](const Stream& stream) {
-        return TrackOrigin{stream.name, stream.track.trackId, stream.Entry(), FactsOf(stream)};
+        return TrackOrigin{.pin = stream.name,
+                           .trackId = stream.track.trackId,
+                           .entry = stream.Entry(),
+                           .facts = FactsOf(stream)};
     };
+    m_summary.tracks.clear();
+    m_summary.leftOut.clear();
     for (const auto& track : m_graph->Tracks()) m_summary.tracks.push_back({.origin = origin(*track.stream)});
     for (const auto& track : m_graph->TracksLeftOut())
         m_summary.leftOut.push_back({origin(*track.stream), track.reason});
+    for (const FileTrack& track : m_graph->Source().TracksNotPlayed())
+        m_summary.leftOut.push_back({{.trackId = track.trackId, .entry = track.entry, .handler = track.handler},
+                                     track.entry.empty() ? "it has no sample description"
+                                                         : "no reader for '" + track.entry + "'"});
 }
 
 bool Remuxer::Copy() {
     m_log.Arm();
-    m_disk.Arm();
+    m_disk->Arm();
     if (!m_graph->Source().Run()) {
-        Fail(m_options.output + ": " + m_graph->Failure());
+        const std::string why = m_graph->Failure();
         m_graph.reset();
+        const std::string objection = CreationObjection(m_options.output);
         RemoveIfEmpty(m_options.output);
-        return false;
+        return Fail(m_options.output + ": " + (objection.empty() ? why : objection));
     }
     WatchUntilEnd();
-    m_control.finish = true;
+    m_control->finish = true;
     if (!m_graph->Source().Stop()) Fail(m_options.file + ": " + m_graph->Failure());
     CheckGraph();
     CheckWriting();
-    if (m_control.diskFull)
-        Fail(m_options.output + ": byte " + std::to_string(OutputSize(m_options.output)) +
-             ": the disk is full; the copy ends where its index still fits");
-    Summarize();
+    return true;
+}
+
+/// Nothing has been written while the multiplexer waits for them: the others are copied from the start.
+bool Remuxer::LeaveOutBlocking() {
+    const bool others = m_blocking.size() < m_graph->Tracks().size();
+    if (m_blocking.empty() || !others || m_summary.interrupted || m_control->diskFull || m_log.Failed() ||
+        m_graph->Refused() != S_OK)
+        return false;
+    const char* const reason =
+        m_summary.error.empty() ? "none of its samples can be copied" : "its first sample cannot be read";
+    for (const std::size_t stream : m_blocking) m_refused.emplace(stream, reason);
+    m_blocking.clear();
+    m_giveUp = false;
     return true;
 }
 
 void Remuxer::WatchUntilEnd() {
     Progress progress(m_messages, m_options);
-    const HANDLE events[] = {m_control.changed, m_graph->Source().EventHandle(), m_interrupt.Event()};
+    const HANDLE events[] = {m_control->changed, m_graph->Source().EventHandle(), m_interrupt.Event()};
     while (!m_graph->AllEnded() && !m_giveUp) {
         const DWORD count = m_summary.interrupted ? 2 : 3;
         if (WaitForMultipleObjects(count, events, FALSE, kTick) == WAIT_OBJECT_0 + 2) Interrupt();
         CheckGraph();
         CheckWriting();
+        NoteBlocking();
         progress.Update(State());
     }
+    NoteBlocking();
     progress.End();
 }
 
-/// What one track cannot read ends that track: the others go on, unless they would wait for it.
+/// A track that ends when it is told to does not count.
+void Remuxer::NoteBlocking() {
+    if (m_control->finish || !m_blocking.empty()) return;
+    m_blocking = m_graph->Blocking();
+    m_giveUp = m_giveUp || !m_blocking.empty();
+}
+
+/// What one track cannot read ends that track: the others go on.
 void Remuxer::CheckGraph() {
     if (!m_graph->Source().HandleEvents()) Fail(m_options.file + ": " + m_graph->Failure());
-    if (m_graph->Blocked()) m_giveUp = true;
     const HRESULT hr = m_graph->Refused();
     if (hr != S_OK) GiveUp("the multiplexer takes no more samples: " + ResultText(hr));
 }
@@ -162,7 +212,7 @@ void Remuxer::CheckWriting() {
 
 void Remuxer::Interrupt() {
     m_summary.interrupted = true;
-    m_control.finish = true;
+    m_control->finish = true;
 }
 
 void Remuxer::GiveUp(const std::string& error) {
@@ -197,15 +247,13 @@ void Remuxer::Summarize() {
         track.samples = progress.samples;
         track.syncSamples = progress.syncSamples;
         track.end = progress.end;
-        if (progress.damaged > 0)
-            m_messages.Warning(m_options.file + ": " + track.origin.pin + ": " + std::to_string(progress.damaged) +
-                               " damaged samples; what could be read of them was copied");
+        const std::string name = m_options.file + ": " + track.origin.pin + ": ";
+        if (const std::uint64_t damaged = progress.damaged; damaged > 0)
+            m_messages.Warning(name + SamplesText(damaged, "damaged ") + "; what could be read was copied");
         const std::uint64_t all = m_graph->Tracks()[i].stream->track.sampleCount;
-        if (!m_summary.interrupted && m_summary.error.empty() && track.samples < all)
-            m_messages.Warning(m_options.file + ": " + track.origin.pin + ": " + std::to_string(all - track.samples) +
-                               " samples in front of the first sync sample were left out");
-        if (track.samples == 1)
-            m_messages.Warning(m_options.output + ": a track of one sample; not every player opens it");
+        const std::uint64_t seen = track.samples + progress.dropped;
+        if (!m_summary.interrupted && m_summary.error.empty() && seen < all)
+            m_messages.Warning(name + SamplesText(all - seen) + " in front of the first sync sample left out");
     }
     m_graph.reset();
     m_summary.wallSeconds = Seconds();
@@ -221,11 +269,12 @@ void Remuxer::Summarize() {
 int Remuxer::Report() {
     if (!m_summary.error.empty()) m_messages.Error(m_summary.error);
     m_summary.warnings = m_messages.Warnings();
+    bool printed = true;
     if (m_options.json)
-        std::fputs(ToJson(m_summary).c_str(), stdout);
+        printed = Print(ToJson(m_summary), m_messages);
     else if (m_copied && !m_options.quiet && m_summary.fileSize > 0)
-        std::fputs(ToText(m_summary).c_str(), stdout);
-    return m_summary.error.empty() ? 0 : 1;
+        printed = Print(ToText(m_summary), m_messages);
+    return printed && m_summary.error.empty() ? 0 : 1;
 }
 
 }  // namespace
@@ -235,7 +284,7 @@ CLI::App* AddRemuxVerb(CLI::App& program, RemuxOptions& options) {
     verb->footer(kRemuxFooter);
     AddProgressOption(*verb, options);
     AddFileOptions(*verb, options, "Print the summary as one JSON object");
-    verb->add_option("-o,--output", options.output, "The MP4 file to write")->required()->type_name("OUT.mp4");
+    AddMovieOutputOption(*verb, options.output);
     verb->add_flag("--faststart", options.faststart, "Put the index in front of the data");
     verb->add_flag("--force", options.force, "Replace an existing output");
     return verb;

@@ -10,8 +10,11 @@ namespace {
 // Of the host's own; nothing is registered under it.
 constexpr CLSID kRemuxFilter = make_guid("5B1C2F90-63A4-4E17-8D0B-C94E7F3A2161");
 
-/// The disk is asked about this much at a time.
+/// Most that the disk is asked about at a time.
 constexpr std::uint64_t kDiskStep = 4 * 1024 * 1024;
+
+/// Of a damaged sample.
+constexpr HRESULT kNothingLeft = S_FALSE;
 
 /// The one writer adds; readers see some recent value.
 void Add(std::atomic<std::uint64_t>& counter, std::uint64_t amount) {
@@ -25,12 +28,13 @@ REFERENCE_TIME Moved(REFERENCE_TIME time, std::uint64_t by) {
 
 }  // namespace
 
-RemuxFilter::RemuxFilter(AdaptedStream stream, LONG buffers, REFERENCE_TIME edit, RemuxProgress& progress,
-                         RemuxControl& control, HRESULT* phr)
+RemuxFilter::RemuxFilter(AdaptedStream stream, LONG buffers, REFERENCE_TIME edit, std::uint64_t bytes,
+                         RemuxProgress& progress, RemuxControl& control, HRESULT* phr)
     : CBaseFilter("Remux", nullptr, &m_lock, kRemuxFilter, phr),
       m_stream(std::move(stream)),
       m_buffers(buffers),
       m_edit(edit),
+      m_bytes(bytes),
       m_progress(progress),
       m_control(control),
       m_input(*this, m_lock, phr),
@@ -65,6 +69,10 @@ HRESULT RemuxFilter::Pass(IMediaSample& sample) {
     MoveTimes(sample);
     ComPtr<IMediaSample> adapted(&sample);
     HRESULT hr = m_stream.adapter ? Adapt(sample, adapted) : S_OK;
+    if (hr == kNothingLeft) {
+        Add(m_progress.dropped, 1);
+        return S_OK;
+    }
     if (SUCCEEDED(hr)) hr = m_output.Deliver(adapted.get());
     if (hr == S_OK)
         Count(sample, bytes);
@@ -100,6 +108,7 @@ HRESULT RemuxFilter::Adapt(IMediaSample& sample, ComPtr<IMediaSample>& adapted) 
     const auto size = static_cast<std::size_t>(std::max<LONG>(sample.GetActualDataLength(), 0));
     const auto result = m_stream.adapter->Adapt({data, size}, sample.IsSyncPoint() == S_OK, m_copy);
     if (result.damaged) Add(m_progress.damaged, 1);
+    if (result.damaged && result.bytes.empty()) return kNothingLeft;
     if (result.bytes.data() == data || result.bytes.empty())
         return sample.SetActualDataLength(static_cast<LONG>(result.bytes.size()));
     return Copy(sample, adapted);
@@ -116,10 +125,8 @@ HRESULT RemuxFilter::Copy(IMediaSample& from, ComPtr<IMediaSample>& copy) {
 
 bool RemuxFilter::DiskHasRoom(std::uint64_t bytes) {
     if (m_granted < bytes) {
-        const std::uint64_t wanted = std::max(bytes, kDiskStep);
-        const std::uint64_t granted = m_control.disk.Grant(wanted);
-        m_control.disk.Count(granted);
-        m_granted += granted;
+        const std::uint64_t left = m_bytes - std::min(m_bytes, m_progress.bytes.load(std::memory_order_relaxed));
+        m_granted += m_control.disk.Book(bytes - m_granted, std::min(left, kDiskStep));
     }
     if (m_granted < bytes) {
         m_control.diskFull = m_control.finish = true;

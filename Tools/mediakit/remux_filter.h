@@ -19,6 +19,7 @@ struct RemuxProgress {
     std::atomic<std::uint64_t> samples{0};
     std::atomic<std::uint64_t> syncSamples{0};
     std::atomic<std::uint64_t> damaged{0};
+    std::atomic<std::uint64_t> dropped{0};  ///< of these, for there was nothing left
     std::atomic<std::uint64_t> bytes{0};  ///< as they came
     std::atomic<REFERENCE_TIME> end{0};   ///< latest stop time, 100 ns
     std::atomic<HRESULT> refused{S_OK};   ///< how the multiplexer answered when it took no more
@@ -78,9 +79,9 @@ private:
 class RemuxFilter final : public CBaseFilter {
 public:
     /// `buffers`: samples of the track that may wait downstream without need. `edit`: what the demultiplexer takes from
-    /// start times and not from media times (100 ns); here it is taken from these too. Progress and control outlive the
-    /// filter's running.
-    RemuxFilter(AdaptedStream stream, LONG buffers, REFERENCE_TIME edit, RemuxProgress& progress,
+    /// start times and not from media times (100 ns); here it is taken from these too. `bytes`: of all samples, as the
+    /// file says. Progress and control outlive the filter's running.
+    RemuxFilter(AdaptedStream stream, LONG buffers, REFERENCE_TIME edit, std::uint64_t bytes, RemuxProgress& progress,
                 RemuxControl& control, HRESULT* phr);
 
     int GetPinCount() override { return 2; }
@@ -101,7 +102,8 @@ public:
     HRESULT End();
 
 private:
-    /// Leaves the bytes that are to go on in the sample itself, or makes a copy with them.
+    /// Leaves the bytes that are to go on in the sample itself, or makes a copy with them. S_FALSE when damage left
+    /// none.
     HRESULT Adapt(IMediaSample& sample, ComPtr<IMediaSample>& adapted);
     HRESULT Copy(IMediaSample& from, ComPtr<IMediaSample>& copy);
     /// Both times of the sample, in the movie's own time.
@@ -113,6 +115,7 @@ private:
     const AdaptedStream m_stream;
     const LONG m_buffers;
     const REFERENCE_TIME m_edit;
+    const std::uint64_t m_bytes;
     RemuxProgress& m_progress;
     RemuxControl& m_control;
     RemuxInput m_input;

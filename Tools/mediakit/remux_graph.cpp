@@ -63,18 +63,18 @@ bool RemuxGraph::SeekToFirstSample() {
 
 bool RemuxGraph::AddTrack(const Stream& stream) {
     AdaptedStream adapted = AdaptForMultiplexer(stream.type, stream.track);
-    if (!m_output.Accepts(adapted.type)) {
-        m_leftOut.push_back({&stream, "the multiplexer writes H.264, H.265 and AAC only"});
-        return true;
-    }
-    if (stream.track.sampleCount == 0) {
-        m_leftOut.push_back({&stream, "it has no samples"});
+    std::string refusal = adapted.refusal;
+    if (const auto given = m_refused.find(stream.number); given != m_refused.end()) refusal = given->second;
+    if (refusal.empty() && !m_output.Accepts(adapted.type)) refusal = "the multiplexer writes H.264, H.265 and AAC only";
+    if (refusal.empty() && stream.track.sampleCount == 0) refusal = "it has no samples";
+    if (!refusal.empty()) {
+        m_leftOut.push_back({&stream, refusal});
         return true;
     }
     auto progress = std::make_unique<RemuxProgress>();
     HRESULT hr = S_OK;
-    auto* const filter = new RemuxFilter(std::move(adapted), BuffersFor(stream.track), EditOf(stream.track), *progress,
-                                         m_control, &hr);
+    auto* const filter = new RemuxFilter(std::move(adapted), BuffersFor(stream.track), EditOf(stream.track),
+                                         stream.track.totalBytes, *progress, m_control, &hr);
     const ComPtr<IBaseFilter> counted(filter);
     IGraphBuilder& graph = *m_source.Graph();
     const std::wstring name = L"Remux " + std::to_wstring(stream.number);
@@ -90,9 +90,11 @@ bool RemuxGraph::AllEnded() const {
     return std::ranges::all_of(m_tracks, [](const Track& track) { return track.progress->ended.load(); });
 }
 
-bool RemuxGraph::Blocked() const {
-    return std::ranges::any_of(
-        m_tracks, [](const Track& track) { return track.progress->ended && track.progress->samples == 0; });
+std::vector<std::size_t> RemuxGraph::Blocking() const {
+    std::vector<std::size_t> blocking;
+    for (const Track& track : m_tracks)
+        if (track.progress->ended && track.progress->samples == 0) blocking.push_back(track.stream->number);
+    return blocking;
 }
 
 HRESULT RemuxGraph::Refused() const {

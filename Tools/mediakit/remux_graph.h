@@ -1,6 +1,7 @@
 // The graph of a copy: file source, demultiplexer, a filter a track, multiplexer, file sink.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,8 +24,11 @@ public:
         std::string reason;
     };
 
-    /// Both outlive the graph.
-    RemuxGraph(const LogWatch& log, RemuxControl& control) : m_control(control), m_source(log) {}
+    using Refusals = std::map<std::size_t, std::string>;  ///< by the numbers of streams
+
+    /// All outlive the graph. `refused` are streams to leave out, and why.
+    RemuxGraph(const LogWatch& log, RemuxControl& control, const Refusals& refused)
+        : m_control(control), m_refused(refused), m_source(log) {}
 
     /// False: see Failure, which is about the source.
     bool Open(const std::string& path, const ReadingOptions& options) { return m_source.Open(path, options); }
@@ -36,8 +40,8 @@ public:
     const std::vector<LeftOut>& TracksLeftOut() const { return m_leftOut; }
     /// Nothing more goes to the multiplexer.
     bool AllEnded() const;
-    /// A track came to its end without a sample: the multiplexer waits for it for ever.
-    bool Blocked() const;
+    /// Numbers of the streams that came to their end without a sample: the multiplexer waits for them for ever.
+    std::vector<std::size_t> Blocking() const;
     /// How the multiplexer answered when it took no more; S_OK otherwise.
     HRESULT Refused() const;
     REFERENCE_TIME Position() const { return m_output.Position(); }
@@ -49,6 +53,7 @@ private:
     bool Fail(const std::string& text);
 
     RemuxControl& m_control;
+    const Refusals& m_refused;
     std::vector<Track> m_tracks;
     std::vector<LeftOut> m_leftOut;
     PlaybackGraph m_source;  ///< stops its filters when it goes, before what they write to does

@@ -17,7 +17,8 @@ double Seconds(REFERENCE_TIME time) {
 }
 
 std::string OriginText(const TrackOrigin& origin) {
-    return origin.pin + ", track " + std::to_string(origin.trackId) + " (" + origin.entry + "): ";
+    return (origin.pin.empty() ? "" : origin.pin + ", ") + "track " + std::to_string(origin.trackId) + " (" +
+           origin.entry + "): ";
 }
 
 std::string TrackText(const CopiedTrack& track) {
@@ -30,11 +31,17 @@ std::string TrackText(const CopiedTrack& track) {
     return text + ", " + DurationText(track.end) + "\n";
 }
 
+/// What is not known is null.
 Json OriginJson(const TrackOrigin& origin) {
     Json json;
-    json["pin"] = origin.pin;
+    json["pin"] = origin.pin.empty() ? Json() : Json(origin.pin);
     json["track_id"] = origin.trackId;
     json["entry"] = origin.entry;
+    if (origin.pin.empty()) {
+        json["type"] = origin.handler == "vide" ? "video" : origin.handler == "soun" ? "audio" : origin.handler;
+        json["codec"] = nullptr;
+        return json;
+    }
     json["type"] = origin.facts.video ? "video" : "audio";
     json["codec"] = origin.facts.codec;
     return json;

@@ -11,10 +11,11 @@ namespace mediakit_tool {
 
 /// Where a track comes from.
 struct TrackOrigin {
-    std::string pin;    ///< "Output_0"
-    DWORD trackId = 0;  ///< in the source
-    std::string entry;  ///< "avc1"
-    StreamFacts facts;
+    std::string pin = {};    ///< "Output_0"; empty for a track that nobody reads
+    DWORD trackId = 0;       ///< in the source
+    std::string entry = {};  ///< "avc1"
+    std::string handler = {};  ///< "text", of a track without a pin; the facts are those of the pin
+    StreamFacts facts = {};
 };
 
 struct CopiedTrack {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <set>
 
 #include "Platform/DirectShow/MediaFormats.h"
 #include "Tools/mediakit/annexb_converter.h"
@@ -17,16 +18,23 @@ using Norvane::MediaKit::Filters::TrackInformation;
 
 constexpr std::size_t kWritten = 4;  ///< bytes of the prefixes that the multiplexer's configuration tells
 
+constexpr const char* kNoConfiguration = "its decoder configuration cannot be used";
+
 class AnnexBAdapter final : public SampleAdapter {
 public:
     static std::unique_ptr<SampleAdapter> Make(const CMediaType& type) {
         auto adapter = std::make_unique<AnnexBAdapter>();
-        if (!adapter->m_converter.Open(type)) return nullptr;
+        qz_DSFilters::ParameterSets sets;
+        if (!adapter->m_converter.Open(type) || FAILED(qz_DSFilters::GetAVCParameterSets(type, sets))) return nullptr;
+        std::set<int> kinds;
+        for (const auto& set : sets)
+            if (!kinds.insert(set.front() >> 1 & 0x3F).second) adapter->m_severalOfAKind = true;
         return adapter;
     }
 
     Adapted Adapt(std::span<std::uint8_t> sample, bool sync, std::vector<std::uint8_t>& copy) override {
-        const AnnexBSample converted = m_converter.Convert(sample, sync);
+        const AnnexBSample converted = m_converter.Convert(sample, sync && m_severalOfAKind);
+        if (converted.broken && converted.units.empty()) return {{}, true};
         const bool inPlace = converted.delimiter.empty() && converted.parameterSets.empty() &&
                              converted.units.data() == sample.data();
         if (inPlace) return {converted.units, converted.broken};
@@ -38,6 +46,7 @@ public:
 
 private:
     AnnexBConverter m_converter;
+    bool m_severalOfAKind = false;
 };
 
 class PrefixAdapter final : public SampleAdapter {
@@ -92,9 +101,13 @@ AdaptedStream AdaptForMultiplexer(const CMediaType& type, const TrackInformation
     DWORD lengthSize = 0;
     if (type.subtype == MEDIASUBTYPE_HVC1) {
         stream.adapter = AnnexBAdapter::Make(type);
-        if (stream.adapter) stream.type.subtype = MEDIASUBTYPE_H265;
-    } else if (type.subtype == MEDIASUBTYPE_AVC1 &&
-               SUCCEEDED(qz_DSFilters::GetAVCConfig(type, sets, lengthSize)) && lengthSize < kWritten) {
+        if (stream.adapter)
+            stream.type.subtype = MEDIASUBTYPE_H265;
+        else
+            stream.refusal = kNoConfiguration;
+    } else if (type.subtype == MEDIASUBTYPE_AVC1) {
+        if (FAILED(qz_DSFilters::GetAVCConfig(type, sets, lengthSize))) stream.refusal = kNoConfiguration;
+        if (!stream.refusal.empty() || lengthSize >= kWritten) return stream;
         stream.adapter = std::make_unique<PrefixAdapter>(lengthSize);
         qz_DSFilters::FormatBlock<MPEG2VIDEOINFO>(stream.type, qz_DSFilters::MPEG2VideoInfoLength)->dwFlags = kWritten;
     } else if (type.majortype == MEDIATYPE_Audio && qz_DSFilters::IsAACSubtype(type.subtype)) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "MediaKit/ITrackInformation.h"
@@ -29,9 +30,11 @@ public:
 struct AdaptedStream {
     CMediaType type;                         ///< of what comes out
     std::unique_ptr<SampleAdapter> adapter;  ///< null: the samples go on as they are
+    std::string refusal = {};                ///< why the stream cannot be copied; empty when it may be tried
 };
 
-/// H.265 becomes Annex B, from which the multiplexer takes its configuration. H.264 with prefixes below 4 bytes gets
+/// H.265 becomes Annex B, from which the multiplexer takes its configuration: the first sample gets the parameter sets
+/// that it lacks. The configuration holds one set of a kind; of a stream with more all sync samples get them. H.264 with prefixes below 4 bytes gets
 /// such of 4, since that is what the multiplexer's configuration says. AAC without a bit rate gets one: the multiplexer
 /// writes the decoder's configuration only with it. Video without a frame time gets one: the multiplexer waits for ever
 /// for a track without.

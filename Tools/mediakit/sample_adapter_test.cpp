@@ -21,7 +21,7 @@ Bytes Adapted(SampleAdapter& adapter, Bytes& sample, bool sync, bool damaged = f
     return {result.bytes.begin(), result.bytes.end()};
 }
 
-TEST(SampleAdapter, GivesH265StartCodesAndTheSetsThatASyncSampleLacks) {
+TEST(SampleAdapter, GivesH265StartCodesAndItsFirstSampleTheSetsThatItLacks) {
     const CMediaType type = mediakit_test::hvc1_type(mediakit_test::h265_units());
     std::vector<BYTE> sets;
     DWORD length = 0;
@@ -46,6 +46,42 @@ TEST(SampleAdapter, GivesH265StartCodesAndTheSetsThatASyncSampleLacks) {
     EXPECT_EQ(inPlace.bytes.data(), other.data()) << "nothing is copied when nothing is put in";
     EXPECT_THAT(inPlace.bytes, ElementsAre(0, 0, 0, 1, 0x02, 1, 9));
     EXPECT_TRUE(inPlace.damaged);
+
+    Bytes second = slice;
+    EXPECT_THAT(Adapted(*stream.adapter, second, true), ElementsAre(0, 0, 0, 1, 0x26, 1, 7));
+    Bytes delimiter = {0, 0, 0, 3, 0x46, 1, 0x50, 0, 0, 0, 9, 0x26};
+    EXPECT_THAT(Adapted(*stream.adapter, delimiter, true, true), ElementsAre()) << "no picture is left";
+}
+
+TEST(SampleAdapter, AllSyncSamplesOfH265GetSetsThatTheConfigurationCannotHold) {
+    const mediakit_test::h265_units units;
+    Bytes sets = units.vps();
+    for (const Bytes& set : {units.sps(), units.pps(), units.pps()}) sets.insert(sets.end(), set.begin(), set.end());
+    CMediaType type;
+    const SIZE size{64, 64};
+    ASSERT_EQ(qz_DSFilters::BuildHVC1MediaType(size, size, 0, 400'000, 0, 1, 93, mediakit_test::split_annex_b(sets), 4,
+                                               type),
+              S_OK);
+    const AdaptedStream stream = AdaptForMultiplexer(type, {});
+    ASSERT_TRUE(stream.adapter);
+    Bytes expected = sets;
+    expected.insert(expected.end(), {0, 0, 0, 1, 0x26, 1, 7});
+    for (const bool sync : {true, true, false}) {
+        Bytes sample = {0, 0, 0, 3, 0x26, 1, 7};
+        EXPECT_EQ(Adapted(*stream.adapter, sample, sync), sync ? expected : Bytes(expected.end() - 7, expected.end()));
+    }
+}
+
+TEST(SampleAdapter, RefusesVideoWithoutAConfiguration) {
+    for (const GUID& subtype : {MEDIASUBTYPE_HVC1, MEDIASUBTYPE_AVC1}) {
+        CMediaType type = mediakit_test::hvc1_type(mediakit_test::h265_units());
+        type.SetSubtype(&subtype);
+        EXPECT_EQ(AdaptForMultiplexer(type, {}).refusal, "");
+        type.ReallocFormatBuffer(8);
+        const AdaptedStream stream = AdaptForMultiplexer(type, {});
+        EXPECT_FALSE(stream.adapter);
+        EXPECT_EQ(stream.refusal, "its decoder configuration cannot be used");
+    }
 }
 
 TEST(SampleAdapter, GivesH264PrefixesOfFourBytes) {
