@@ -199,6 +199,29 @@ TEST(Remux, CopiesWhatIsThereOfAFileThatIsCutOff) {
     }
 }
 
+TEST(Remux, TakesNoMoreRoomThanItNeedsAndFinishesOnAFullDisk) {
+    const WorkFolder folder;
+    const std::string onSmallDisk = "unshare -rm sh -c 'mkdir -p disk && mount -t tmpfs -o size=2m none disk && ";
+    if (folder.Run(onSmallDisk + "true'").status != 0) GTEST_SKIP() << "no disk of its own for a test";
+    folder.Ffmpeg(std::string(kInputs) + BOTH "small.mp4");
+    folder.Ffmpeg("-f lavfi -i testsrc2=size=640x480:rate=25:duration=8 -f lavfi -i sine=duration=8 -c:v libx264 "
+                  "-preset ultrafast -b:v 3M -c:a aac big.mp4");
+    const auto copy = [&](const std::string& file) {
+        return folder.Run(onSmallDisk + MEDIAKIT_PROGRAM " remux --json " + file +
+                          " -o disk/out.mp4; status=$?; cp disk/out.mp4 . && exit $status'");
+    };
+    EXPECT_EQ(copy("small.mp4").status, 0);
+    ExpectSamePackets(folder, "small.mp4", "out.mp4", true);
+
+    const RunResult full = copy("big.mp4");
+    EXPECT_EQ(full.status, 1);
+    EXPECT_THAT(full.err, testing::HasSubstr("the disk is full; the copy ends where its index still fits"));
+    EXPECT_GT(folder.Read("out.mp4").size(), 3u << 19) << "most of the disk is used";
+    const json probe = folder.Probe("out.mp4", "-count_packets -show_streams"), summary = json::parse(full.out);
+    for (std::size_t i = 0; i < 2; ++i)
+        EXPECT_EQ(probe["streams"][i]["nb_read_packets"], std::to_string(summary["tracks"][i]["samples"].get<int>()));
+}
+
 TEST(Remux, LeavesOutATrackOfWhichNothingCanBeRead) {
     const WorkFolder folder;
     folder.Ffmpeg(std::string(kInputs) + BOTH "-movflags frag_keyframe+empty_moov+default_base_moof whole.mp4");
