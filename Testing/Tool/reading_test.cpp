@@ -142,8 +142,41 @@ TEST_F(Reading, WithoutStrictOtherWritersFilesPlay) {
     EXPECT_EQ(info["tracks"][0]["samples"], 150);
     const RunResult strict = m_folder.Tool("info --strict segments.mp4");
     EXPECT_EQ(strict.status, 1);
-    EXPECT_THAT(strict.err, HasSubstr("no track that can be played: "));
-    EXPECT_THAT(strict.err, HasSubstr("Unknown visual sample entry type avc3"));
+    EXPECT_THAT(strict.err, HasSubstr("no track that can be played: track 1 (avc3)"));
+}
+
+TEST_F(Reading, TracksThatNobodyDecodesAreToldAndTheOthersPlay) {
+    m_folder.Ffmpeg("-i clip.aac -c copy sound.mp4");
+    m_folder.Ffmpeg("-i clip.h264 -c copy -an video.mp4");
+    const struct {
+        const char* make;
+        const char* entry;  ///< of the track that is played
+        json notPlayed;
+    } cases[] = {
+        {"-i sound.mp4 -f lavfi -i testsrc=size=64x64:rate=5:d=1 -map 0 -map 1 -c:a copy -c:v mjpeg -f mov",
+         "mp4a",
+         {{"track_id", 2}, {"handler", "vide"}, {"entry", "jpeg"}}},
+        {"-f lavfi -i testsrc=size=64x64:rate=5:d=1 -i sound.mp4 -map 0 -map 1 -c:a copy -c:v prores -f mov",
+         "mp4a",
+         {{"track_id", 1}, {"handler", "vide"}, {"entry", "ap4h"}}},
+        {"-i video.mp4 -f lavfi -i sine=d=1 -c:v copy -c:a alac -f mp4",
+         "avc1",
+         {{"track_id", 2}, {"handler", "soun"}, {"entry", "alac"}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.make);
+        m_folder.Ffmpeg(std::string(c.make) + " made");
+        const json info = Json("info made");
+        ASSERT_EQ(info["tracks"].size(), 1u);
+        EXPECT_EQ(info["tracks"][0]["entry"], c.entry);
+        EXPECT_GT(info["duration"], 0.9);
+        EXPECT_EQ(info["not_played"], json::array({c.notPlayed}));
+        EXPECT_THAT(m_folder.Tool("info made").out,
+                    HasSubstr("  not played: track " + std::to_string(c.notPlayed["track_id"].get<int>()) + " (" +
+                              c.notPlayed["entry"].get<std::string>() + ")\n"));
+        EXPECT_GT(Json("samples made")["pins"][0]["samples"].size(), 100u);
+    }
+    EXPECT_EQ(Json("info video.mp4")["not_played"], json::array());
 }
 
 TEST_F(Reading, AFileThatCannotBePlayedSaysWhyInOneLine) {
@@ -159,7 +192,7 @@ TEST_F(Reading, AFileThatCannotBePlayedSaysWhyInOneLine) {
                                          "moov",
                                          16));
     m_folder.Run("head -c 100000 whole.mp4 >cut.mp4");
-    m_folder.Ffmpeg("-f lavfi -i testsrc=size=64x64:rate=5 -frames:v 2 -c:v mjpeg mjpeg.mov");
+    m_folder.Ffmpeg("-f lavfi -i testsrc=size=64x64:rate=5:d=1 -f lavfi -i sine=d=1 -c:v mjpeg -c:a alac mjpeg.mov");
     const struct {
         const char* file;
         const char* text;
@@ -173,7 +206,7 @@ TEST_F(Reading, AFileThatCannotBePlayedSaysWhyInOneLine) {
         {"nomoov", "nomoov: cannot be played: mp4_check: moov box not found."},
         {"nomvhd", "nomvhd: cannot be played: mp4check: error: mvhd box not found."},
         {"cut.mp4", "cut.mp4: cannot be played: mp4_check: moov box not found."},
-        {"mjpeg.mov", "mjpeg.mov: cannot be played: "},
+        {"mjpeg.mov", "mjpeg.mov: no track that can be played: track 1 (jpeg), track 2 (alac)"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.file);
@@ -195,6 +228,7 @@ TEST_F(Reading, ACutFileIsListedAsFarAsItGoes) {
     const json whole = Json("samples --hash whole.mp4")["pins"];
     const json cut = Json("samples --hash cut.mp4", 1);
     EXPECT_THAT(cut["error"].get<std::string>(), HasSubstr("Output_0: reading failed: a sample is not in the file"));
+    EXPECT_THAT(cut["error"].get<std::string>(), HasSubstr("; cut.mp4: Output_1: reading failed"));
     ASSERT_EQ(cut["pins"].size(), 2u);
     for (std::size_t pin = 0; pin < 2; ++pin) {
         const json &got = cut["pins"][pin]["samples"], &all = whole[pin]["samples"];
@@ -207,14 +241,24 @@ TEST_F(Reading, ACutFileIsListedAsFarAsItGoes) {
 TEST_F(Reading, WrongUsageAndOutputsThatFail) {
     Record("out.mp4 --video clip.h264");
     for (const char* arguments : {"info", "samples", "info out.mp4 --what", "info a b", "samples out.mp4 --from x",
-                                  "samples out.mp4 --pin -1", "samples out.mp4 --pin"})
+                                  "samples out.mp4 --from ''", "samples out.mp4 --pin -1", "samples out.mp4 --pin"})
         EXPECT_EQ(m_folder.Tool(arguments).status, 2) << arguments;
     const RunResult pin = m_folder.Tool("samples out.mp4 --pin 1");
     EXPECT_EQ(pin.status, 1);
     EXPECT_THAT(pin.err, HasSubstr("out.mp4: there is no pin 1; the last one is 0"));
-    const RunResult full = m_folder.Tool("samples out.mp4 >/dev/full");
-    EXPECT_EQ(full.status, 1);
-    EXPECT_THAT(full.err, HasSubstr("standard output: cannot be written"));
+    for (const char* arguments : {"info out.mp4", "info --json out.mp4", "samples out.mp4", "boxes out.mp4",
+                                  "extract out.mp4 -o a", "extract --json out.mp4 -o b", "remux out.mp4 -o c.mp4",
+                                  "record --video clip.h264 -o d.mp4"}) {
+        const RunResult full = m_folder.Tool(std::string(arguments) + " >/dev/full");
+        EXPECT_EQ(full.status, 1) << arguments;
+        EXPECT_EQ(full.err, "mediakit: standard output: cannot be written\n") << arguments;
+    }
+    for (const char* arguments : {"info \xFF", "samples \xFF", "boxes \xFF", "extract out.mp4 -o \xFF",
+                                  "remux \xFF -o e.mp4", "record --video \xFF -o e.mp4"}) {
+        const RunResult name = m_folder.Tool(arguments);
+        EXPECT_EQ(name.status, 1) << arguments;
+        EXPECT_EQ(name.err, "mediakit: \xFF: the name is not valid UTF-8\n") << arguments;
+    }
 }
 
 }  // namespace

@@ -224,6 +224,34 @@ TEST(BoxTree, ShowsWhatIsUnknownOrBrokenAndGoesOn) {
     EXPECT_EQ(JsonOf(deep.bytes())["problems"], 1);
 }
 
+// `tmcd` is a reference in `tref` and holds boxes in `gmhd`; the fields of `colr` follow from its first.
+TEST(BoxTree, TheMeaningOfABoxFollowsFromItsPlaceAndItsFirstField) {
+    const auto colr = [](const char* type, const box_builder& rest) {
+        return make_box("colr", box_builder().text(type).add(rest));
+    };
+    const box_builder primaries = box_builder().u16(1).u16(2).u16(3);
+    const box_builder references =
+        box_builder().add(make_box("tmcd", box_builder().u32(9))).add(make_box("font", box_builder().u32(8)));
+    const box_builder tcmi = make_full_box("tcmi", 0, 0, box_builder().u16(4).u16(5).u16(6));
+    const auto boxes = JsonOf(box_builder()
+                                  .add(make_box("tref", references))
+                                  .add(make_box("gmhd", make_box("tmcd", tcmi)))
+                                  .add(colr("nclc", primaries))
+                                  .add(colr("nclx", box_builder().add(primaries).u8(0x80)))
+                                  .add(colr("prof", box_builder().u8(0xAB)))
+                                  .add(make_box("chap", box_builder().u32(7)))
+                                  .bytes())["boxes"];
+    EXPECT_EQ(boxes[0]["boxes"][0]["fields"]["track_IDs"]["rows"][0], 9);
+    EXPECT_EQ(boxes[0]["boxes"][1]["fields"]["track_IDs"]["rows"][0], 8);
+    EXPECT_EQ(boxes[1]["boxes"][0]["boxes"][0]["fields"]["text_size"], 6);
+    EXPECT_EQ(boxes[2]["fields"]["matrix_coefficients"], 3);
+    EXPECT_FALSE(boxes[2]["fields"].contains("full_range_flag"));
+    EXPECT_EQ(boxes[3]["fields"]["full_range_flag"], 1);
+    EXPECT_EQ(boxes[4]["fields"]["colour_type"], "prof");
+    EXPECT_TRUE(boxes[4]["fields"].contains("profile"));
+    EXPECT_FALSE(boxes[5]["fields"].contains("track_IDs")) << "no reference";
+}
+
 TEST(BoxTree, AnyCutOfAFileIsShown) {
     Bytes bytes = Movie().bytes();
     mediakit_test::log_capture log(1);

@@ -30,7 +30,9 @@ constexpr DWORD kTick = 200;  // milliseconds between looks at the progress
 constexpr const char* kSamplesFooter =
     "Each pin is listed to its end, one after the other. Times are those of the sample as it was pushed:\n"
     "seconds, or 100 ns in JSON. TIME is in seconds (12.5) or h:mm:ss.mmm; the list then starts at the\n"
-    "sample that a player would decode first. Exit status: 0 done, 1 failed, 2 wrong usage.";
+    "sample that a player would decode first, as it does for time 0 without --from: samples that an edit\n"
+    "hides in front of that one are not listed, though extract writes them.\n"
+    "Exit status: 0 done, 1 failed, 2 wrong usage.";
 
 /// Writes what a pin pushes, on the pin's thread.
 class RowWriter final : public SampleConsumer {
