@@ -102,7 +102,7 @@ std::string ToJson(const RemuxSummary& summary) {
         json["left_out"].push_back(std::move(left));
     }
     json["warnings"] = summary.warnings;
-    // Names of files need not be valid UTF-8.
+    // Texts out of files need not be valid UTF-8.
     return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
