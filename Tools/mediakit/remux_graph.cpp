@@ -65,7 +65,8 @@ bool RemuxGraph::AddTrack(const Stream& stream) {
     AdaptedStream adapted = AdaptForMultiplexer(stream.type, stream.track);
     std::string refusal = adapted.refusal;
     if (const auto given = m_refused.find(stream.number); given != m_refused.end()) refusal = given->second;
-    if (refusal.empty() && !m_output.Accepts(adapted.type)) refusal = "the multiplexer writes H.264, H.265 and AAC only";
+    if (refusal.empty() && !m_output.Accepts(adapted.type))
+        refusal = "the multiplexer writes H.264, H.265 and AAC only";
     if (refusal.empty() && stream.track.sampleCount == 0) refusal = "it has no samples";
     if (!refusal.empty()) {
         m_leftOut.push_back({&stream, refusal});

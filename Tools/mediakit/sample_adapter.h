@@ -34,10 +34,10 @@ struct AdaptedStream {
 };
 
 /// H.265 becomes Annex B, from which the multiplexer takes its configuration: the first sample gets the parameter sets
-/// that it lacks. The configuration holds one set of a kind; of a stream with more all sync samples get them. H.264 with prefixes below 4 bytes gets
-/// such of 4, since that is what the multiplexer's configuration says. AAC without a bit rate gets one: the multiplexer
-/// writes the decoder's configuration only with it. Video without a frame time gets one: the multiplexer waits for ever
-/// for a track without.
+/// that it lacks. The configuration holds one set of a kind; of a stream with more all sync samples get them. H.264
+/// with prefixes below 4 bytes gets such of 4, since that is what the multiplexer's configuration says. AAC without a
+/// bit rate gets one: the multiplexer writes the decoder's configuration only with it. Video without a frame time gets
+/// one: the multiplexer waits for ever for a track without.
 AdaptedStream AdaptForMultiplexer(const CMediaType& type, const Norvane::MediaKit::Filters::TrackInformation& track);
 
 }  // namespace mediakit_tool
