@@ -110,6 +110,25 @@ TEST_F(PlaybackGraphTest, SeeksBeforeItRunsAndAfterTheEnd) {
     EXPECT_THAT(video.bytes, ElementsAre(3, 4, 5, 0, 1, 2, 3, 4, 5));
 }
 
+// The thread of a stream that is flushed ends it when its sample is refused, before it sees that it is to stop.
+TEST(TapFilter, AnEndThatComesInAFlushIsNotTheStreams) {
+    Collector collector;
+    CAMEvent ended;
+    HRESULT hr = S_OK;
+    auto* const tap = new TapFilter(collector, ended, &hr);
+    const ComPtr<IBaseFilter> hold(tap);
+    const ComPtr<IPin> pin = FreePin(*tap, PINDIR_INPUT);
+    ASSERT_TRUE(pin);
+    EXPECT_EQ(pin->BeginFlush(), S_OK);
+    EXPECT_EQ(pin->EndOfStream(), S_OK);
+    EXPECT_EQ(pin->EndFlush(), S_OK);
+    EXPECT_FALSE(tap->Ended());
+    EXPECT_EQ(collector.ends, 0);
+    EXPECT_EQ(pin->EndOfStream(), E_NOTIMPL) << "there is no graph to tell";
+    EXPECT_TRUE(tap->Ended());
+    EXPECT_EQ(collector.ends, 1);
+}
+
 TEST_F(PlaybackGraphTest, AWaitEndsWithAnInterruptOrWithItsTime) {
     Open();
     Blocker blocker;

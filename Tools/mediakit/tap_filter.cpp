@@ -22,9 +22,10 @@ HRESULT TapPin::Active() {
     return CBaseInputPin::Active();
 }
 
-HRESULT TapPin::BeginFlush() {
+HRESULT TapPin::EndFlush() {
+    // Upstream's thread stands still now. Before, it may have answered the flush with an end of its stream.
     m_ended = false;
-    return CBaseInputPin::BeginFlush();
+    return CBaseInputPin::EndFlush();
 }
 
 HRESULT TapPin::Receive(IMediaSample* pSample) {
@@ -35,7 +36,7 @@ HRESULT TapPin::Receive(IMediaSample* pSample) {
 }
 
 HRESULT TapPin::EndOfStream() {
-    if (m_ended) return S_OK;
+    if (m_ended || IsFlushing()) return S_OK;
     m_consumer.End();
     NoteEnd();
     return m_pFilter->NotifyEvent(EC_COMPLETE, S_OK, 0);

@@ -32,7 +32,7 @@ public:
     HRESULT Active() override;
     HRESULT Receive(IMediaSample* pSample) override;
     HRESULT EndOfStream() override;
-    HRESULT BeginFlush() override;
+    HRESULT EndFlush() override;
 
     /// Nothing more will be taken before the next start or seek. Any thread.
     bool Ended() const { return m_ended; }
