@@ -129,8 +129,8 @@ void PlainWrite(benchmark::State& state) {
 }
 
 // A fixed number of samples each: the files stay below 300 MB.
-#define AT_EACH_SIZE(benchmark)                    \
-    BENCHMARK(benchmark)->Arg(128)->Iterations(500'000);  \
+#define AT_EACH_SIZE(benchmark)                             \
+    BENCHMARK(benchmark)->Arg(128)->Iterations(500'000);    \
     BENCHMARK(benchmark)->Arg(8 << 10)->Iterations(30'000); \
     BENCHMARK(benchmark)->Arg(64 << 10)->Iterations(4'000)
 AT_EACH_SIZE(PlainWrite);

@@ -25,21 +25,15 @@ void taken(std::size_t size) {
     }
 }
 
-void given_back(std::size_t size) {
-    s_held.fetch_sub(size, std::memory_order_relaxed);
-}
+void given_back(std::size_t size) { s_held.fetch_sub(size, std::memory_order_relaxed); }
 
 }  // namespace
 
 namespace mediakit_fuzz {
 
-allocation_meter::allocation_meter() : m_before(s_held.load()) {
-    s_peak = m_before;
-}
+allocation_meter::allocation_meter() : m_before(s_held.load()) { s_peak = m_before; }
 
-std::size_t allocation_meter::peak() const {
-    return s_peak.load() - m_before;
-}
+std::size_t allocation_meter::peak() const { return s_peak.load() - m_before; }
 
 }  // namespace mediakit_fuzz
 
@@ -52,9 +46,7 @@ extern "C" std::size_t __sanitizer_get_allocated_size(const volatile void*);
 
 namespace {
 
-void on_malloc(const volatile void*, std::size_t size) {
-    taken(size);
-}
+void on_malloc(const volatile void*, std::size_t size) { taken(size); }
 // What was taken before the hooks were in place is never in the count: wrapping keeps differences right.
 void on_free(const volatile void* memory) {
     if (memory != nullptr) given_back(__sanitizer_get_allocated_size(memory));

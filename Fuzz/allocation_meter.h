@@ -19,8 +19,6 @@ private:
 };
 
 /// What a reader may hold for an input: 16 MiB and 64 bytes for each of the input's.
-constexpr std::size_t memory_allowed(std::size_t input_size) {
-    return (std::size_t{16} << 20) + 64 * input_size;
-}
+constexpr std::size_t memory_allowed(std::size_t input_size) { return (std::size_t{16} << 20) + 64 * input_size; }
 
 }  // namespace mediakit_fuzz

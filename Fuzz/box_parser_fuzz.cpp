@@ -1,10 +1,10 @@
 // The box tree of a file, walked as the demultiplexer walks it.
-#include <vector>
-
 #include "Fuzz/harness.h"
 #include "Testing/Kit/memory_async_reader.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
 #include "VideoIO/StreamFilters/Demultiplexer/AsyncReaderByteStream.h"
+
+#include <vector>
 
 namespace mediakit_fuzz {
 namespace {

@@ -1,9 +1,9 @@
 // Small whole files, cut at every byte and damaged in every field.
-#include <algorithm>
-#include <string>
-
 #include "Fuzz/survive_test.h"
 #include "Testing/Kit/movie_tracks.h"
+
+#include <algorithm>
+#include <string>
 
 namespace mediakit_fuzz {
 namespace {

@@ -1,13 +1,13 @@
 #include "Fuzz/file_player.h"
 
-#include <atomic>
-#include <memory>
-
 #include "MediaKit/IReadingPolicy.h"
 #include "MediaKit/ITrackInformation.h"
 #include "Testing/Kit/playback.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxFilter.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxOutputPin.h"
+
+#include <atomic>
+#include <memory>
 
 namespace mediakit_fuzz {
 namespace {
@@ -195,8 +195,6 @@ private:
 
 }  // namespace
 
-played play(bytes file, const playing& how) {
-    return player(std::move(file), how).play();
-}
+played play(bytes file, const playing& how) { return player(std::move(file), how).play(); }
 
 }  // namespace mediakit_fuzz

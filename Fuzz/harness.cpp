@@ -1,11 +1,11 @@
 #include "Fuzz/harness.h"
 
+#include "Logging/LogSink.h"
+#include "VideoIO/MPEGUtil/StartCode.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
-
-#include "Logging/LogSink.h"
-#include "VideoIO/MPEGUtil/StartCode.h"
 
 namespace mediakit_fuzz {
 
@@ -17,13 +17,9 @@ void drop_reports() {
     });
 }
 
-trial::trial(std::size_t input_size) : m_input_size(input_size) {
-    drop_reports();
-}
+trial::trial(std::size_t input_size) : m_input_size(input_size) { drop_reports(); }
 
-trial::~trial() {
-    require(m_meter.peak() <= memory_allowed(m_input_size), "more memory than the input allows");
-}
+trial::~trial() { require(m_meter.peak() <= memory_allowed(m_input_size), "more memory than the input allows"); }
 
 void require(bool condition, const char* text) {
     if (condition) return;

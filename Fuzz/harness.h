@@ -2,12 +2,12 @@
 // keeps the input, and the replay of the corpus fails.
 #pragma once
 
+#include "Fuzz/allocation_meter.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
-
-#include "Fuzz/allocation_meter.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 

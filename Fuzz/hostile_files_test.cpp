@@ -1,9 +1,9 @@
 // Files made to hurt a reader: each is opened and played within the limits of time and memory.
-#include <limits>
-#include <string>
-
 #include "Fuzz/survive_test.h"
 #include "Testing/Kit/movie_tracks.h"
+
+#include <limits>
+#include <string>
 
 namespace mediakit_fuzz {
 namespace {

@@ -1,11 +1,11 @@
 // A byte stream cut into NAL units and frames, given in pieces. The first byte chooses the codec and the pieces.
-#include <algorithm>
-#include <memory>
-
 #include "Fuzz/harness.h"
 #include "VideoIO/MPEGUtil/AVC_Spl.h"
 #include "VideoIO/MPEGUtil/NALUnitSplitter.h"
 #include "VideoIO/MPEGUtil/ScannerBase.h"
+
+#include <algorithm>
+#include <memory>
 
 namespace mediakit_fuzz {
 namespace {

@@ -55,9 +55,7 @@ void read_headers(const std::vector<bytes_view>& units) {
                 sps.reset();
                 bits.get_seq_param_set(sps);
                 break;
-            case AVC_NAL_SPS_EXTENSION:
-                bits.get_seq_param_set_extension(extension);
-                break;
+            case AVC_NAL_SPS_EXTENSION: bits.get_seq_param_set_extension(extension); break;
             case AVC_NAL_PPS:
                 pps.reset();
                 if (bits.get_pic_param_set_ids(pps) == AVC_OK) bits.get_pic_param_set(pps, sps);

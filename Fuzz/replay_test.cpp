@@ -1,4 +1,6 @@
 // Runs every harness over its corpus: seeds, and the inputs that once were faults.
+#include "Fuzz/harness.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -6,8 +8,6 @@
 #include <fstream>
 #include <iterator>
 #include <string>
-
-#include "Fuzz/harness.h"
 
 // The build gives each harness's entry a name of its own, and their list.
 #define HARNESS(name) extern "C" int name##_fuzz(const std::uint8_t*, std::size_t);
@@ -21,9 +21,7 @@ struct harness {
     int (*run)(const std::uint8_t*, std::size_t);
 };
 
-std::ostream& operator<<(std::ostream& out, const harness& of) {
-    return out << of.name;
-}
+std::ostream& operator<<(std::ostream& out, const harness& of) { return out << of.name; }
 
 class FuzzCorpus : public testing::TestWithParam<harness> {};
 

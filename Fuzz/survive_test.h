@@ -1,11 +1,11 @@
 // What every file must let a reader do: come to an end, in time and within its memory.
 #pragma once
 
+#include "Fuzz/file_player.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
-
-#include "Fuzz/file_player.h"
 
 namespace mediakit_fuzz {
 

@@ -78,8 +78,8 @@ public:
 
 private:
     CCritSec m_lock{"log", LockRank::Kernel};
-    std::shared_ptr<const sink> m_sink GUARDED_BY(m_lock) = std::make_shared<const sink>(write_to_standard_error);
-    std::unordered_map<DWORD, std::string> m_names GUARDED_BY(m_lock);
+    std::shared_ptr<const sink> m_sink MK_GUARDED_BY(m_lock) = std::make_shared<const sink>(write_to_standard_error);
+    std::unordered_map<DWORD, std::string> m_names MK_GUARDED_BY(m_lock);
 };
 
 /// `build` makes the message; it is called only when the level is wanted.
@@ -104,17 +104,11 @@ std::wstring hexadecimal(LONG code) {
 
 }  // namespace
 
-int get_report_level(unsigned) noexcept {
-    return g_level.load(std::memory_order_relaxed);
-}
+int get_report_level(unsigned) noexcept { return g_level.load(std::memory_order_relaxed); }
 
-void set_report_level(int level) noexcept {
-    g_level.store(level, std::memory_order_relaxed);
-}
+void set_report_level(int level) noexcept { g_level.store(level, std::memory_order_relaxed); }
 
-void set_sink(sink new_sink) {
-    destination::instance().set_sink(std::move(new_sink));
-}
+void set_sink(sink new_sink) { destination::instance().set_sink(std::move(new_sink)); }
 
 bool _reportW0(unsigned category, int level, const char* path, int line, const wchar_t* message) noexcept {
     return report(category, level, path, line, [&] { return std::wstring(message); });

@@ -12,10 +12,14 @@ public:
     ComPtr() noexcept = default;
     ComPtr(std::nullptr_t) noexcept {}
     /// Takes a new reference; use `attach` to adopt one.
-    ComPtr(Interface* p) noexcept : m_p(p) { if (m_p) m_p->AddRef(); }
+    ComPtr(Interface* p) noexcept : m_p(p) {
+        if (m_p) m_p->AddRef();
+    }
     ComPtr(const ComPtr& other) noexcept : ComPtr(other.m_p) {}
     ComPtr(ComPtr&& other) noexcept : m_p(std::exchange(other.m_p, nullptr)) {}
-    ~ComPtr() { if (m_p) m_p->Release(); }
+    ~ComPtr() {
+        if (m_p) m_p->Release();
+    }
     ComPtr& operator=(ComPtr other) noexcept {
         std::swap(m_p, other.m_p);
         return *this;

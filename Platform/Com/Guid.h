@@ -47,8 +47,10 @@ consteval GUID make_guid(const char (&text)[37]) {
     using guid_detail::hex;
     for (int dash : {8, 13, 18, 23})
         if (text[dash] != '-') throw "a dash is missing";
-    GUID guid{static_cast<DWORD>(hex(text, 8)), static_cast<WORD>(hex(text + 9, 4)),
-              static_cast<WORD>(hex(text + 14, 4)), {}};
+    GUID guid{static_cast<DWORD>(hex(text, 8)),
+              static_cast<WORD>(hex(text + 9, 4)),
+              static_cast<WORD>(hex(text + 14, 4)),
+              {}};
     for (int i = 0; i < 2; ++i) guid.Data4[i] = static_cast<BYTE>(hex(text + 19 + 2 * i, 2));
     for (int i = 0; i < 6; ++i) guid.Data4[2 + i] = static_cast<BYTE>(hex(text + 24 + 2 * i, 2));
     return guid;

@@ -7,9 +7,7 @@ HRESULT CUnknown::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
     return E_NOINTERFACE;
 }
 
-ULONG CUnknown::NonDelegatingAddRef() {
-    return static_cast<ULONG>(m_cRef.fetch_add(1, std::memory_order_relaxed) + 1);
-}
+ULONG CUnknown::NonDelegatingAddRef() { return static_cast<ULONG>(m_cRef.fetch_add(1, std::memory_order_relaxed) + 1); }
 
 ULONG CUnknown::NonDelegatingRelease() {
     const LONG left = m_cRef.fetch_sub(1, std::memory_order_acq_rel) - 1;

@@ -74,7 +74,7 @@ private:
 };
 
 /// The three IUnknown operations of a class derived from CUnknown, passed to its owner.
-#define DECLARE_IUNKNOWN                                                                                \
+#define DECLARE_IUNKNOWN                                                                                       \
     HRESULT QueryInterface(REFIID riid, void** ppv) override { return GetOwner()->QueryInterface(riid, ppv); } \
-    ULONG AddRef() override { return GetOwner()->AddRef(); }                                            \
+    ULONG AddRef() override { return GetOwner()->AddRef(); }                                                   \
     ULONG Release() override { return GetOwner()->Release(); }

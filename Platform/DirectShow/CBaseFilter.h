@@ -71,8 +71,8 @@ protected:
     REFERENCE_TIME m_tStart = 0;          ///< Clock time of stream time 0.
     const CLSID m_clsid;
     CCritSec* const m_pLock;
-    const wchar_t* m_pName = L"";         ///< Into m_name.
-    IFilterGraph* m_pGraph = nullptr;     ///< Not counted: the graph counts the filter.
+    const wchar_t* m_pName = L"";      ///< Into m_name.
+    IFilterGraph* m_pGraph = nullptr;  ///< Not counted: the graph counts the filter.
     /// The graph's, not counted. JoinFilterGraph writes it, NotifyEvent reads it on any thread and without a lock: a
     /// graph lets go of a filter only when that is stopped, and lives until then, so that what was read stays good.
     std::atomic<IMediaEventSink*> m_pSink{nullptr};

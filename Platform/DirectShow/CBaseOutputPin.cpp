@@ -39,8 +39,8 @@ HRESULT CBaseOutputPin::DecideAllocator(IMemInputPin* pPin, IMemAllocator** pAll
     return hr;
 }
 
-HRESULT CBaseOutputPin::GetDeliveryBuffer(IMediaSample** ppSample, REFERENCE_TIME* pStartTime,
-                                          REFERENCE_TIME* pEndTime, DWORD dwFlags) {
+HRESULT CBaseOutputPin::GetDeliveryBuffer(IMediaSample** ppSample, REFERENCE_TIME* pStartTime, REFERENCE_TIME* pEndTime,
+                                          DWORD dwFlags) {
     if (m_pAllocator == nullptr) return E_NOINTERFACE;
     return m_pAllocator->GetBuffer(ppSample, pStartTime, pEndTime, dwFlags);
 }

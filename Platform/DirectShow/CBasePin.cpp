@@ -16,9 +16,7 @@ HRESULT TypeRefusal(HRESULT hr) {
 }
 
 /// A failure that says more than "not this type": the search goes on, and ends with it when nothing else fits.
-bool IsTelling(HRESULT hr) {
-    return FAILED(hr) && hr != E_FAIL && hr != E_INVALIDARG && hr != VFW_E_TYPE_NOT_ACCEPTED;
-}
+bool IsTelling(HRESULT hr) { return FAILED(hr) && hr != E_FAIL && hr != E_INVALIDARG && hr != VFW_E_TYPE_NOT_ACCEPTED; }
 
 }  // namespace
 

@@ -86,8 +86,8 @@ TEST_F(Sample, PropertiesAndOperationsTellTheSame) {
     m_sample.SetMediaType(&type);
     AM_SAMPLE2_PROPERTIES props = Properties();
     EXPECT_EQ(props.cbData, kWhole);
-    EXPECT_EQ(props.dwSampleFlags, AM_SAMPLE_TIMEVALID | AM_SAMPLE_STOPVALID | AM_SAMPLE_SPLICEPOINT |
-                                       AM_SAMPLE_TYPECHANGED);
+    EXPECT_EQ(props.dwSampleFlags,
+              AM_SAMPLE_TIMEVALID | AM_SAMPLE_STOPVALID | AM_SAMPLE_SPLICEPOINT | AM_SAMPLE_TYPECHANGED);
     EXPECT_EQ(props.tStop, 9);
     EXPECT_EQ(props.pbBuffer, m_memory);
     ASSERT_NE(props.pMediaType, nullptr);

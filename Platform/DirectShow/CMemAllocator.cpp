@@ -56,9 +56,7 @@ HRESULT CBaseAllocator::GetProperties(ALLOCATOR_PROPERTIES* pProps) {
     return S_OK;
 }
 
-HRESULT CBaseAllocator::Alloc() {
-    return m_lCount <= 0 || m_lSize <= 0 || m_lAlignment <= 0 ? VFW_E_SIZENOTSET : S_OK;
-}
+HRESULT CBaseAllocator::Alloc() { return m_lCount <= 0 || m_lSize <= 0 || m_lAlignment <= 0 ? VFW_E_SIZENOTSET : S_OK; }
 
 HRESULT CBaseAllocator::Commit() {
     CAutoLock lock(&m_lock);

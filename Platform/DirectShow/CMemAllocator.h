@@ -35,31 +35,31 @@ public:
 
 protected:
     /// Makes the samples that the properties ask for and gives each to AddFreeSample. VFW_E_SIZENOTSET without any.
-    virtual HRESULT Alloc() REQUIRES(m_lock);
+    virtual HRESULT Alloc() MK_REQUIRES(m_lock);
     /// All samples are back after Decommit.
-    virtual void Free() REQUIRES(m_lock) = 0;
+    virtual void Free() MK_REQUIRES(m_lock) = 0;
 
-    void AddFreeSample(CMediaSample* pSample) REQUIRES(m_lock);
-    void ForgetFreeSamples() REQUIRES(m_lock);
+    void AddFreeSample(CMediaSample* pSample) MK_REQUIRES(m_lock);
+    void ForgetFreeSamples() MK_REQUIRES(m_lock);
 
     CCritSec m_lock{"CBaseAllocator", LockRank::Object};
-    LONG m_lCount GUARDED_BY(m_lock) = 0;
-    LONG m_lSize GUARDED_BY(m_lock) = 0;
-    LONG m_lAlignment GUARDED_BY(m_lock) = 0;
-    LONG m_lPrefix GUARDED_BY(m_lock) = 0;
-    LONG m_lAllocated GUARDED_BY(m_lock) = 0;  ///< Samples that exist.
-    bool m_bChanged GUARDED_BY(m_lock) = false;
+    LONG m_lCount MK_GUARDED_BY(m_lock) = 0;
+    LONG m_lSize MK_GUARDED_BY(m_lock) = 0;
+    LONG m_lAlignment MK_GUARDED_BY(m_lock) = 0;
+    LONG m_lPrefix MK_GUARDED_BY(m_lock) = 0;
+    LONG m_lAllocated MK_GUARDED_BY(m_lock) = 0;  ///< Samples that exist.
+    bool m_bChanged MK_GUARDED_BY(m_lock) = false;
 
 private:
-    bool AllSamplesAreBack() const REQUIRES(m_lock) { return m_lFree == m_lAllocated; }
-    void WakeWaiting() REQUIRES(m_lock);
+    bool AllSamplesAreBack() const MK_REQUIRES(m_lock) { return m_lFree == m_lAllocated; }
+    void WakeWaiting() MK_REQUIRES(m_lock);
 
-    CMediaSample* m_pFirstFree GUARDED_BY(m_lock) = nullptr;
-    LONG m_lFree GUARDED_BY(m_lock) = 0;
-    LONG m_lWaiting GUARDED_BY(m_lock) = 0;  ///< Threads in GetBuffer that look again when m_event is set.
-    bool m_bCommitted GUARDED_BY(m_lock) = false;
-    bool m_bDecommitInProgress GUARDED_BY(m_lock) = false;
-    IMemAllocatorNotifyCallbackTemp* m_pNotify GUARDED_BY(m_lock) = nullptr;  ///< Counted.
+    CMediaSample* m_pFirstFree MK_GUARDED_BY(m_lock) = nullptr;
+    LONG m_lFree MK_GUARDED_BY(m_lock) = 0;
+    LONG m_lWaiting MK_GUARDED_BY(m_lock) = 0;  ///< Threads in GetBuffer that look again when m_event is set.
+    bool m_bCommitted MK_GUARDED_BY(m_lock) = false;
+    bool m_bDecommitInProgress MK_GUARDED_BY(m_lock) = false;
+    IMemAllocatorNotifyCallbackTemp* m_pNotify MK_GUARDED_BY(m_lock) = nullptr;  ///< Counted.
     CAMEvent m_event;  ///< Manual reset: all who wait look again.
 };
 
@@ -70,14 +70,14 @@ public:
     ~CMemAllocator() override;
 
 protected:
-    HRESULT Alloc() override REQUIRES(m_lock);
-    void Free() override REQUIRES(m_lock);
+    HRESULT Alloc() override MK_REQUIRES(m_lock);
+    void Free() override MK_REQUIRES(m_lock);
 
 private:
-    void ReallyFree() REQUIRES(m_lock);
+    void ReallyFree() MK_REQUIRES(m_lock);
 
-    std::vector<std::unique_ptr<CMediaSample>> m_samples GUARDED_BY(m_lock);
-    BYTE* m_pBuffer GUARDED_BY(m_lock) = nullptr;
+    std::vector<std::unique_ptr<CMediaSample>> m_samples MK_GUARDED_BY(m_lock);
+    BYTE* m_pBuffer MK_GUARDED_BY(m_lock) = nullptr;
 };
 
 /// A CMemAllocator with one reference. S_OK or E_OUTOFMEMORY.

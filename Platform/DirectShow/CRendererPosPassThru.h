@@ -24,7 +24,7 @@ public:
 
 private:
     CCritSec m_PositionLock{"CRendererPosPassThru", LockRank::Object};
-    LONGLONG m_StartMedia GUARDED_BY(m_PositionLock) = 0;
-    LONGLONG m_EndMedia GUARDED_BY(m_PositionLock) = 0;
-    bool m_bReset GUARDED_BY(m_PositionLock) = true;
+    LONGLONG m_StartMedia MK_GUARDED_BY(m_PositionLock) = 0;
+    LONGLONG m_EndMedia MK_GUARDED_BY(m_PositionLock) = 0;
+    bool m_bReset MK_GUARDED_BY(m_PositionLock) = true;
 };

@@ -67,9 +67,9 @@ TEST(SourceSeeking, StaysWithinTheRange) {
         LONGLONG from;
         LONGLONG by;
         LONGLONG to;
-    } moves[] = {{1, highest, highest},      {highest, highest, highest}, {-1, lowest, lowest},
-                 {lowest, lowest, lowest},   {highest, lowest, -1},       {lowest, highest, -1},
-                 {0, lowest, lowest},        {highest, -1, highest - 1},  {lowest, 1, lowest + 1}};
+    } moves[] = {{1, highest, highest},    {highest, highest, highest}, {-1, lowest, lowest},
+                 {lowest, lowest, lowest}, {highest, lowest, -1},       {lowest, highest, -1},
+                 {0, lowest, lowest},      {highest, -1, highest - 1},  {lowest, 1, lowest + 1}};
     for (const auto& move : moves) {
         SCOPED_TRACE(testing::Message() << move.from << " by " << move.by);
         Seeking seeking;

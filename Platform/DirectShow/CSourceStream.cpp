@@ -25,19 +25,14 @@ DWORD CSourceStream::ThreadProc() {
 
     for (;;) {
         switch (GetRequest()) {
-            case CMD_EXIT:
-                Reply(S_OK);
-                return FAILED(OnThreadDestroy()) ? 1 : 0;
+            case CMD_EXIT: Reply(S_OK); return FAILED(OnThreadDestroy()) ? 1 : 0;
             case CMD_RUN:
             case CMD_PAUSE:
                 Reply(S_OK);
                 DoBufferProcessingLoop();
                 break;
-            case CMD_STOP:
-                Reply(S_OK);
-                break;
-            default:
-                Reply(E_UNEXPECTED);
+            case CMD_STOP: Reply(S_OK); break;
+            default: Reply(E_UNEXPECTED);
         }
     }
 }

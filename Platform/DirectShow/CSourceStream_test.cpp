@@ -1,6 +1,5 @@
-#include "Platform/DirectShow/CSource.h"
-
 #include "Platform/DirectShow/CMemAllocator.h"
+#include "Platform/DirectShow/CSource.h"
 #include "Platform/Kernel/Memory.h"
 #include "Testing/Kit/fake_filters.h"
 

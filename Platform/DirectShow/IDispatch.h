@@ -12,8 +12,8 @@ struct IDispatch : IUnknown {
     virtual HRESULT GetTypeInfoCount(UINT* pctinfo) = 0;
     virtual HRESULT GetTypeInfo(UINT iTInfo, DWORD lcid, void** ppTInfo) = 0;
     virtual HRESULT GetIDsOfNames(REFIID riid, wchar_t** rgszNames, UINT cNames, DWORD lcid, LONG* rgDispId) = 0;
-    virtual HRESULT Invoke(LONG dispIdMember, REFIID riid, DWORD lcid, WORD wFlags, void* pDispParams,
-                           void* pVarResult, void* pExcepInfo, UINT* puArgErr) = 0;
+    virtual HRESULT Invoke(LONG dispIdMember, REFIID riid, DWORD lcid, WORD wFlags, void* pDispParams, void* pVarResult,
+                           void* pExcepInfo, UINT* puArgErr) = 0;
 
 protected:
     ~IDispatch() = default;

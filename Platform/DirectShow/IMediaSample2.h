@@ -22,12 +22,12 @@ inline constexpr DWORD AM_STREAM_MEDIA = 0;
 inline constexpr DWORD AM_STREAM_CONTROL = 1;
 
 struct AM_SAMPLE2_PROPERTIES {
-    DWORD cbData;               ///< Size of this record.
+    DWORD cbData;  ///< Size of this record.
     DWORD dwTypeSpecificFlags;
     DWORD dwSampleFlags;
-    LONG lActual;               ///< Bytes of valid data.
-    REFERENCE_TIME tStart;      ///< 100 ns; with AM_SAMPLE_TIMEVALID.
-    REFERENCE_TIME tStop;       ///< 100 ns; with AM_SAMPLE_STOPVALID.
+    LONG lActual;           ///< Bytes of valid data.
+    REFERENCE_TIME tStart;  ///< 100 ns; with AM_SAMPLE_TIMEVALID.
+    REFERENCE_TIME tStop;   ///< 100 ns; with AM_SAMPLE_STOPVALID.
     DWORD dwStreamId;
     AM_MEDIA_TYPE* pMediaType;  ///< The sample's own, not a copy; null unless AM_SAMPLE_TYPECHANGED.
     BYTE* pbBuffer;             ///< The sample's memory.

@@ -48,8 +48,8 @@ inline constexpr IID uuid_of<INSSBuffer3> = IID_INSSBuffer3;
 struct INSSBuffer4 : INSSBuffer3 {
     virtual HRESULT GetPropertyCount(DWORD* pcBufferProperties) = 0;
     /// *pdwBufferPropertySize: room in, size out.
-    virtual HRESULT GetPropertyByIndex(DWORD dwBufferPropertyIndex, GUID* pguidBufferProperty,
-                                       void* pvBufferProperty, DWORD* pdwBufferPropertySize) = 0;
+    virtual HRESULT GetPropertyByIndex(DWORD dwBufferPropertyIndex, GUID* pguidBufferProperty, void* pvBufferProperty,
+                                       DWORD* pdwBufferPropertySize) = 0;
 
 protected:
     ~INSSBuffer4() = default;

@@ -13,7 +13,7 @@ enum PIN_DIRECTION : INT {
 };
 
 struct PIN_INFO {
-    IBaseFilter* pFilter;            ///< With a reference for the caller.
+    IBaseFilter* pFilter;  ///< With a reference for the caller.
     PIN_DIRECTION dir;
     wchar_t achName[MAX_PIN_NAME];
 };

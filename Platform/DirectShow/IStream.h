@@ -31,14 +31,14 @@ inline constexpr DWORD STGTY_STREAM = 2;
 
 /// What Stat tells of a stream.
 struct STATSTG {
-    wchar_t* pwcsName;         ///< The caller's, to be given to CoTaskMemFree; null with STATFLAG_NONAME.
-    DWORD type;                ///< STGTY_STREAM.
-    ULARGE_INTEGER cbSize;     ///< Bytes.
-    FILETIME mtime;            ///< Last write.
-    FILETIME ctime;            ///< Creation.
-    FILETIME atime;            ///< Last access.
-    DWORD grfMode;             ///< The mode it was opened with.
-    DWORD grfLocksSupported;   ///< 0: regions cannot be locked.
+    wchar_t* pwcsName;        ///< The caller's, to be given to CoTaskMemFree; null with STATFLAG_NONAME.
+    DWORD type;               ///< STGTY_STREAM.
+    ULARGE_INTEGER cbSize;    ///< Bytes.
+    FILETIME mtime;           ///< Last write.
+    FILETIME ctime;           ///< Creation.
+    FILETIME atime;           ///< Last access.
+    DWORD grfMode;            ///< The mode it was opened with.
+    DWORD grfLocksSupported;  ///< 0: regions cannot be locked.
     CLSID clsid;
     DWORD grfStateBits;
     DWORD reserved;

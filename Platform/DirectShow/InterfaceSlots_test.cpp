@@ -85,40 +85,34 @@ TEST(InterfaceSlots, AreWhereTheyArePublished) {
     expect_slots<IMemInputPin, IUnknown>("IMemInputPin", 3, &IMemInputPin::GetAllocator, &IMemInputPin::NotifyAllocator,
                                          &IMemInputPin::GetAllocatorRequirements, &IMemInputPin::Receive,
                                          &IMemInputPin::ReceiveMultiple, &IMemInputPin::ReceiveCanBlock);
-    expect_slots<IMemAllocator, IUnknown>("IMemAllocator", 3, &IMemAllocator::SetProperties,
-                                          &IMemAllocator::GetProperties, &IMemAllocator::Commit,
-                                          &IMemAllocator::Decommit, &IMemAllocator::GetBuffer,
-                                          &IMemAllocator::ReleaseBuffer);
+    expect_slots<IMemAllocator, IUnknown>(
+        "IMemAllocator", 3, &IMemAllocator::SetProperties, &IMemAllocator::GetProperties, &IMemAllocator::Commit,
+        &IMemAllocator::Decommit, &IMemAllocator::GetBuffer, &IMemAllocator::ReleaseBuffer);
     expect_slots<IMemAllocatorCallbackTemp, IMemAllocator>("IMemAllocatorCallbackTemp", 9,
                                                            &IMemAllocatorCallbackTemp::SetNotify,
                                                            &IMemAllocatorCallbackTemp::GetFreeCount);
     expect_slots<IMemAllocatorNotifyCallbackTemp, IUnknown>("IMemAllocatorNotifyCallbackTemp", 3,
                                                             &IMemAllocatorNotifyCallbackTemp::NotifyRelease);
-    expect_slots<IMediaSample, IUnknown>("IMediaSample", 3, &IMediaSample::GetPointer, &IMediaSample::GetSize,
-                                         &IMediaSample::GetTime, &IMediaSample::SetTime, &IMediaSample::IsSyncPoint,
-                                         &IMediaSample::SetSyncPoint, &IMediaSample::IsPreroll,
-                                         &IMediaSample::SetPreroll, &IMediaSample::GetActualDataLength,
-                                         &IMediaSample::SetActualDataLength, &IMediaSample::GetMediaType,
-                                         &IMediaSample::SetMediaType, &IMediaSample::IsDiscontinuity,
-                                         &IMediaSample::SetDiscontinuity, &IMediaSample::GetMediaTime,
-                                         &IMediaSample::SetMediaTime);
+    expect_slots<IMediaSample, IUnknown>(
+        "IMediaSample", 3, &IMediaSample::GetPointer, &IMediaSample::GetSize, &IMediaSample::GetTime,
+        &IMediaSample::SetTime, &IMediaSample::IsSyncPoint, &IMediaSample::SetSyncPoint, &IMediaSample::IsPreroll,
+        &IMediaSample::SetPreroll, &IMediaSample::GetActualDataLength, &IMediaSample::SetActualDataLength,
+        &IMediaSample::GetMediaType, &IMediaSample::SetMediaType, &IMediaSample::IsDiscontinuity,
+        &IMediaSample::SetDiscontinuity, &IMediaSample::GetMediaTime, &IMediaSample::SetMediaTime);
     expect_slots<IMediaSample2, IMediaSample>("IMediaSample2", 19, &IMediaSample2::GetProperties,
                                               &IMediaSample2::SetProperties);
-    expect_slots<IMediaSeeking, IUnknown>("IMediaSeeking", 3, &IMediaSeeking::GetCapabilities,
-                                          &IMediaSeeking::CheckCapabilities, &IMediaSeeking::IsFormatSupported,
-                                          &IMediaSeeking::QueryPreferredFormat, &IMediaSeeking::GetTimeFormat,
-                                          &IMediaSeeking::IsUsingTimeFormat, &IMediaSeeking::SetTimeFormat,
-                                          &IMediaSeeking::GetDuration, &IMediaSeeking::GetStopPosition,
-                                          &IMediaSeeking::GetCurrentPosition, &IMediaSeeking::ConvertTimeFormat,
-                                          &IMediaSeeking::SetPositions, &IMediaSeeking::GetPositions,
-                                          &IMediaSeeking::GetAvailable, &IMediaSeeking::SetRate,
-                                          &IMediaSeeking::GetRate, &IMediaSeeking::GetPreroll);
-    expect_slots<IMediaPosition, IDispatch>("IMediaPosition", 7, &IMediaPosition::get_Duration,
-                                            &IMediaPosition::put_CurrentPosition, &IMediaPosition::get_CurrentPosition,
-                                            &IMediaPosition::get_StopTime, &IMediaPosition::put_StopTime,
-                                            &IMediaPosition::get_PrerollTime, &IMediaPosition::put_PrerollTime,
-                                            &IMediaPosition::put_Rate, &IMediaPosition::get_Rate,
-                                            &IMediaPosition::CanSeekForward, &IMediaPosition::CanSeekBackward);
+    expect_slots<IMediaSeeking, IUnknown>(
+        "IMediaSeeking", 3, &IMediaSeeking::GetCapabilities, &IMediaSeeking::CheckCapabilities,
+        &IMediaSeeking::IsFormatSupported, &IMediaSeeking::QueryPreferredFormat, &IMediaSeeking::GetTimeFormat,
+        &IMediaSeeking::IsUsingTimeFormat, &IMediaSeeking::SetTimeFormat, &IMediaSeeking::GetDuration,
+        &IMediaSeeking::GetStopPosition, &IMediaSeeking::GetCurrentPosition, &IMediaSeeking::ConvertTimeFormat,
+        &IMediaSeeking::SetPositions, &IMediaSeeking::GetPositions, &IMediaSeeking::GetAvailable,
+        &IMediaSeeking::SetRate, &IMediaSeeking::GetRate, &IMediaSeeking::GetPreroll);
+    expect_slots<IMediaPosition, IDispatch>(
+        "IMediaPosition", 7, &IMediaPosition::get_Duration, &IMediaPosition::put_CurrentPosition,
+        &IMediaPosition::get_CurrentPosition, &IMediaPosition::get_StopTime, &IMediaPosition::put_StopTime,
+        &IMediaPosition::get_PrerollTime, &IMediaPosition::put_PrerollTime, &IMediaPosition::put_Rate,
+        &IMediaPosition::get_Rate, &IMediaPosition::CanSeekForward, &IMediaPosition::CanSeekBackward);
     expect_slots<IAsyncReader, IUnknown>("IAsyncReader", 3, &IAsyncReader::RequestAllocator, &IAsyncReader::Request,
                                          &IAsyncReader::WaitForNext, &IAsyncReader::SyncReadAligned,
                                          &IAsyncReader::SyncRead, &IAsyncReader::Length, &IAsyncReader::BeginFlush,

@@ -34,7 +34,7 @@ struct BITMAPINFOHEADER {
 struct VIDEOINFOHEADER {
     RECT rcSource;
     RECT rcTarget;
-    DWORD dwBitRate;                 ///< Bits per second.
+    DWORD dwBitRate;  ///< Bits per second.
     DWORD dwBitErrorRate;
     REFERENCE_TIME AvgTimePerFrame;  ///< 100 ns.
     BITMAPINFOHEADER bmiHeader;
@@ -43,7 +43,7 @@ struct VIDEOINFOHEADER {
 struct VIDEOINFOHEADER2 {
     RECT rcSource;
     RECT rcTarget;
-    DWORD dwBitRate;                 ///< Bits per second.
+    DWORD dwBitRate;  ///< Bits per second.
     DWORD dwBitErrorRate;
     REFERENCE_TIME AvgTimePerFrame;  ///< 100 ns.
     DWORD dwInterlaceFlags;

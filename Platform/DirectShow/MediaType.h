@@ -15,7 +15,7 @@ struct AM_MEDIA_TYPE {
     ULONG lSampleSize;  ///< Bytes.
     GUID formattype;
     IUnknown* pUnk;
-    ULONG cbFormat;     ///< Bytes.
+    ULONG cbFormat;  ///< Bytes.
     BYTE* pbFormat;
 };
 

@@ -170,9 +170,7 @@ HRESULT CFilterGraph::ConnectDirect(IPin* ppinOut, IPin* ppinIn, const AM_MEDIA_
     return E_OUTOFMEMORY;
 }
 
-HRESULT CFilterGraph::Connect(IPin* ppinOut, IPin* ppinIn) {
-    return ConnectDirect(ppinOut, ppinIn, nullptr);
-}
+HRESULT CFilterGraph::Connect(IPin* ppinOut, IPin* ppinIn) { return ConnectDirect(ppinOut, ppinIn, nullptr); }
 
 HRESULT CFilterGraph::Reconnect(IPin* ppin) try {
     if (ppin == nullptr) return E_POINTER;
@@ -200,39 +198,21 @@ HRESULT CFilterGraph::Disconnect(IPin* ppin) {
 }
 
 // There is no store of filters to build with, and nothing to log of the building.
-HRESULT CFilterGraph::Render(IPin*) {
-    return E_NOTIMPL;
-}
-HRESULT CFilterGraph::RenderFile(const wchar_t*, const wchar_t*) {
-    return E_NOTIMPL;
-}
-HRESULT CFilterGraph::AddSourceFilter(const wchar_t*, const wchar_t*, IBaseFilter**) {
-    return E_NOTIMPL;
-}
-HRESULT CFilterGraph::SetLogFile(DWORD_PTR) {
-    return E_NOTIMPL;
-}
-HRESULT CFilterGraph::RenderFile(const wchar_t*) {
-    return E_NOTIMPL;
-}
-HRESULT CFilterGraph::AddSourceFilter(const wchar_t*, IDispatch**) {
-    return E_NOTIMPL;
-}
-HRESULT CFilterGraph::get_FilterCollection(IDispatch**) {
-    return E_NOTIMPL;
-}
-HRESULT CFilterGraph::get_RegFilterCollection(IDispatch**) {
-    return E_NOTIMPL;
-}
+HRESULT CFilterGraph::Render(IPin*) { return E_NOTIMPL; }
+HRESULT CFilterGraph::RenderFile(const wchar_t*, const wchar_t*) { return E_NOTIMPL; }
+HRESULT CFilterGraph::AddSourceFilter(const wchar_t*, const wchar_t*, IBaseFilter**) { return E_NOTIMPL; }
+HRESULT CFilterGraph::SetLogFile(DWORD_PTR) { return E_NOTIMPL; }
+HRESULT CFilterGraph::RenderFile(const wchar_t*) { return E_NOTIMPL; }
+HRESULT CFilterGraph::AddSourceFilter(const wchar_t*, IDispatch**) { return E_NOTIMPL; }
+HRESULT CFilterGraph::get_FilterCollection(IDispatch**) { return E_NOTIMPL; }
+HRESULT CFilterGraph::get_RegFilterCollection(IDispatch**) { return E_NOTIMPL; }
 
 HRESULT CFilterGraph::Abort() {
     m_aborted = true;
     return S_OK;
 }
 
-HRESULT CFilterGraph::ShouldOperationContinue() {
-    return m_aborted ? S_FALSE : S_OK;
-}
+HRESULT CFilterGraph::ShouldOperationContinue() { return m_aborted ? S_FALSE : S_OK; }
 
 HRESULT CreateFilterGraph(IGraphBuilder** ppGraph) {
     if (ppGraph == nullptr) return E_POINTER;

@@ -17,9 +17,7 @@ REFERENCE_TIME Now() {
     return count.QuadPart;  // in units of 100 ns already
 }
 
-HANDLE ToHandle(DWORD_PTR value) {
-    return reinterpret_cast<HANDLE>(value);
-}
+HANDLE ToHandle(DWORD_PTR value) { return reinterpret_cast<HANDLE>(value); }
 
 }  // namespace
 
@@ -30,7 +28,7 @@ CSystemClock::~CSystemClock() {
         m_changed.Set();
     }
     AllowWaitWithLocks reason("the clock's thread takes no lock but the clock's own, which is free");
-    const auto join = [this]() NO_THREAD_SAFETY_ANALYSIS { m_thread.Join(); };
+    const auto join = [this]() MK_NO_THREAD_SAFETY_ANALYSIS { m_thread.Join(); };
     join();
 }
 

@@ -38,19 +38,19 @@ private:
         HANDLE event;
     };
 
-    HRESULT Advise(REFERENCE_TIME due, REFERENCE_TIME period, HANDLE event, DWORD_PTR* cookie) EXCLUDES(m_lock);
-    HRESULT StartThread() REQUIRES(m_lock);
+    HRESULT Advise(REFERENCE_TIME due, REFERENCE_TIME period, HANDLE event, DWORD_PTR* cookie) MK_EXCLUDES(m_lock);
+    HRESULT StartThread() MK_REQUIRES(m_lock);
     void Run();
     /// Signals what is due and stores how long to sleep (milliseconds); false when no advice is left.
-    bool SignalDue(DWORD* sleep) EXCLUDES(m_lock);
+    bool SignalDue(DWORD* sleep) MK_EXCLUDES(m_lock);
 
     CCritSec m_lock{"system clock", LockRank::Object};
     CAMEvent m_changed;  ///< the advices are not what the thread saw
-    Thread m_thread GUARDED_BY(m_lock);
-    bool m_running GUARDED_BY(m_lock) = false;  ///< the thread will look at the advices again
-    REFERENCE_TIME m_lastTime GUARDED_BY(m_lock) = -1;
-    DWORD_PTR m_nextCookie GUARDED_BY(m_lock) = 1;
-    std::vector<Advice> m_advices GUARDED_BY(m_lock);
+    Thread m_thread MK_GUARDED_BY(m_lock);
+    bool m_running MK_GUARDED_BY(m_lock) = false;  ///< the thread will look at the advices again
+    REFERENCE_TIME m_lastTime MK_GUARDED_BY(m_lock) = -1;
+    DWORD_PTR m_nextCookie MK_GUARDED_BY(m_lock) = 1;
+    std::vector<Advice> m_advices MK_GUARDED_BY(m_lock);
 };
 
 /// Stores a new clock with a reference.

@@ -15,9 +15,7 @@ using namespace std::chrono_literals;
 constexpr REFERENCE_TIME kMillisecond = 10'000;
 constexpr DWORD kLong = 10'000;
 
-HEVENT ToNumber(const wil::unique_event& event) {
-    return reinterpret_cast<HEVENT>(event.get());
-}
+HEVENT ToNumber(const wil::unique_event& event) { return reinterpret_cast<HEVENT>(event.get()); }
 
 class SystemClockTest : public testing::Test {
 protected:

@@ -64,27 +64,27 @@ private:
     HRESULT SeekWhilePaused(const std::function<HRESULT()>& seek) override;
 
     // Membership and connections
-    Members::iterator Find(IBaseFilter* filter) REQUIRES(m_lock);
-    Members::iterator Find(const std::wstring& name) REQUIRES(m_lock);
-    topology::FilterList List() const REQUIRES(m_lock);
+    Members::iterator Find(IBaseFilter* filter) MK_REQUIRES(m_lock);
+    Members::iterator Find(const std::wstring& name) MK_REQUIRES(m_lock);
+    topology::FilterList List() const MK_REQUIRES(m_lock);
     /// A name that no filter has yet, made of the one wanted; empty when there is none left.
-    std::wstring FreeName(const std::wstring& wanted) REQUIRES(m_lock);
+    std::wstring FreeName(const std::wstring& wanted) MK_REQUIRES(m_lock);
     HRESULT DisconnectAll(IBaseFilter& filter);
-    HRESULT CheckConnectable(IPin& output, IPin& input) REQUIRES(m_lock);
+    HRESULT CheckConnectable(IPin& output, IPin& input) MK_REQUIRES(m_lock);
 
     // States
-    HRESULT PauseFilters() REQUIRES(m_lock);
-    HRESULT RunFilters() REQUIRES(m_lock);
-    HRESULT StopFilters() REQUIRES(m_lock);
-    HRESULT UseClock(IReferenceClock* clock) REQUIRES(m_lock);
-    REFERENCE_TIME ClockTime() REQUIRES(m_lock);
+    HRESULT PauseFilters() MK_REQUIRES(m_lock);
+    HRESULT RunFilters() MK_REQUIRES(m_lock);
+    HRESULT StopFilters() MK_REQUIRES(m_lock);
+    HRESULT UseClock(IReferenceClock* clock) MK_REQUIRES(m_lock);
+    REFERENCE_TIME ClockTime() MK_REQUIRES(m_lock);
 
     GraphLock m_lock;
-    Members m_members GUARDED_BY(m_lock);
-    FILTER_STATE m_state GUARDED_BY(m_lock) = State_Stopped;
-    ComPtr<IReferenceClock> m_clock GUARDED_BY(m_lock);
-    REFERENCE_TIME m_start GUARDED_BY(m_lock) = 0;       ///< clock time of stream time 0, while running
-    REFERENCE_TIME m_streamTime GUARDED_BY(m_lock) = 0;  ///< reached when last paused
+    Members m_members MK_GUARDED_BY(m_lock);
+    FILTER_STATE m_state MK_GUARDED_BY(m_lock) = State_Stopped;
+    ComPtr<IReferenceClock> m_clock MK_GUARDED_BY(m_lock);
+    REFERENCE_TIME m_start MK_GUARDED_BY(m_lock) = 0;       ///< clock time of stream time 0, while running
+    REFERENCE_TIME m_streamTime MK_GUARDED_BY(m_lock) = 0;  ///< reached when last paused
     std::atomic<int> m_version{0};
     std::atomic<bool> m_aborted{false};
     GraphEvents m_events;

@@ -9,9 +9,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 /// The platform's time-outs of the host's side: -1 has no end.
-DWORD ToWait(LONG milliseconds) {
-    return milliseconds < 0 ? INFINITE : static_cast<DWORD>(milliseconds);
-}
+DWORD ToWait(LONG milliseconds) { return milliseconds < 0 ? INFINITE : static_cast<DWORD>(milliseconds); }
 
 /// What is left of a time-out that began at `start`.
 DWORD Left(DWORD milliseconds, Clock::time_point start) {
@@ -20,13 +18,9 @@ DWORD Left(DWORD milliseconds, Clock::time_point start) {
     return passed >= milliseconds ? 0 : milliseconds - static_cast<DWORD>(passed);
 }
 
-bool EndsTheWork(LONG code) {
-    return code == EC_COMPLETE || code == EC_ERRORABORT || code == EC_USERABORT;
-}
+bool EndsTheWork(LONG code) { return code == EC_COMPLETE || code == EC_ERRORABORT || code == EC_USERABORT; }
 
-LONG_PTR ToParameter(IBaseFilter* filter) {
-    return reinterpret_cast<LONG_PTR>(filter);
-}
+LONG_PTR ToParameter(IBaseFilter* filter) { return reinterpret_cast<LONG_PTR>(filter); }
 
 }  // namespace
 

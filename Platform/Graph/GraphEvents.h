@@ -42,16 +42,16 @@ private:
     };
 
     /// Whether that was the last renderer to complete. A sender that does not say who it is counts for any.
-    bool CompletesAll(LONG_PTR sender) REQUIRES(m_lock);
-    void Free(const std::deque<Event>& events) EXCLUDES(m_lock);
-    void Queue(const Event& event) REQUIRES(m_lock);
+    bool CompletesAll(LONG_PTR sender) MK_REQUIRES(m_lock);
+    void Free(const std::deque<Event>& events) MK_EXCLUDES(m_lock);
+    void Queue(const Event& event) MK_REQUIRES(m_lock);
 
     CCritSec m_lock{"graph events", LockRank::Object};
-    std::deque<Event> m_queue GUARDED_BY(m_lock);
-    std::set<LONG_PTR> m_incomplete GUARDED_BY(m_lock);  ///< renderers that have not completed, by address
-    bool m_showEachCompletion GUARDED_BY(m_lock) = false;
-    bool m_running GUARDED_BY(m_lock) = false;
-    LONG m_completion GUARDED_BY(m_lock) = 0;  ///< the event that ended the graph's work
-    CAMEvent m_waiting{true};                  ///< the queue is not empty
-    CAMEvent m_completed{true};                ///< m_completion is set
+    std::deque<Event> m_queue MK_GUARDED_BY(m_lock);
+    std::set<LONG_PTR> m_incomplete MK_GUARDED_BY(m_lock);  ///< renderers that have not completed, by address
+    bool m_showEachCompletion MK_GUARDED_BY(m_lock) = false;
+    bool m_running MK_GUARDED_BY(m_lock) = false;
+    LONG m_completion MK_GUARDED_BY(m_lock) = 0;  ///< the event that ended the graph's work
+    CAMEvent m_waiting{true};                     ///< the queue is not empty
+    CAMEvent m_completed{true};                   ///< m_completion is set
 };

@@ -8,19 +8,19 @@
 /// Recursive: a filter may come back to its graph inside a call of the graph. Not a CCritSec, because it is held
 /// while filters change state and wait for their worker threads; that is safe as long as those threads leave it alone,
 /// which CFilterGraph.h asks of them. It comes before all other locks.
-class CAPABILITY("mutex") GraphLock {
+class MK_CAPABILITY("mutex") GraphLock {
 public:
-    void Lock() ACQUIRE() { m_mutex.lock(); }
-    void Unlock() RELEASE() { m_mutex.unlock(); }
+    void Lock() MK_ACQUIRE() { m_mutex.lock(); }
+    void Unlock() MK_RELEASE() { m_mutex.unlock(); }
 
 private:
     std::recursive_mutex m_mutex;
 };
 
-class SCOPED_CAPABILITY GraphAutoLock {
+class MK_SCOPED_CAPABILITY GraphAutoLock {
 public:
-    explicit GraphAutoLock(GraphLock& lock) ACQUIRE(lock) : m_lock(lock) { m_lock.Lock(); }
-    ~GraphAutoLock() RELEASE() { m_lock.Unlock(); }
+    explicit GraphAutoLock(GraphLock& lock) MK_ACQUIRE(lock) : m_lock(lock) { m_lock.Lock(); }
+    ~GraphAutoLock() MK_RELEASE() { m_lock.Unlock(); }
     GraphAutoLock(const GraphAutoLock&) = delete;
     GraphAutoLock& operator=(const GraphAutoLock&) = delete;
 

@@ -69,9 +69,7 @@ bool IsOutput(IPin& pin) {
     return SUCCEEDED(pin.QueryDirection(&direction)) && direction == PINDIR_OUTPUT;
 }
 
-bool IsConnected(IPin& pin) {
-    return static_cast<bool>(PeerOf(pin));
-}
+bool IsConnected(IPin& pin) { return static_cast<bool>(PeerOf(pin)); }
 
 bool Reaches(IBaseFilter& from, IBaseFilter& to) {
     std::set<IBaseFilter*> seen;

@@ -3,18 +3,18 @@
 #include "Platform/Kernel/CriticalSection.h"
 #include "Platform/Kernel/LastError.h"
 
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/ioctl.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <new>
 #include <system_error>
 #include <thread>
 #include <vector>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -114,8 +114,8 @@ private:
     }
 
     CCritSec m_lock{"console handlers", LockRank::Kernel};
-    std::vector<PHANDLER_ROUTINE> m_handlers GUARDED_BY(m_lock);
-    bool m_listening GUARDED_BY(m_lock) = false;
+    std::vector<PHANDLER_ROUTINE> m_handlers MK_GUARDED_BY(m_lock);
+    bool m_listening MK_GUARDED_BY(m_lock) = false;
 };
 
 REFERENCE_TIME ToReferenceTime(const timeval& time) {
@@ -124,9 +124,7 @@ REFERENCE_TIME ToReferenceTime(const timeval& time) {
 
 }  // namespace
 
-bool IsTerminal(StandardStream stream) noexcept {
-    return isatty(static_cast<int>(stream)) == 1;
-}
+bool IsTerminal(StandardStream stream) noexcept { return isatty(static_cast<int>(stream)) == 1; }
 
 int TerminalWidth(StandardStream stream, int fallback) noexcept {
     winsize size{};

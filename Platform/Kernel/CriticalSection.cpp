@@ -22,9 +22,7 @@ void PauseProcessor() {
 
 AllowWaitWithLocks::AllowWaitWithLocks(const char* reason) noexcept : m_previous(std::exchange(t_waitReason, reason)) {}
 
-AllowWaitWithLocks::~AllowWaitWithLocks() {
-    t_waitReason = m_previous;
-}
+AllowWaitWithLocks::~AllowWaitWithLocks() { t_waitReason = m_previous; }
 
 /// Two streams of a graph meet at a filter's lock time and again, and hold it for less time than it takes to put a
 /// thread to sleep and wake it: a thread tries for some microseconds before it sleeps.
@@ -62,19 +60,11 @@ void CCritSec::Give() noexcept {
 
 #ifdef NDEBUG
 
-void CCritSec::Lock() {
-    Acquire();
-}
-void CCritSec::Unlock() {
-    Give();
-}
-bool CCritSec::TryLock() {
-    return TryAcquire();
-}
+void CCritSec::Lock() { Acquire(); }
+void CCritSec::Unlock() { Give(); }
+bool CCritSec::TryLock() { return TryAcquire(); }
 void AssertMayWait(const char*) noexcept {}
-bool LockChecksEnabled() noexcept {
-    return false;
-}
+bool LockChecksEnabled() noexcept { return false; }
 
 #else
 
@@ -156,8 +146,6 @@ void AssertMayWait(const char* what) noexcept {
     Fail(text);
 }
 
-bool LockChecksEnabled() noexcept {
-    return true;
-}
+bool LockChecksEnabled() noexcept { return true; }
 
 #endif

@@ -24,16 +24,16 @@ inline constexpr int Kernel = 900;       ///< the kernel's own, innermost
 /// process with both locks' names on standard error: locks of one rank are not ordered among
 /// themselves (two filters' locks are taken in the direction of the stream), a lock of rank 0 is
 /// never checked, and taking a lock again that the thread holds is always allowed.
-class CAPABILITY("mutex") PLATFORM_KERNEL_API CCritSec {
+class MK_CAPABILITY("mutex") PLATFORM_KERNEL_API CCritSec {
 public:
     /// `name` must outlive the lock; a literal is meant.
     explicit CCritSec(const char* name = "", int rank = LockRank::Unchecked) noexcept : m_name(name), m_rank(rank) {}
     CCritSec(const CCritSec&) = delete;
     CCritSec& operator=(const CCritSec&) = delete;
 
-    void Lock() ACQUIRE();
-    void Unlock() RELEASE();
-    bool TryLock() TRY_ACQUIRE(true);
+    void Lock() MK_ACQUIRE();
+    void Unlock() MK_RELEASE();
+    bool TryLock() MK_TRY_ACQUIRE(true);
 
     const char* Name() const noexcept { return m_name; }
     int Rank() const noexcept { return m_rank; }
@@ -51,10 +51,10 @@ private:
 };
 
 /// Holds a lock for a scope.
-class SCOPED_CAPABILITY CAutoLock {
+class MK_SCOPED_CAPABILITY CAutoLock {
 public:
-    explicit CAutoLock(CCritSec* lock) ACQUIRE(lock) : m_pLock(lock) { m_pLock->Lock(); }
-    ~CAutoLock() RELEASE() { m_pLock->Unlock(); }
+    explicit CAutoLock(CCritSec* lock) MK_ACQUIRE(lock) : m_pLock(lock) { m_pLock->Lock(); }
+    ~CAutoLock() MK_RELEASE() { m_pLock->Unlock(); }
     CAutoLock(const CAutoLock&) = delete;
     CAutoLock& operator=(const CAutoLock&) = delete;
 

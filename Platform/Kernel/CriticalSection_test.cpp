@@ -13,14 +13,14 @@ namespace {
 
 /// clang's analysis knows no recursion and no order by rank, which these tests are about.
 struct Unanalysed {
-    explicit Unanalysed(CCritSec& l) NO_THREAD_SAFETY_ANALYSIS : lock(l) { lock.Lock(); }
-    ~Unanalysed() NO_THREAD_SAFETY_ANALYSIS { lock.Unlock(); }
+    explicit Unanalysed(CCritSec& l) MK_NO_THREAD_SAFETY_ANALYSIS : lock(l) { lock.Lock(); }
+    ~Unanalysed() MK_NO_THREAD_SAFETY_ANALYSIS { lock.Unlock(); }
     CCritSec& lock;
 };
 
-bool CanTakeOnAnotherThread(CCritSec& lock) NO_THREAD_SAFETY_ANALYSIS {
+bool CanTakeOnAnotherThread(CCritSec& lock) MK_NO_THREAD_SAFETY_ANALYSIS {
     bool taken = false;
-    std::thread([&]() NO_THREAD_SAFETY_ANALYSIS {
+    std::thread([&]() MK_NO_THREAD_SAFETY_ANALYSIS {
         taken = lock.TryLock();
         if (taken) lock.Unlock();
     }).join();
@@ -62,7 +62,7 @@ TEST(CriticalSectionTest, ManyContendersThatTakeItTryItAndTakeItAgain) {
     CCritSec lock;
     int count = 0;
     std::atomic<int> missed{0};
-    const auto contend = [&](int thread) NO_THREAD_SAFETY_ANALYSIS {
+    const auto contend = [&](int thread) MK_NO_THREAD_SAFETY_ANALYSIS {
         for (int n = 0; n < kRounds; ++n) {
             if ((n + thread) % 3 != 0) {
                 lock.Lock();
@@ -116,7 +116,7 @@ TEST_F(LockChecksTest, EndsTheProcessOnADescendingRankAndNamesBothLocks) {
 }
 
 TEST_F(LockChecksTest, ForgetsALockThatWasGivenBackOutOfOrder) {
-    const auto outOfOrder = [this]() NO_THREAD_SAFETY_ANALYSIS {
+    const auto outOfOrder = [this]() MK_NO_THREAD_SAFETY_ANALYSIS {
         m_low.Lock();
         m_high.Lock();
         m_low.Unlock();
@@ -128,7 +128,7 @@ TEST_F(LockChecksTest, ForgetsALockThatWasGivenBackOutOfOrder) {
 }
 
 TEST_F(LockChecksTest, EndsTheProcessOnAnUnlockWithoutALock) {
-    const auto unlock = [this]() NO_THREAD_SAFETY_ANALYSIS { m_low.Unlock(); };
+    const auto unlock = [this]() MK_NO_THREAD_SAFETY_ANALYSIS { m_low.Unlock(); };
     EXPECT_DEATH(unlock(), "Unlocking \"the low one\"");
 }
 

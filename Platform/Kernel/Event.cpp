@@ -41,7 +41,7 @@ BOOL InvalidHandle() {
 
 /// Gives the signal to the waiters it satisfies. Those that wait for one event are taken off the list and
 /// chained, to be unparked without the lock; those that wait for all are made to look again.
-Waiter* TakeSatisfied(EventSlot& slot) REQUIRES(slot.lock) {
+Waiter* TakeSatisfied(EventSlot& slot) MK_REQUIRES(slot.lock) {
     Waiter* woken = nullptr;
     WaitNode* next = nullptr;
     for (WaitNode* node = slot.first; node != nullptr && slot.signalled; node = next) {
@@ -84,22 +84,22 @@ public:
         return waitAll && m_distinct != m_count ? ERROR_INVALID_PARAMETER : NO_ERROR;
     }
 
-    void LockAll() NO_THREAD_SAFETY_ANALYSIS {
+    void LockAll() MK_NO_THREAD_SAFETY_ANALYSIS {
         for (std::size_t i = 0; i < m_distinct; ++i) m_order[i]->lock.Lock();
     }
-    void UnlockAll() NO_THREAD_SAFETY_ANALYSIS {
+    void UnlockAll() MK_NO_THREAD_SAFETY_ANALYSIS {
         for (std::size_t i = m_distinct; i-- > 0;) m_order[i]->lock.Unlock();
     }
 
     // With all locked:
 
-    bool AllCurrent() const NO_THREAD_SAFETY_ANALYSIS {
-        return std::all_of(m_events, m_events + m_count, [](const EventReference& e) NO_THREAD_SAFETY_ANALYSIS {
+    bool AllCurrent() const MK_NO_THREAD_SAFETY_ANALYSIS {
+        return std::all_of(m_events, m_events + m_count, [](const EventReference& e) MK_NO_THREAD_SAFETY_ANALYSIS {
             return e.slot->IsCurrent(e.generation);
         });
     }
     /// Takes the signal of the first set event, or of all; WAIT_TIMEOUT when there is not what is waited for.
-    DWORD Take(bool waitAll) NO_THREAD_SAFETY_ANALYSIS {
+    DWORD Take(bool waitAll) MK_NO_THREAD_SAFETY_ANALYSIS {
         std::size_t set = 0;
         for (; set < m_count; ++set)
             if (m_events[set].slot->signalled != waitAll) break;
@@ -111,7 +111,7 @@ public:
         for (std::size_t i = 0; i < m_count; ++i) Consume(*m_events[i].slot);
         return WAIT_OBJECT_0;
     }
-    void Join(Waiter& waiter) NO_THREAD_SAFETY_ANALYSIS {
+    void Join(Waiter& waiter) MK_NO_THREAD_SAFETY_ANALYSIS {
         for (std::size_t i = 0; i < m_count; ++i) {
             m_nodes[i] = {&waiter, nullptr, nullptr, static_cast<int>(i), false};
             m_events[i].slot->Link(m_nodes[i]);
@@ -127,7 +127,7 @@ public:
     }
 
 private:
-    static void Consume(EventSlot& slot) REQUIRES(slot.lock) { slot.signalled = slot.manual; }
+    static void Consume(EventSlot& slot) MK_REQUIRES(slot.lock) { slot.signalled = slot.manual; }
 
     std::size_t m_count = 0;
     std::size_t m_distinct = 0;

@@ -27,18 +27,18 @@ struct WaitNode {
 struct EventSlot {
     WordLock lock;
     std::uint32_t index = 0;  ///< constant once the slot was first given out
-    bool open GUARDED_BY(lock) = false;
-    bool manual GUARDED_BY(lock) = false;
-    bool signalled GUARDED_BY(lock) = false;
-    std::uintptr_t generation GUARDED_BY(lock) = 0;
+    bool open MK_GUARDED_BY(lock) = false;
+    bool manual MK_GUARDED_BY(lock) = false;
+    bool signalled MK_GUARDED_BY(lock) = false;
+    std::uintptr_t generation MK_GUARDED_BY(lock) = 0;
     // Waiters in the order of their coming; an auto-reset event goes to the first.
-    WaitNode* first GUARDED_BY(lock) = nullptr;
-    WaitNode* last GUARDED_BY(lock) = nullptr;
+    WaitNode* first MK_GUARDED_BY(lock) = nullptr;
+    WaitNode* last MK_GUARDED_BY(lock) = nullptr;
     EventSlot* nextFree = nullptr;  ///< guarded by the table's lock
 
-    bool IsCurrent(std::uintptr_t wanted) const REQUIRES(lock) { return open && generation == wanted; }
-    void Link(WaitNode& node) REQUIRES(lock);
-    void Unlink(WaitNode& node) REQUIRES(lock);
+    bool IsCurrent(std::uintptr_t wanted) const MK_REQUIRES(lock) { return open && generation == wanted; }
+    void Link(WaitNode& node) MK_REQUIRES(lock);
+    void Unlink(WaitNode& node) MK_REQUIRES(lock);
 };
 
 /// What a handle says: a slot and the generation it must have.
@@ -53,21 +53,21 @@ public:
     static EventTable& Instance();
 
     /// Null when there is no memory or no slot left.
-    HANDLE Create(bool manual, bool signalled) noexcept EXCLUDES(m_lock);
+    HANDLE Create(bool manual, bool signalled) noexcept MK_EXCLUDES(m_lock);
     /// The slot that the handle names; null for a handle never given out.
     EventReference Find(HANDLE handle) const noexcept;
     /// Takes back a slot that is closed and whose last waiter has left; its lock is not held.
-    void Recycle(EventSlot& slot) noexcept EXCLUDES(m_lock);
+    void Recycle(EventSlot& slot) noexcept MK_EXCLUDES(m_lock);
 
 private:
     static constexpr std::size_t kChunk = 256;
     static constexpr std::size_t kChunks = 4096;
     using Chunk = std::array<EventSlot, kChunk>;
 
-    EventSlot* TakeFree() noexcept EXCLUDES(m_lock);
+    EventSlot* TakeFree() noexcept MK_EXCLUDES(m_lock);
 
     CCritSec m_lock{"event table", LockRank::Kernel};
     std::array<std::atomic<Chunk*>, kChunks> m_chunks{};
-    EventSlot* m_free GUARDED_BY(m_lock) = nullptr;
-    std::uint32_t m_used GUARDED_BY(m_lock) = 0;  ///< slots that were ever given out
+    EventSlot* m_free MK_GUARDED_BY(m_lock) = nullptr;
+    std::uint32_t m_used MK_GUARDED_BY(m_lock) = 0;  ///< slots that were ever given out
 };

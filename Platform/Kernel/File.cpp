@@ -6,11 +6,11 @@
 #include "Platform/Kernel/SharedFile.h"
 #include "Platform/Kernel/Text.h"
 
-#include <fcntl.h>
-
 #include <new>
 #include <stdexcept>
 #include <string>
+
+#include <fcntl.h>
 
 namespace {
 
@@ -144,9 +144,7 @@ DWORD File::SetSize(std::uint64_t size) noexcept {
     return Report(m_shared->SetSize(m_descriptor, size));
 }
 
-DWORD File::Flush() noexcept {
-    return m_mode.access == FileAccess::Read ? NO_ERROR : Report(m_shared->Flush());
-}
+DWORD File::Flush() noexcept { return m_mode.access == FileAccess::Read ? NO_ERROR : Report(m_shared->Flush()); }
 
 DWORD File::GetTimes(FileTimes* times) noexcept {
     struct stat st {};

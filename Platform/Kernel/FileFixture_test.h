@@ -7,13 +7,13 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace file_test {
 

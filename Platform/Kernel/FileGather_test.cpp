@@ -1,11 +1,11 @@
 // What becomes of small writes.
 #include "Platform/Kernel/FileFixture_test.h"
 
-#include <signal.h>
-#include <sys/resource.h>
-
 #include <atomic>
 #include <thread>
+
+#include <signal.h>
+#include <sys/resource.h>
 
 namespace file_test {
 namespace {

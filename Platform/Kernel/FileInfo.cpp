@@ -3,9 +3,9 @@
 #include "Platform/Kernel/FileIo.h"
 #include "Platform/Kernel/LastError.h"
 
-#include <unistd.h>
-
 #include <cerrno>
+
+#include <unistd.h>
 
 DWORD QueryFileInfo(const std::string& path, FileInfo* info) noexcept {
     struct stat st {};

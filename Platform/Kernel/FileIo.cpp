@@ -2,13 +2,13 @@
 
 #include "Platform/Kernel/LastError.h"
 
-#include <fcntl.h>
-#include <sys/uio.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <limits>
+
+#include <fcntl.h>
+#include <sys/uio.h>
+#include <unistd.h>
 
 namespace file_io {
 

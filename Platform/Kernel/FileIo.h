@@ -4,11 +4,11 @@
 
 #include "Platform/Kernel/FileInfo.h"
 
-#include <sys/stat.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <span>
+
+#include <sys/stat.h>
 
 namespace file_io {
 

@@ -2,9 +2,9 @@
 
 #include "Platform/Kernel/LastError.h"
 
-#include <fcntl.h>
-
 #include <cerrno>
+
+#include <fcntl.h>
 
 namespace {
 
@@ -80,9 +80,7 @@ bool SharingCounts::Admit(const FileOpenMode& mode) {
     return true;
 }
 
-void SharingCounts::Dismiss(const FileOpenMode& mode) {
-    Add(mode, -1);
-}
+void SharingCounts::Dismiss(const FileOpenMode& mode) { Add(mode, -1); }
 
 void SharingCounts::Add(const FileOpenMode& mode, int count) {
     const SharingTraits t = TraitsOf(mode);

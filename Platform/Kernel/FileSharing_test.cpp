@@ -1,11 +1,11 @@
 // Who may open a file beside whom, in one process and in two.
 #include "Platform/Kernel/FileFixture_test.h"
 
-#include <signal.h>
-#include <sys/wait.h>
-
 #include <chrono>
 #include <thread>
+
+#include <signal.h>
+#include <sys/wait.h>
 
 namespace file_test {
 namespace {

@@ -8,17 +8,17 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -116,9 +116,7 @@ BOOL Earlier(DWORD) {
     return FALSE;
 }
 
-BOOL PassOn(DWORD) {
-    return FALSE;
-}
+BOOL PassOn(DWORD) { return FALSE; }
 
 TEST(ConsoleTest, HandlersRunOnAnOrdinaryThreadLastAddedFirst) {
     ASSERT_TRUE(SetConsoleCtrlHandler(Earlier, TRUE));

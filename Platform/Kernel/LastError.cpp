@@ -49,13 +49,9 @@ constexpr Counterpart kCounterparts[] = {
 
 }  // namespace
 
-DWORD GetLastError() noexcept {
-    return t_lastError;
-}
+DWORD GetLastError() noexcept { return t_lastError; }
 
-void SetLastError(DWORD error) noexcept {
-    t_lastError = error;
-}
+void SetLastError(DWORD error) noexcept { t_lastError = error; }
 
 DWORD ErrorFromErrno(int error) noexcept {
     for (const Counterpart& c : kCounterparts)
@@ -63,6 +59,4 @@ DWORD ErrorFromErrno(int error) noexcept {
     return ERROR_GEN_FAILURE;
 }
 
-DWORD SetLastErrorFromErrno(int error) noexcept {
-    return t_lastError = ErrorFromErrno(error);
-}
+DWORD SetLastErrorFromErrno(int error) noexcept { return t_lastError = ErrorFromErrno(error); }

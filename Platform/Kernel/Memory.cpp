@@ -3,14 +3,14 @@
 #include "Platform/Kernel/CriticalSection.h"
 #include "Platform/Kernel/LastError.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <map>
 #include <new>
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 
@@ -58,7 +58,7 @@ public:
 
 private:
     CCritSec m_lock{"page reservations", LockRank::Kernel};
-    std::map<std::uintptr_t, std::size_t> m_sizes GUARDED_BY(m_lock);
+    std::map<std::uintptr_t, std::size_t> m_sizes MK_GUARDED_BY(m_lock);
 };
 
 /// Never destroyed: blocks may be released while the process ends.
@@ -150,9 +150,7 @@ BOOL VirtualFree(void* address, std::size_t size, DWORD type) noexcept {
     return FALSE;
 }
 
-void* CoTaskMemAlloc(std::size_t size) noexcept {
-    return std::malloc(size);
-}
+void* CoTaskMemAlloc(std::size_t size) noexcept { return std::malloc(size); }
 
 void* CoTaskMemRealloc(void* block, std::size_t size) noexcept {
     if (block != nullptr && size == 0) {
@@ -162,6 +160,4 @@ void* CoTaskMemRealloc(void* block, std::size_t size) noexcept {
     return std::realloc(block, size);
 }
 
-void CoTaskMemFree(void* block) noexcept {
-    std::free(block);
-}
+void CoTaskMemFree(void* block) noexcept { std::free(block); }

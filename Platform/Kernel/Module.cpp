@@ -3,12 +3,12 @@
 #include "Platform/Kernel/LastError.h"
 #include "Platform/Kernel/Text.h"
 
-#include <dlfcn.h>
-
 #include <bit>
 #include <exception>
 #include <string>
 #include <string_view>
+
+#include <dlfcn.h>
 
 namespace {
 
@@ -20,9 +20,7 @@ std::string NativeName(std::string_view name) {
     return "lib" + std::string(name) + ".so";
 }
 
-HMODULE Load(const std::string& name) {
-    return dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
-}
+HMODULE Load(const std::string& name) { return dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL); }
 
 }  // namespace
 

@@ -10,15 +10,15 @@
 
 /// A lock of one word, for a few instructions at a time. Not a CCritSec: 64 events may have to be
 /// locked together, and no other lock is ever taken inside.
-class CAPABILITY("mutex") WordLock {
+class MK_CAPABILITY("mutex") WordLock {
 public:
-    void Lock() ACQUIRE() {
+    void Lock() MK_ACQUIRE() {
         int expected = kFree;
         if (m_word.compare_exchange_strong(expected, kHeld, std::memory_order_acquire)) return;
         while (m_word.exchange(kContended, std::memory_order_acquire) != kFree)
             m_word.wait(kContended, std::memory_order_relaxed);
     }
-    void Unlock() RELEASE() {
+    void Unlock() MK_RELEASE() {
         if (m_word.exchange(kFree, std::memory_order_release) == kContended) m_word.notify_one();
     }
 

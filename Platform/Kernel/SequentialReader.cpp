@@ -4,12 +4,12 @@
 #include "Platform/Kernel/FileIo.h"
 #include "Platform/Kernel/LastError.h"
 
+#include <cerrno>
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
-
-#include <cerrno>
 
 namespace {
 
@@ -20,9 +20,7 @@ DWORD Report(DWORD error) {
 
 }  // namespace
 
-SequentialReader::~SequentialReader() {
-    Close();
-}
+SequentialReader::~SequentialReader() { Close(); }
 
 void SequentialReader::Close() noexcept {
     if (m_owned) file_io::close_descriptor(m_descriptor);

@@ -24,20 +24,20 @@ public:
     void Leave(int descriptor);
 
 private:
-    DWORD HandOn() REQUIRES(m_lock);
+    DWORD HandOn() MK_REQUIRES(m_lock);
     DWORD ReaderHandOn();
     DWORD WriteThrough(int descriptor, std::uint64_t position, file_io::Bytes data, std::size_t* written)
-        REQUIRES(m_lock);
-    DWORD Gather(int descriptor, std::uint64_t position, file_io::Bytes data, std::size_t* written) REQUIRES(m_lock);
-    void DropHandedOn(std::size_t count) REQUIRES(m_lock);
-    bool FollowsOn(std::uint64_t position) const REQUIRES(m_lock);
+        MK_REQUIRES(m_lock);
+    DWORD Gather(int descriptor, std::uint64_t position, file_io::Bytes data, std::size_t* written) MK_REQUIRES(m_lock);
+    void DropHandedOn(std::size_t count) MK_REQUIRES(m_lock);
+    bool FollowsOn(std::uint64_t position) const MK_REQUIRES(m_lock);
 
     CCritSec m_lock{"file", LockRank::Kernel};
-    std::vector<std::uint8_t> m_gathered GUARDED_BY(m_lock);
-    std::uint64_t m_position GUARDED_BY(m_lock) = 0;  ///< of the first gathered byte
-    int m_descriptor GUARDED_BY(m_lock) = -1;         ///< through which they are handed on
-    DWORD m_failure GUARDED_BY(m_lock) = NO_ERROR;    ///< of a hand-on, for the next Flush
-    bool m_stuck GUARDED_BY(m_lock) = false;          ///< a hand-on failed; readers do not try again
+    std::vector<std::uint8_t> m_gathered MK_GUARDED_BY(m_lock);
+    std::uint64_t m_position MK_GUARDED_BY(m_lock) = 0;  ///< of the first gathered byte
+    int m_descriptor MK_GUARDED_BY(m_lock) = -1;         ///< through which they are handed on
+    DWORD m_failure MK_GUARDED_BY(m_lock) = NO_ERROR;    ///< of a hand-on, for the next Flush
+    bool m_stuck MK_GUARDED_BY(m_lock) = false;          ///< a hand-on failed; readers do not try again
     /// Whether a reader has to take the lock: something is gathered that no hand-on has failed on.
     std::atomic<bool> m_readersMustHandOn{false};
 };
@@ -48,8 +48,8 @@ public:
     static FileTable& Instance();
 
     /// The state shared by all opens of the file; null when sharing forbids this one. Throws std::bad_alloc.
-    std::shared_ptr<SharedFile> Enter(const FileIdentity& identity, const FileOpenMode& mode) EXCLUDES(m_lock);
-    void Leave(const FileIdentity& identity, const FileOpenMode& mode) EXCLUDES(m_lock);
+    std::shared_ptr<SharedFile> Enter(const FileIdentity& identity, const FileOpenMode& mode) MK_EXCLUDES(m_lock);
+    void Leave(const FileIdentity& identity, const FileOpenMode& mode) MK_EXCLUDES(m_lock);
 
 private:
     struct Entry {
@@ -58,5 +58,5 @@ private:
     };
 
     CCritSec m_lock{"file table", LockRank::Kernel};
-    std::map<FileIdentity, Entry> m_entries GUARDED_BY(m_lock);
+    std::map<FileIdentity, Entry> m_entries MK_GUARDED_BY(m_lock);
 };

@@ -105,11 +105,7 @@ std::wstring ConvertFromUtf8(std::string_view text) {
         });
 }
 
-std::wstring WidenForDisplay(std::string_view text) {
-    return Lenient<char, wchar_t>(text);
-}
-std::string NarrowForDisplay(std::wstring_view text) {
-    return Lenient<wchar_t, char>(text);
-}
+std::wstring WidenForDisplay(std::string_view text) { return Lenient<char, wchar_t>(text); }
+std::string NarrowForDisplay(std::wstring_view text) { return Lenient<wchar_t, char>(text); }
 
 }  // namespace win32

@@ -3,15 +3,15 @@
 #include "Platform/Kernel/CriticalSection.h"
 #include "Platform/Kernel/LastError.h"
 
-#include <pthread.h>
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <exception>
 #include <string>
 #include <system_error>
 #include <utility>
+
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace {
 

@@ -9,12 +9,8 @@ namespace utf {
 inline constexpr char32_t kInvalid = 0xFFFFFFFF;
 inline constexpr char32_t kReplacement = 0xFFFD;
 
-constexpr bool is_surrogate(char32_t c) {
-    return c >= 0xD800 && c <= 0xDFFF;
-}
-constexpr bool is_scalar(char32_t c) {
-    return c <= 0x10FFFF && !is_surrogate(c);
-}
+constexpr bool is_surrogate(char32_t c) { return c >= 0xD800 && c <= 0xDFFF; }
+constexpr bool is_scalar(char32_t c) { return c <= 0x10FFFF && !is_surrogate(c); }
 
 /// The code point at `p`, which moves behind it; kInvalid for a value that is none, one unit on.
 template <class Unit>

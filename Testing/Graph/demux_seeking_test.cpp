@@ -79,8 +79,8 @@ void expect_segment(playback& play, std::size_t pin, const movie_file& file, REF
         const bool is_sync = want.sample->sync && tells_sync(file, track);
         ASSERT_TRUE(got[i].start == shown && got[i].stop == gone && got[i].preroll == (gone < 1) &&
                     got[i].media_start == time_of(track, want.dts) &&
-                    got[i].media_stop == time_of(track, want.dts + want.sample->duration) &&
-                    got[i].sync == is_sync && got[i].discontinuity == (i == 0) && got[i].data == want.sample->bytes)
+                    got[i].media_stop == time_of(track, want.dts + want.sample->duration) && got[i].sync == is_sync &&
+                    got[i].discontinuity == (i == 0) && got[i].data == want.sample->bytes)
             << "sample " << first + i << " was " << got[i].start << " to " << got[i].stop;
     }
 }
@@ -141,8 +141,8 @@ ComPtr<IBaseFilter> make_demux() {
 
 /// Before the start, on and beside samples and sync samples, and behind the end (about two seconds).
 std::vector<REFERENCE_TIME> positions() {
-    std::vector<REFERENCE_TIME> all = {-5'000'000, -1, 0, 1, 400'000, 399'999, 400'001, 4'000'000, 3'999'999, 4'000'001,
-                                       213'333, 213'334, 30'000'000, 400'000'000'000};
+    std::vector<REFERENCE_TIME> all = {-5'000'000, -1,        0,         1,       400'000, 399'999,    400'001,
+                                       4'000'000,  3'999'999, 4'000'001, 213'333, 213'334, 30'000'000, 400'000'000'000};
     for (REFERENCE_TIME at = 0; all.size() < 50; at += 611'111) all.push_back(at);
     return all;
 }
@@ -198,8 +198,8 @@ TEST_P(DemuxSeeking, MovesAllPinsWhileTheyPlay) {
     for (const REFERENCE_TIME at : positions()) {
         ASSERT_EQ(m_play.seek(m_master, last = at), S_OK);
         // Now and then the threads get further than to their first sample.
-        if (++seeks % 5 == 0) m_play.recorder(0).wait_for_samples(m_play.recorder(0).samples().size() + 3,
-                                                                  std::chrono::milliseconds(2));
+        if (++seeks % 5 == 0)
+            m_play.recorder(0).wait_for_samples(m_play.recorder(0).samples().size() + 3, std::chrono::milliseconds(2));
     }
     ExpectAllPinsAt(last);
 }

@@ -1,8 +1,7 @@
 // Whole recordings with the plain multiplexer: what goes in on the pins is what a second reader finds in the file.
-#include "Testing/Graph/recording_graph.h"
-
 #include "MediaKit/IMPEG4Mux.h"
 #include "Platform/DirectShow/WaveFormatTags.h"
+#include "Testing/Graph/recording_graph.h"
 #include "Testing/Kit/log_capture.h"
 
 #include <gmock/gmock.h>

@@ -17,10 +17,10 @@ struct recorded_sample {
 };
 
 struct recorded_track {
-    std::string handler;            ///< "vide", "soun"
-    std::string entry;              ///< code of the sample entry
+    std::string handler;  ///< "vide", "soun"
+    std::string entry;    ///< code of the sample entry
     std::uint32_t timescale = 0;
-    std::int64_t edit_start = 0;    ///< media time of the edit list; 0 without one
+    std::int64_t edit_start = 0;  ///< media time of the edit list; 0 without one
     std::vector<recorded_sample> samples;
 };
 

@@ -1,13 +1,12 @@
 // A recording as a host makes it: scripted sources, a multiplexer and a file sink over memory in a filter graph.
 #pragma once
 
+#include "Platform/DirectShow/IGraphBuilder.h"
+#include "Platform/DirectShow/IMediaControl.h"
 #include "Testing/Graph/recorded_movie.h"
 #include "Testing/Kit/codec_types.h"
 #include "Testing/Kit/file_sink_input.h"
 #include "Testing/Kit/scripted_output.h"
-
-#include "Platform/DirectShow/IGraphBuilder.h"
-#include "Platform/DirectShow/IMediaControl.h"
 
 #include <memory>
 #include <vector>

@@ -8,11 +8,11 @@
 namespace mediakit_test {
 
 struct adts_options {
-    unsigned profile = 1;       ///< object type less 1: 1 is low complexity
-    unsigned rate_index = 3;    ///< 3: 48000, 4: 44100
+    unsigned profile = 1;     ///< object type less 1: 1 is low complexity
+    unsigned rate_index = 3;  ///< 3: 48000, 4: 44100
     unsigned channels = 2;
-    bool crc = false;           ///< two more bytes in the header
-    unsigned layer = 0;         ///< any other is wrong
+    bool crc = false;    ///< two more bytes in the header
+    unsigned layer = 0;  ///< any other is wrong
 };
 
 inline std::vector<std::uint8_t> adts_frame(const std::vector<std::uint8_t>& payload, const adts_options& o = {}) {

@@ -1,11 +1,11 @@
 // A byte stream over memory of its own that counts its calls and fails when told to.
 #pragma once
 
+#include "VideoIO/StreamFilters/Container/byte_stream.h"
+
 #include <cstdint>
 #include <limits>
 #include <vector>
-
-#include "VideoIO/StreamFilters/Container/byte_stream.h"
 
 namespace mediakit_test {
 

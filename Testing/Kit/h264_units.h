@@ -34,14 +34,14 @@ public:
 
     byte_vector sps(unsigned id = 0) const {
         bit_writer w;
-        w.u(8, 77).u(8, 0).u(8, 10);              // profile, constraints, level
-        w.ue(id).ue(12).ue(0).ue(12);             // 16-bit frame_num; order count type 0 with 16 bits
+        w.u(8, 77).u(8, 0).u(8, 10);   // profile, constraints, level
+        w.ue(id).ue(12).ue(0).ue(12);  // 16-bit frame_num; order count type 0 with 16 bits
         w.ue(2).u(1, 0).ue(m_width - 1).ue(m_height - 1).u(1, 1).u(1, 1).u(1, 0);
         w.u(1, m_frames_per_second != 0 ? 1 : 0);
         if (m_frames_per_second != 0) {
-            w.u(4, 0);                            // aspect ratio, overscan, video signal, chroma location
+            w.u(4, 0);  // aspect ratio, overscan, video signal, chroma location
             w.u(1, 1).u(32, 1).u(32, 2 * m_frames_per_second).u(1, 1);
-            w.u(4, 0);                            // both HRD, pic_struct, bitstream restriction
+            w.u(4, 0);  // both HRD, pic_struct, bitstream restriction
         }
         return annex_b(0x67, w.trailing().nal());
     }
@@ -64,8 +64,8 @@ public:
 
     /// Order counts go up by 2 a frame. `grey` is what the picture shows.
     byte_vector slice(picture kind, unsigned frame_num, unsigned order_count, std::uint8_t grey) const {
-        static constexpr unsigned i_pcm[] = {25, 30, 48};      // in I, P and B slices
-        static constexpr unsigned slice_types[] = {7, 5, 6};   // the same for the whole picture
+        static constexpr unsigned i_pcm[] = {25, 30, 48};     // in I, P and B slices
+        static constexpr unsigned slice_types[] = {7, 5, 6};  // the same for the whole picture
         static constexpr std::uint8_t nal_headers[] = {0x65, 0x41, 0x01};
         const auto index = static_cast<std::size_t>(kind);
 
@@ -74,13 +74,13 @@ public:
         if (kind == picture::idr) w.ue(0);
         w.u(16, order_count & 0xFFFF);
         if (kind == picture::b) w.u(1, 1);
-        if (kind != picture::idr) w.u(1, 0).u(1, 0);           // no override, no list modification
+        if (kind != picture::idr) w.u(1, 0).u(1, 0);  // no override, no list modification
         if (kind == picture::b) w.u(1, 0);
         if (kind == picture::idr) w.u(2, 0);
-        if (kind == picture::p) w.u(1, 0);                     // sliding window
-        w.se(0).ue(1);                                         // quantiser, no deblocking
+        if (kind == picture::p) w.u(1, 0);  // sliding window
+        w.se(0).ue(1);                      // quantiser, no deblocking
         for (unsigned macroblock = 0; macroblock < m_width * m_height; ++macroblock) {
-            if (kind != picture::idr) w.ue(0);                 // none skipped
+            if (kind != picture::idr) w.ue(0);  // none skipped
             w.ue(i_pcm[index]);
             while (w.size() % 8 != 0) w.u(1, 0);
             for (int i = 0; i < 256; ++i) w.u(8, grey);

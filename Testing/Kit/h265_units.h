@@ -21,7 +21,7 @@ public:
         bit_writer w;
         w.u(4, 0).u(2, 3).u(6, 0).u(3, 0).u(1, 1).u(16, 0xFFFF);
         profile_tier_level(w);
-        w.u(1, 1).ue(4).ue(2).ue(0);              // buffering, reordering, latency
+        w.u(1, 1).ue(4).ue(2).ue(0);  // buffering, reordering, latency
         w.u(6, 0).ue(0).u(1, 0).u(1, 0);
         return unit(32, w.trailing().nal());
     }
@@ -31,12 +31,12 @@ public:
         w.u(4, 0).u(3, 0).u(1, 1);
         profile_tier_level(w);
         w.ue(0).ue(1).ue(m_width).ue(m_height).u(1, 0);
-        w.ue(0).ue(0).ue(4);                      // 8-bit samples, 8 bits of order count
+        w.ue(0).ue(0).ue(4);  // 8-bit samples, 8 bits of order count
         w.u(1, 1).ue(4).ue(2).ue(0);
-        w.ue(0).ue(1).ue(0).ue(2).ue(0).ue(0);    // blocks of 8 to 16, transforms of 4 to 16
-        w.u(1, 0).u(1, 0).u(1, 0).u(1, 0);        // scaling lists, asymmetric partitions, SAO, PCM
-        w.ue(0).u(1, 0).u(1, 0).u(1, 0);          // reference sets, long-term, temporal vectors, smoothing
-        w.u(1, 0).u(1, 0);                        // VUI, extension
+        w.ue(0).ue(1).ue(0).ue(2).ue(0).ue(0);  // blocks of 8 to 16, transforms of 4 to 16
+        w.u(1, 0).u(1, 0).u(1, 0).u(1, 0);      // scaling lists, asymmetric partitions, SAO, PCM
+        w.ue(0).u(1, 0).u(1, 0).u(1, 0);        // reference sets, long-term, temporal vectors, smoothing
+        w.u(1, 0).u(1, 0);                      // VUI, extension
         return unit(33, w.trailing().nal());
     }
 
@@ -57,15 +57,15 @@ public:
         bit_writer w;
         w.u(1, 1);
         if (random_access) w.u(1, 0);
-        w.ue(0).ue(random_access ? 2 : 1);        // I or P
+        w.ue(0).ue(random_access ? 2 : 1);  // I or P
         if (type != idr_w_radl && type != idr_n_lp) {
             w.u(8, order_count & 0xFF).u(1, 0);
             if (type == cra)
                 w.ue(0).ue(0);
             else
-                w.ue(1).ue(0).ue(0).u(1, 1);      // one picture back
+                w.ue(1).ue(0).ue(0).u(1, 1);  // one picture back
         }
-        if (!random_access) w.u(1, 0).ue(0);      // no override of counts; merge candidates
+        if (!random_access) w.u(1, 0).ue(0);  // no override of counts; merge candidates
         w.se(0).trailing();
         for (std::size_t i = 0; i < size; ++i) w.u(8, filler);
         return unit(type, w.nal());
@@ -103,7 +103,7 @@ private:
     }
     static void profile_tier_level(bit_writer& w) {
         w.u(2, 0).u(1, 0).u(5, 1).u(32, 0x60000000);
-        w.u(4, 9).u(43, 0).u(1, 0);               // progressive frames only
+        w.u(4, 9).u(43, 0).u(1, 0);  // progressive frames only
         w.u(8, 93);
     }
 

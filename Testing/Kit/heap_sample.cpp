@@ -2,8 +2,7 @@
 
 namespace mediakit_test {
 
-ComPtr<heap_sample> heap_sample::create(std::vector<BYTE> bytes, REFERENCE_TIME start, REFERENCE_TIME stop,
-                                        bool sync) {
+ComPtr<heap_sample> heap_sample::create(std::vector<BYTE> bytes, REFERENCE_TIME start, REFERENCE_TIME stop, bool sync) {
     ComPtr<heap_sample> sample(new heap_sample);
     sample->bytes = std::move(bytes);
     sample->time = {start, stop};

@@ -1,13 +1,13 @@
 // Catches what is logged while it lives.
 #pragma once
 
+#include "Logging/LogSink.h"
+#include "Logging/qz_log.h"
+
 #include <algorithm>
 #include <mutex>
 #include <string>
 #include <vector>
-
-#include "Logging/LogSink.h"
-#include "Logging/qz_log.h"
 
 namespace mediakit_test {
 

@@ -44,7 +44,7 @@ box_builder avcc_record(const h264_units& units) {
 
 box_builder hvcc_record(const h265_units& units) {
     box_builder record;
-    record.u8(1).u8(1).u32(0x60000000).u16(0x9000).u32(0).u8(93);        // Main profile, level 3.1
+    record.u8(1).u8(1).u32(0x60000000).u16(0x9000).u32(0).u8(93);            // Main profile, level 3.1
     record.u16(0xF000).u8(0xFC).u8(0xFD).u8(0xF8).u8(0xF8).u16(0).u8(0x0F);  // 4:2:0, 8 bits, 4-byte lengths
     const byte_vector sets[] = {units.vps(), units.sps(), units.pps()};
     record.u8(std::size(sets));

@@ -35,20 +35,20 @@ struct movie_track {
     sizes size_table = sizes::table;    ///< constant takes the first sample's
     bool large_offsets = false;         ///< co64
     bool with_stss = true;
-    bool with_ctts = true;              ///< only when a sample has an offset
+    bool with_ctts = true;  ///< only when a sample has an offset
     std::vector<edit> edits = {};
     std::array<std::uint32_t, 9> matrix = {0x10000, 0, 0, 0, 0x10000, 0, 0, 0, 0x40000000};
 };
 
 /// How samples stand in fragments. Each fragment is a `moof` with a `traf` a track, and an `mdat`.
 struct fragment_layout {
-    std::size_t samples = 0;              ///< of each track in a fragment; 0: the file is plain
-    std::size_t samples_in_moov = 0;      ///< of each track, in front of the fragments
-    std::size_t samples_per_run = 0;      ///< 0: one `trun`
+    std::size_t samples = 0;          ///< of each track in a fragment; 0: the file is plain
+    std::size_t samples_in_moov = 0;  ///< of each track, in front of the fragments
+    std::size_t samples_per_run = 0;  ///< 0: one `trun`
     bool default_base_moof = true;
-    bool explicit_base = false;           ///< `tfhd` holds where the track's data begin
+    bool explicit_base = false;  ///< `tfhd` holds where the track's data begin
     bool tfdt = true;
-    bool defaults_in_tfhd = false;        ///< else in `trex`, from the track's first sample
+    bool defaults_in_tfhd = false;                                    ///< else in `trex`, from the track's first sample
     std::uint32_t run_flags = 0x001 | 0x100 | 0x200 | 0x400 | 0x800;  ///< ISO/IEC 14496-12, 8.8.8
 };
 
@@ -63,8 +63,8 @@ struct movie_file {
     std::vector<movie_track> tracks = {};
     std::uint32_t timescale = 1000;
     bool moov_first = true;
-    std::size_t mdats = 1;     ///< chunks are shared out evenly
-    bool large_mdat = false;   ///< 64-bit size
+    std::size_t mdats = 1;    ///< chunks are shared out evenly
+    bool large_mdat = false;  ///< 64-bit size
     fragment_layout fragments = {};
 
     /// Sees every box but `mdat`, children before their parent, and gives what stands in its place: another box,

@@ -1,11 +1,10 @@
 // A file in memory, played by a demultiplexer into recorders.
 #pragma once
 
+#include "Platform/DirectShow/IMediaSeeking.h"
 #include "Testing/Kit/memory_async_reader.h"
 #include "Testing/Kit/pins.h"
 #include "Testing/Kit/sample_recorder.h"
-
-#include "Platform/DirectShow/IMediaSeeking.h"
 
 #include <memory>
 #include <vector>

@@ -1,7 +1,7 @@
 // What the program says and does when something is wrong.
-#include <gmock/gmock.h>
-
 #include "Testing/Tool/recording_check.h"
+
+#include <gmock/gmock.h>
 
 namespace mediakit_test {
 namespace {

@@ -1,7 +1,7 @@
 // The box tree of real files: whole, and such that the peer finds in it what the program says.
-#include <gmock/gmock.h>
-
 #include "Testing/Tool/tool_run.h"
+
+#include <gmock/gmock.h>
 
 namespace mediakit_test {
 namespace {

@@ -1,19 +1,17 @@
 // Files of a kind that no writer at hand makes, built box by box.
+#include "Testing/Kit/movie_file.h"
+#include "Testing/Tool/reading_check.h"
+
 #include <gmock/gmock.h>
 
 #include <bit>
-
-#include "Testing/Kit/movie_file.h"
-#include "Testing/Tool/reading_check.h"
 
 namespace mediakit_test {
 namespace {
 
 constexpr std::size_t kPictures = 12, kGroup = 5;
 
-std::vector<byte_vector> Pictures() {
-    return h264_units(1, 1, 25).units(kPictures, kGroup);
-}
+std::vector<byte_vector> Pictures() { return h264_units(1, 1, 25).units(kPictures, kGroup); }
 
 movie_track VideoTrack(unsigned lengthSize = 4) {
     const h264_units units(1, 1, 25);
@@ -55,9 +53,7 @@ box_builder QuickTimeEntry(unsigned version, unsigned channels, unsigned rate, c
     return make_box("mp4a", entry.add(children));
 }
 
-box_builder AacDescriptor() {
-    return esds_box(0x40, audio_specific_config());
-}
+box_builder AacDescriptor() { return esds_box(0x40, audio_specific_config()); }
 
 struct BuiltCase {
     const char* name;
@@ -65,13 +61,9 @@ struct BuiltCase {
     PeerExpectation expectation = {};
 };
 
-std::ostream& operator<<(std::ostream& out, const BuiltCase& one) {
-    return out << one.name;
-}
+std::ostream& operator<<(std::ostream& out, const BuiltCase& one) { return out << one.name; }
 
-movie_file Both() {
-    return {.tracks = {VideoTrack(), SoundTrack(aac_entry(), 5, 3)}};
-}
+movie_file Both() { return {.tracks = {VideoTrack(), SoundTrack(aac_entry(), 5, 3)}}; }
 
 movie_file WithSizes(movie_track::sizes sizes, std::size_t smallest, std::size_t step) {
     movie_file file = Both();
@@ -83,20 +75,34 @@ movie_file WithSizes(movie_track::sizes sizes, std::size_t smallest, std::size_t
 // clang-format off: a row a case
 const BuiltCase kCases[] = {
     {"MoovFirst", Both},
-    {"MoovLast", [] { auto file = Both(); file.moov_first = false; return file; }},
-    {"LargeOffsets", [] {
+    {"MoovLast",
+     [] {
+         auto file = Both();
+         file.moov_first = false;
+         return file;
+     }},
+    {"LargeOffsets",
+     [] {
          auto file = Both();
          for (auto& track : file.tracks) track.large_offsets = true;
          return file;
      }},
-    {"LargeDataBox", [] { auto file = Both(); file.large_mdat = true; file.moov_first = false; return file; }},
-    {"SeveralDataBoxes", [] {
+    {"LargeDataBox",
+     [] {
+         auto file = Both();
+         file.large_mdat = true;
+         file.moov_first = false;
+         return file;
+     }},
+    {"SeveralDataBoxes",
+     [] {
          auto file = Both();
          file.mdats = 4;
          for (auto& track : file.tracks) track.samples_per_chunk = 3;
          return file;
      }},
-    {"OneSampleAChunk", [] {
+    {"OneSampleAChunk",
+     [] {
          auto file = Both();
          for (auto& track : file.tracks) track.samples_per_chunk = 1;
          return file;
@@ -106,29 +112,33 @@ const BuiltCase kCases[] = {
     {"SizesOf4Bits", [] { return WithSizes(movie_track::sizes::compact4, 4, 3); }},
     {"OneSize", [] { return WithSizes(movie_track::sizes::constant, 77, 0); }},
     {"LengthsOfTwoBytes", [] { return movie_file{.tracks = {VideoTrack(2)}}; }},
-    {"QuickTimeSoundVersion1", [] {
+    {"QuickTimeSoundVersion1",
+     [] {
          const box_builder wave = make_box("wave", AacDescriptor());
          return movie_file{.tracks = {SoundTrack(QuickTimeEntry(1, 2, 48000, wave), 9, 4)}};
      }},
-    {"QuickTimeSoundVersion2", [] {
+    {"QuickTimeSoundVersion2",
+     [] {
          const box_builder wave = make_box("wave", AacDescriptor());
          return movie_file{.tracks = {SoundTrack(QuickTimeEntry(2, 2, 48000, wave), 9, 4)}};
      }},
-    {"QuickTimeSoundVersion2NoWave", [] {
-         return movie_file{.tracks = {SoundTrack(QuickTimeEntry(2, 2, 48000, AacDescriptor()), 9, 4)}};
-     }},
-    {"PlayedFromTheMiddle", [] {
+    {"QuickTimeSoundVersion2NoWave",
+     [] { return movie_file{.tracks = {SoundTrack(QuickTimeEntry(2, 2, 48000, AacDescriptor()), 9, 4)}}; }},
+    {"PlayedFromTheMiddle",
+     [] {
          auto file = Both();
          file.tracks[0].edits = {{360, 3}};
          file.tracks[1].edits = {{300, 1000}};
          return file;
      }},
-    {"FragmentsWithExplicitBase", [] {
+    {"FragmentsWithExplicitBase",
+     [] {
          auto file = Both();
          file.fragments = {.samples = 5, .samples_per_run = 2, .default_base_moof = false, .explicit_base = true};
          return file;
      }},
-    {"FragmentsBehindSamples", [] {
+    {"FragmentsBehindSamples",
+     [] {
          auto file = Both();
          file.fragments = {.samples = 4, .samples_in_moov = 5};
          return file;

@@ -1,8 +1,8 @@
 // What `extract` says and does: options, outputs that fail, tracks that are damaged or have no such stream.
-#include <gmock/gmock.h>
-
 #include "Testing/Kit/movie_file.h"
 #include "Testing/Tool/tool_run.h"
+
+#include <gmock/gmock.h>
 
 namespace mediakit_test {
 namespace {
@@ -147,10 +147,10 @@ TEST_F(Extracting, AFailingWriteNamesFileAndByte) {
 TEST_F(Extracting, AnInterruptEndsIt) {
     m_folder.Run("for i in 1 2 3 4 5 6 7 8 9; do cat clip.h264; done >long.h264");
     ASSERT_EQ(m_folder.Tool("record -q -o long.mp4 --video long.h264").status, 0);
-    const RunResult run = m_folder.Run(
-        "mkfifo pipe\n" MEDIAKIT_PROGRAM
-        " extract long.mp4 -o - >pipe &\nprogram=$!\nexec 3<pipe\nhead -c 1 <&3 >got\nkill -INT $program\n"
-        "(sleep 1; cat) <&3 >>got &\nwait $program\nstatus=$?\nwait\nexit $status");
+    const RunResult run =
+        m_folder.Run("mkfifo pipe\n" MEDIAKIT_PROGRAM
+                     " extract long.mp4 -o - >pipe &\nprogram=$!\nexec 3<pipe\nhead -c 1 <&3 >got\nkill -INT $program\n"
+                     "(sleep 1; cat) <&3 >>got &\nwait $program\nstatus=$?\nwait\nexit $status");
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(run.err, HasSubstr("interrupted; extracted standard output"));
     const auto got = std::filesystem::file_size(m_folder.Path("got"));

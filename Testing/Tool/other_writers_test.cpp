@@ -1,7 +1,7 @@
 // Files as another writer makes them: read as that writer's own reader reads them.
-#include <gmock/gmock.h>
-
 #include "Testing/Tool/reading_check.h"
+
+#include <gmock/gmock.h>
 
 namespace mediakit_test {
 namespace {
@@ -13,15 +13,14 @@ struct FileCase {
     PeerExpectation expectation = {};
 };
 
-std::ostream& operator<<(std::ostream& out, const FileCase& one) {
-    return out << one.name;
-}
+std::ostream& operator<<(std::ostream& out, const FileCase& one) { return out << one.name; }
 
 constexpr const char* kInputs =
     "-f lavfi -i testsrc2=size=64x48:rate=25:duration=1.5 -f lavfi -i sine=sample_rate=44100:duration=1.5 ";
 #define X264 "-c:v libx264 -preset ultrafast -threads 1 -pix_fmt yuv420p -g 12 -bf 2 "
-#define X265 \
-    "-c:v libx265 -preset ultrafast -pix_fmt yuv420p -x265-params log-level=none:pools=none:frame-threads=1:keyint=12 "
+#define X265                                                        \
+    "-c:v libx265 -preset ultrafast -pix_fmt yuv420p -x265-params " \
+    "log-level=none:pools=none:frame-threads=1:keyint=12 "
 #define BOTH X264 "-c:a aac -b:a 64k "
 
 // clang-format off: a row a case
@@ -39,7 +38,9 @@ const FileCase kCases[] = {
     {"FragmentsOfOneTrack", "in.mp4", BOTH "-movflags frag_keyframe+empty_moov+separate_moof"},
     {"FragmentPerPicture", "in.mp4", BOTH "-movflags frag_every_frame+delay_moov"},
     // Keys that do not begin a fragment are not marked in the file; the peer finds them all the same.
-    {"FragmentsInterleaved", "in.mp4", BOTH "-frag_duration 500000 -frag_interleave 3 -movflags empty_moov",
+    {"FragmentsInterleaved",
+     "in.mp4",
+     BOTH "-frag_duration 500000 -frag_interleave 3 -movflags empty_moov",
      {.keys = false}},
     {"Dash", "in.mp4", BOTH "-movflags dash+frag_keyframe+delay_moov+default_base_moof"},
     {"GlobalIndexOfSegments", "in.mp4", BOTH "-movflags dash+frag_keyframe+empty_moov+global_sidx"},
@@ -47,7 +48,8 @@ const FileCase kCases[] = {
     {"NegativeOffsets", "in.mp4", BOTH "-movflags negative_cts_offsets", {.origin = false}},
     {"Cmaf", "in.mp4", BOTH "-movflags cmaf+frag_keyframe+delay_moov", {.origin = false}},
     {"EmptyEdit", "in.mp4", "-itsoffset 0.5 -f lavfi -i sine=duration=1 -map 0:v -map 2:a " BOTH},
-    {"SeveralTracks", "in.mp4", "-map 0:v -map 1:a -map 0:v -map 1:a -map 1:a " X264 "-s:v:1 32x32 -c:a:0 aac "
+    {"SeveralTracks", "in.mp4",
+     "-map 0:v -map 1:a -map 0:v -map 1:a -map 1:a " X264 "-s:v:1 32x32 -c:a:0 aac "
      "-c:a:1 libmp3lame -c:a:2 ac3"},
     {"H265Hev1", "in.mp4", X265 "-c:a ac3"},
     {"H265Hvc1Fragments", "in.mp4", X265 "-tag:v hvc1 -movflags frag_keyframe+empty_moov"},

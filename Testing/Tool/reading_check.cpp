@@ -1,12 +1,12 @@
 #include "Testing/Tool/reading_check.h"
 
+#include "Testing/Tool/recording_check.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <map>
-
-#include "Testing/Tool/recording_check.h"
 
 namespace mediakit_test {
 
@@ -54,9 +54,7 @@ std::map<std::uint32_t, PeerStream> PeerPackets(const WorkFolder& folder, const 
 }
 
 /// Times may differ by the rounding of both.
-bool Near(double a, double b) {
-    return std::abs(a - b) <= 1;
-}
+bool Near(double a, double b) { return std::abs(a - b) <= 1; }
 
 void ExpectPackets(const ReadPin& pin, const PeerStream& peer, const PeerExpectation& expectation) {
     ASSERT_EQ(pin.samples.size(), peer.packets.size());

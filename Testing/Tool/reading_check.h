@@ -1,11 +1,11 @@
 // Compares what the program reads out of a file with what ffmpeg reads out of it.
 #pragma once
 
+#include "Testing/Tool/tool_run.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "Testing/Tool/tool_run.h"
 
 namespace mediakit_test {
 

@@ -1,7 +1,7 @@
 // What `info` and `samples` tell and how, of files that can be played and of others.
-#include <gmock/gmock.h>
-
 #include "Testing/Tool/tool_run.h"
+
+#include <gmock/gmock.h>
 
 namespace mediakit_test {
 namespace {
@@ -246,9 +246,9 @@ TEST_F(Reading, WrongUsageAndOutputsThatFail) {
     const RunResult pin = m_folder.Tool("samples out.mp4 --pin 1");
     EXPECT_EQ(pin.status, 1);
     EXPECT_THAT(pin.err, HasSubstr("out.mp4: there is no pin 1; the last one is 0"));
-    for (const char* arguments : {"info out.mp4", "info --json out.mp4", "samples out.mp4", "boxes out.mp4",
-                                  "extract out.mp4 -o a", "extract --json out.mp4 -o b", "remux out.mp4 -o c.mp4",
-                                  "record --video clip.h264 -o d.mp4"}) {
+    for (const char* arguments :
+         {"info out.mp4", "info --json out.mp4", "samples out.mp4", "boxes out.mp4", "extract out.mp4 -o a",
+          "extract --json out.mp4 -o b", "remux out.mp4 -o c.mp4", "record --video clip.h264 -o d.mp4"}) {
         const RunResult full = m_folder.Tool(std::string(arguments) + " >/dev/full");
         EXPECT_EQ(full.status, 1) << arguments;
         EXPECT_EQ(full.err, "mediakit: standard output: cannot be written\n") << arguments;

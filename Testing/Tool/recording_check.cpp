@@ -19,9 +19,7 @@ std::vector<bool> KeysOf(const WorkFolder& folder, const std::string& file) {
     return keys;
 }
 
-double Number(const nlohmann::json& text) {
-    return std::stod(text.get<std::string>());
-}
+double Number(const nlohmann::json& text) { return std::stod(text.get<std::string>()); }
 
 }  // namespace
 

@@ -1,11 +1,11 @@
 // Compares a recording with the elementary streams it was made of, by what ffmpeg makes of both.
 #pragma once
 
+#include "Testing/Tool/tool_run.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "Testing/Tool/tool_run.h"
 
 namespace mediakit_test {
 

@@ -1,9 +1,9 @@
 // Recordings of what encoders make, compared picture by picture with the input decoded directly.
-#include <gtest/gtest.h>
-
 #include "Testing/Kit/h264_units.h"
 #include "Testing/Tool/reading_check.h"
 #include "Testing/Tool/recording_check.h"
+
+#include <gtest/gtest.h>
 
 namespace mediakit_test {
 namespace {
@@ -18,9 +18,7 @@ struct VideoCase {
     bool compareKeys = true;
 };
 
-std::ostream& operator<<(std::ostream& out, const VideoCase& one) {
-    return out << one.name;
-}
+std::ostream& operator<<(std::ostream& out, const VideoCase& one) { return out << one.name; }
 
 constexpr const char* kX265 = "-c:v libx265 -preset ultrafast -x265-params log-level=none:pools=none:frame-threads=1:";
 
@@ -137,9 +135,7 @@ struct AudioCase {
     int channels;
 };
 
-std::ostream& operator<<(std::ostream& out, const AudioCase& one) {
-    return out << one.name;
-}
+std::ostream& operator<<(std::ostream& out, const AudioCase& one) { return out << one.name; }
 
 // clang-format off: a row a case
 const AudioCase kAudioCases[] = {

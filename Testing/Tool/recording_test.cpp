@@ -1,7 +1,7 @@
 // What the program does with options, several tracks, pipes and interruptions.
-#include <gmock/gmock.h>
-
 #include "Testing/Tool/recording_check.h"
+
+#include <gmock/gmock.h>
 
 namespace mediakit_test {
 namespace {

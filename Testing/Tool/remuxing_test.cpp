@@ -1,11 +1,11 @@
 // A copy has the packets, times and pictures of its source, as another reader finds them in both.
-#include <gmock/gmock.h>
-
-#include <cmath>
-
 #include "Testing/Kit/h264_units.h"
 #include "Testing/Kit/movie_file.h"
 #include "Testing/Tool/recording_check.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
 
 namespace mediakit_test {
 namespace {
@@ -21,14 +21,12 @@ struct CopyCase {
     const char* reason = "";
 };
 
-std::ostream& operator<<(std::ostream& out, const CopyCase& one) {
-    return out << one.name;
-}
+std::ostream& operator<<(std::ostream& out, const CopyCase& one) { return out << one.name; }
 
 constexpr const char* kInputs =
     "-f lavfi -i testsrc2=size=64x48:rate=25:duration=2 -f lavfi -i sine=sample_rate=44100:duration=2 ";
 #define X264 "-c:v libx264 -preset ultrafast -threads 1 -pix_fmt yuv420p -g 12 -bf 3 "
-#define X265 \
+#define X265                                                        \
     "-c:v libx265 -preset ultrafast -pix_fmt yuv420p -x265-params " \
     "log-level=none:pools=none:frame-threads=1:keyint=12:bframes=3:open-gop=0 "
 #define BOTH X264 "-c:a aac -b:a 64k "
@@ -55,9 +53,7 @@ const CopyCase kCases[] = {
 };
 // clang-format on
 
-double Time(const json& packet, const char* name) {
-    return std::stod(packet.value(name, "nan"));
-}
+double Time(const json& packet, const char* name) { return std::stod(packet.value(name, "nan")); }
 
 json StreamsTaken(const json& probe) {
     json taken = json::array();
@@ -204,8 +200,9 @@ TEST(Remux, TakesNoMoreRoomThanItNeedsAndFinishesOnAFullDisk) {
     const std::string onSmallDisk = "unshare -rm sh -c 'mkdir -p disk && mount -t tmpfs -o size=2m none disk && ";
     if (folder.Run(onSmallDisk + "true'").status != 0) GTEST_SKIP() << "no disk of its own for a test";
     folder.Ffmpeg(std::string(kInputs) + BOTH "small.mp4");
-    folder.Ffmpeg("-f lavfi -i testsrc2=size=640x480:rate=25:duration=8 -f lavfi -i sine=duration=8 -c:v libx264 "
-                  "-preset ultrafast -b:v 3M -c:a aac big.mp4");
+    folder.Ffmpeg(
+        "-f lavfi -i testsrc2=size=640x480:rate=25:duration=8 -f lavfi -i sine=duration=8 -c:v libx264 "
+        "-preset ultrafast -b:v 3M -c:a aac big.mp4");
     const auto copy = [&](const std::string& file) {
         return folder.Run(onSmallDisk + MEDIAKIT_PROGRAM " remux --json " + file +
                           " -o disk/out.mp4; status=$?; cp disk/out.mp4 . && exit $status'");

@@ -1,8 +1,9 @@
 // Running programs in a folder of one's own, and reading what they print.
 #pragma once
 
-#include <filesystem>
 #include <nlohmann/json.hpp>
+
+#include <filesystem>
 #include <string>
 
 namespace mediakit_test {

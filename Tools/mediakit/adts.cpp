@@ -119,12 +119,8 @@ std::size_t ReadFrequencyIndex(BitReader& from) {
 
 }  // namespace
 
-std::uint32_t AdtsHeader::SampleRate() const {
-    return kSampleRates[frequencyIndex];
-}
-std::uint32_t AdtsHeader::Channels() const {
-    return kChannels[channelConfiguration];
-}
+std::uint32_t AdtsHeader::SampleRate() const { return kSampleRates[frequencyIndex]; }
+std::uint32_t AdtsHeader::Channels() const { return kChannels[channelConfiguration]; }
 
 bool AdtsHeader::SameStream(const AdtsHeader& other) const {
     return objectType == other.objectType && frequencyIndex == other.frequencyIndex &&

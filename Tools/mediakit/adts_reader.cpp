@@ -1,12 +1,12 @@
 #include "Tools/mediakit/adts_reader.h"
 
-#include <algorithm>
-#include <cstring>
-
 #include "Platform/DirectShow/MediaFormats.h"
 #include "Platform/DirectShow/Uuids.h"
 #include "Platform/DirectShow/WaveFormatTags.h"
 #include "Tools/mediakit/content.h"
+
+#include <algorithm>
+#include <cstring>
 
 namespace mediakit_tool {
 

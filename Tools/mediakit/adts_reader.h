@@ -1,10 +1,10 @@
 // Cuts AAC in ADTS into frames.
 #pragma once
 
-#include <span>
-
 #include "Tools/mediakit/adts.h"
 #include "Tools/mediakit/unit_reader.h"
+
+#include <span>
 
 namespace mediakit_tool {
 

@@ -1,13 +1,13 @@
 #include "Tools/mediakit/adts_reader.h"
 
-#include <gmock/gmock.h>
-
-#include <cstring>
-
 #include "Platform/DirectShow/MediaFormats.h"
 #include "Platform/DirectShow/Uuids.h"
 #include "Testing/Kit/bit_writer.h"
 #include "Tools/mediakit/memory_input_test.h"
+
+#include <gmock/gmock.h>
+
+#include <cstring>
 
 namespace mediakit_tool {
 namespace {

@@ -1,9 +1,9 @@
 #include "Tools/mediakit/annexb_converter.h"
 
-#include <algorithm>
-
 #include "Platform/Com/Results.h"
 #include "VideoIO/FilterUtil/MediaTypeUtil.h"
+
+#include <algorithm>
 
 namespace mediakit_tool {
 
@@ -16,9 +16,7 @@ constexpr std::size_t kInPlace = sizeof kStartCode;  ///< a prefix as long as a 
 constexpr unsigned kAvcSets = 7, kAvcDelimiter = 9;      // SPS, PPS
 constexpr unsigned kHevcSets = 32, kHevcDelimiter = 35;  // VPS, SPS, PPS
 
-unsigned UnitType(std::uint8_t firstByte, bool hevc) {
-    return hevc ? firstByte >> 1 & 0x3F : firstByte & 0x1F;
-}
+unsigned UnitType(std::uint8_t firstByte, bool hevc) { return hevc ? firstByte >> 1 & 0x3F : firstByte & 0x1F; }
 
 std::size_t ReadLength(const std::uint8_t* bytes, std::size_t size) {
     std::size_t length = 0;

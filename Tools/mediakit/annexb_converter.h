@@ -1,12 +1,12 @@
 // H.264 and H.265 out of MP4 samples as Annex B byte streams (ISO/IEC 14496-15 to 14496-10 and 23008-2, Annex B).
 #pragma once
 
+#include "Platform/DirectShow/MediaType.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
-
-#include "Platform/DirectShow/MediaType.h"
 
 namespace mediakit_tool {
 

@@ -1,9 +1,9 @@
 #include "Tools/mediakit/annexb_converter.h"
 
-#include <gmock/gmock.h>
-
 #include "Testing/Kit/codec_types.h"
 #include "Testing/Kit/log_capture.h"
+
+#include <gmock/gmock.h>
 
 namespace mediakit_tool {
 namespace {

@@ -1,11 +1,11 @@
 #include "Tools/mediakit/annexb_reader.h"
 
-#include <cstring>
-#include <numeric>
-
 #include "Platform/DirectShow/MediaFormats.h"
 #include "Platform/DirectShow/Uuids.h"
 #include "Tools/mediakit/content.h"
+
+#include <cstring>
+#include <numeric>
 
 namespace mediakit_tool {
 

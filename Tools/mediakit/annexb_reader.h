@@ -1,13 +1,13 @@
 // Cuts H.264 and H.265 in Annex B form into pictures with presentation times.
 #pragma once
 
-#include <memory>
-#include <optional>
-
 #include "Tools/mediakit/output_order.h"
 #include "Tools/mediakit/picture_cutter.h"
 #include "Tools/mediakit/unit_reader.h"
 #include "Tools/mediakit/video_codec.h"
+
+#include <memory>
+#include <optional>
 
 namespace mediakit_tool {
 

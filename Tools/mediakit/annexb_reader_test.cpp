@@ -1,16 +1,16 @@
 #include "Tools/mediakit/annexb_reader.h"
 
-#include <gmock/gmock.h>
-
-#include <cstring>
-#include <random>
-#include <set>
-
 #include "Platform/DirectShow/MediaFormats.h"
 #include "Platform/DirectShow/Uuids.h"
 #include "Testing/Kit/bit_writer.h"
 #include "Testing/Kit/h264_clips.h"
 #include "Tools/mediakit/memory_input_test.h"
+
+#include <gmock/gmock.h>
+
+#include <cstring>
+#include <random>
+#include <set>
 
 namespace mediakit_tool {
 namespace {

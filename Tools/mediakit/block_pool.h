@@ -1,15 +1,15 @@
 // Large blocks of input that samples point into.
 #pragma once
 
+#include "Platform/Kernel/CriticalSection.h"
+#include "Platform/Kernel/ThreadSafety.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
-
-#include "Platform/Kernel/CriticalSection.h"
-#include "Platform/Kernel/ThreadSafety.h"
 
 namespace mediakit_tool {
 
@@ -78,7 +78,7 @@ private:
     const std::size_t m_blockSize;
     const std::size_t m_kept;
     CCritSec m_lock{"BlockPool", LockRank::Object};
-    std::vector<std::unique_ptr<Block>> m_free GUARDED_BY(m_lock);
+    std::vector<std::unique_ptr<Block>> m_free MK_GUARDED_BY(m_lock);
 };
 
 }  // namespace mediakit_tool

@@ -1,16 +1,16 @@
 #include "Tools/mediakit/box_fields.h"
 
-#include <algorithm>
-#include <exception>
-#include <utility>
-#include <vector>
-
 #include "Tools/mediakit/box_field_visitor.h"
 #include "Tools/mediakit/box_layouts.h"
 #include "Tools/mediakit/box_stream.h"
 #include "VideoIO/StreamFilters/Container/exception.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
 #include "VideoIO/StreamFilters/Container/mp4_sampleentry_parser.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+#include <vector>
 
 namespace mediakit_tool {
 
@@ -45,9 +45,12 @@ const boxes::box_registry& PlainBoxes() {
 /// What stands in sample entries. An entry's own code may turn up there too and means something else.
 const boxes::box_registry& BoxesInEntries() {
     static const boxes::box_registry registry = {
-        {fourcc("avcC"), Make<boxes::avc_configuration_box>}, {fourcc("btrt"), Make<boxes::bit_rate_box>},
-        {fourcc("clap"), Make<boxes::clean_apperture_box>},   {fourcc("dac3"), Make<boxes::ac3_configuration_box>},
-        {fourcc("esds"), Make<boxes::esd_box>},               {fourcc("hvcC"), Make<boxes::hevc_configuration_box>},
+        {fourcc("avcC"), Make<boxes::avc_configuration_box>},
+        {fourcc("btrt"), Make<boxes::bit_rate_box>},
+        {fourcc("clap"), Make<boxes::clean_apperture_box>},
+        {fourcc("dac3"), Make<boxes::ac3_configuration_box>},
+        {fourcc("esds"), Make<boxes::esd_box>},
+        {fourcc("hvcC"), Make<boxes::hevc_configuration_box>},
         {fourcc("pasp"), Make<boxes::pixel_aspect_ratio_box>},
     };
     return registry;

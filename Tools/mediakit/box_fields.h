@@ -1,10 +1,10 @@
 // The fields of a box as names and values.
 #pragma once
 
-#include <cstdint>
-
 #include "Tools/mediakit/box_field_sink.h"
 #include "Tools/mediakit/box_walk.h"
+
+#include <cstdint>
 
 namespace mediakit_tool {
 

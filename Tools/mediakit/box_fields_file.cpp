@@ -7,10 +7,9 @@ void BoxFieldVisitor::visit(const boxes::file_type_box& box) {
     Plain();
     Text("major_brand", FourccText(box.major_brand));
     Number("minor_version", box.minor_version);
-    m_sink.Table("compatible_brands",
-                 {box.compatible_brands.size(), {"brand"}, [&box](std::uint64_t row, std::size_t) {
-                      return FieldValue(FourccText(box.compatible_brands[row]));
-                  }});
+    m_sink.Table("compatible_brands", {box.compatible_brands.size(), {"brand"}, [&box](std::uint64_t row, std::size_t) {
+                                           return FieldValue(FourccText(box.compatible_brands[row]));
+                                       }});
 }
 
 // ISO/IEC 14496-12, 8.16.3: what the three words of a reference hold.

@@ -1,11 +1,11 @@
-#include <algorithm>
-
 #include "Tools/mediakit/box_field_visitor.h"
 #include "Tools/mediakit/box_values.h"
 #include "VideoIO/MPEGUtil/AVCDecoderConfigurationRecord.h"
 #include "VideoIO/MPEGUtil/HEVCDecoderConfigurationRecord.h"
 #include "VideoIO/StreamFilters/Container/es_parser_base.h"
 #include "VideoIO/StreamFilters/Container/memory_stream.h"
+
+#include <algorithm>
 
 namespace mediakit_tool {
 
@@ -18,11 +18,24 @@ struct ObjectType {
 
 // The object types of the MPEG-4 registration authority.
 constexpr ObjectType kObjectTypes[] = {
-    {0x20, "MPEG-4 Visual"},    {0x21, "H.264"},          {0x23, "H.265"},          {0x40, "MPEG-4 AAC"},
-    {0x60, "MPEG-2 simple"},    {0x61, "MPEG-2 main"},    {0x66, "MPEG-2 AAC main"}, {0x67, "MPEG-2 AAC LC"},
-    {0x68, "MPEG-2 AAC SSR"},   {0x69, "MPEG-2 audio"},   {0x6A, "MPEG-1 video"},    {0x6B, "MPEG-1 audio"},
-    {0x6C, "JPEG"},             {0x6D, "PNG"},            {0xA5, "AC-3"},           {0xA6, "E-AC-3"},
-    {0xA9, "DTS"},              {0xAD, "Opus"},
+    {0x20, "MPEG-4 Visual"},
+    {0x21, "H.264"},
+    {0x23, "H.265"},
+    {0x40, "MPEG-4 AAC"},
+    {0x60, "MPEG-2 simple"},
+    {0x61, "MPEG-2 main"},
+    {0x66, "MPEG-2 AAC main"},
+    {0x67, "MPEG-2 AAC LC"},
+    {0x68, "MPEG-2 AAC SSR"},
+    {0x69, "MPEG-2 audio"},
+    {0x6A, "MPEG-1 video"},
+    {0x6B, "MPEG-1 audio"},
+    {0x6C, "JPEG"},
+    {0x6D, "PNG"},
+    {0xA5, "AC-3"},
+    {0xA6, "E-AC-3"},
+    {0xA9, "DTS"},
+    {0xAD, "Opus"},
 };
 
 std::string ObjectTypeName(std::uint8_t code) {
@@ -32,9 +45,7 @@ std::string ObjectTypeName(std::uint8_t code) {
 }
 
 /// The parser takes the first of the three bytes for the lowest; in the file it is the highest.
-std::uint32_t Reversed24(std::uint32_t value) {
-    return (value & 0xFF) << 16 | (value & 0xFF00) | (value >> 16 & 0xFF);
-}
+std::uint32_t Reversed24(std::uint32_t value) { return (value & 0xFF) << 16 | (value & 0xFF00) | (value >> 16 & 0xFF); }
 
 template <class Units>
 void TellUnits(FieldSink& sink, const char* name, const Units& units) {

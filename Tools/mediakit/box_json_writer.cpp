@@ -1,8 +1,9 @@
-#include <algorithm>
-#include <nlohmann/json.hpp>
-
 #include "Tools/mediakit/box_values.h"
 #include "Tools/mediakit/box_writers.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
 
 namespace mediakit_tool {
 
@@ -38,9 +39,7 @@ void BoxJsonWriter::Begin(const std::string& file, std::uint64_t size) {
     m_hasBoxes.push_back(true);
 }
 
-void BoxJsonWriter::End() {
-    Put("],\"problems\":" + std::to_string(m_problems) + "}\n");
-}
+void BoxJsonWriter::End() { Put("],\"problems\":" + std::to_string(m_problems) + "}\n"); }
 
 void BoxJsonWriter::Separate() {
     if (m_begun.back()) Put(",");

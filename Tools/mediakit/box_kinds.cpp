@@ -1,9 +1,9 @@
 #include "Tools/mediakit/box_kinds.h"
 
+#include "VideoIO/StreamFilters/Container/fourcc.h"
+
 #include <algorithm>
 #include <iterator>
-
-#include "VideoIO/StreamFilters/Container/fourcc.h"
 
 namespace mediakit_tool {
 
@@ -19,19 +19,42 @@ struct Container {
 
 // ISO/IEC 14496-12 table 1, 14496-14, 23008-12 and the QuickTime file format.
 constexpr Container kContainers[] = {
-    {fourcc("clip")}, {fourcc("dinf")}, {fourcc("dref"), 8},
-    {fourcc("edts")}, {fourcc("gmhd")}, {fourcc("hinf")},
-    {fourcc("hnti")}, {fourcc("ilst"), 0, BoxPlace::MetadataItem},
-    {fourcc("ipco")}, {fourcc("iprp")}, {fourcc("matt")},
-    {fourcc("mdia")}, {fourcc("meco")}, {fourcc("meta"), 4},
-    {fourcc("mfra")}, {fourcc("minf")}, {fourcc("moof")},
-    {fourcc("moov")}, {fourcc("mvex")}, {fourcc("rinf")},
-    {fourcc("rmda")}, {fourcc("rmra")}, {fourcc("schi")},
-    {fourcc("sinf")}, {fourcc("stbl")}, {fourcc("strd")},
-    {fourcc("strk")}, {fourcc("stsd"), 8, BoxPlace::Entry},
-    {fourcc("tapt")}, {fourcc("traf")}, {fourcc("trak")},
-    {fourcc("tmcd")}, {fourcc("tref"), 0, BoxPlace::TrackReference},
-    {fourcc("trgr")}, {fourcc("udta")}, {fourcc("wave")},
+    {fourcc("clip")},
+    {fourcc("dinf")},
+    {fourcc("dref"), 8},
+    {fourcc("edts")},
+    {fourcc("gmhd")},
+    {fourcc("hinf")},
+    {fourcc("hnti")},
+    {fourcc("ilst"), 0, BoxPlace::MetadataItem},
+    {fourcc("ipco")},
+    {fourcc("iprp")},
+    {fourcc("matt")},
+    {fourcc("mdia")},
+    {fourcc("meco")},
+    {fourcc("meta"), 4},
+    {fourcc("mfra")},
+    {fourcc("minf")},
+    {fourcc("moof")},
+    {fourcc("moov")},
+    {fourcc("mvex")},
+    {fourcc("rinf")},
+    {fourcc("rmda")},
+    {fourcc("rmra")},
+    {fourcc("schi")},
+    {fourcc("sinf")},
+    {fourcc("stbl")},
+    {fourcc("strd")},
+    {fourcc("strk")},
+    {fourcc("stsd"), 8, BoxPlace::Entry},
+    {fourcc("tapt")},
+    {fourcc("traf")},
+    {fourcc("trak")},
+    {fourcc("tmcd")},
+    {fourcc("tref"), 0, BoxPlace::TrackReference},
+    {fourcc("trgr")},
+    {fourcc("udta")},
+    {fourcc("wave")},
 };
 
 constexpr std::uint32_t kVisualEntries[] = {
@@ -42,10 +65,10 @@ constexpr std::uint32_t kVisualEntries[] = {
 };
 
 constexpr std::uint32_t kAudioEntries[] = {
-    fourcc(".mp3"), fourcc("Opus"), fourcc("ac-3"), fourcc("ac-4"), fourcc("alac"), fourcc("alaw"), fourcc("dtsc"),
-    fourcc("ec-3"), fourcc("enca"), fourcc("fLaC"), fourcc("fl32"), fourcc("fl64"), fourcc("in24"), fourcc("in32"),
-    fourcc("ipcm"), fourcc("lpcm"), fourcc("mp4a"), fourcc("samr"), fourcc("sawb"), fourcc("sowt"), fourcc("twos"),
-    fourcc("ulaw"),
+    fourcc(".mp3"), fourcc("Opus"), fourcc("ac-3"), fourcc("ac-4"), fourcc("alac"), fourcc("alaw"),
+    fourcc("dtsc"), fourcc("ec-3"), fourcc("enca"), fourcc("fLaC"), fourcc("fl32"), fourcc("fl64"),
+    fourcc("in24"), fourcc("in32"), fourcc("ipcm"), fourcc("lpcm"), fourcc("mp4a"), fourcc("samr"),
+    fourcc("sawb"), fourcc("sowt"), fourcc("twos"), fourcc("ulaw"),
 };
 
 /// Fields in front of the boxes of a sound entry, by version.

@@ -7,11 +7,11 @@ namespace mediakit_tool {
 
 /// Where a box stands decides what its type means.
 enum class BoxPlace {
-    Plain,         ///< anywhere else
-    Entry,         ///< right in `stsd`: a sample entry
-    InsideEntry,   ///< in a sample entry or deeper
+    Plain,           ///< anywhere else
+    Entry,           ///< right in `stsd`: a sample entry
+    InsideEntry,     ///< in a sample entry or deeper
     TrackReference,  ///< right in `tref`: the tracks it names, whatever its type
-    MetadataItem,  ///< right in `ilst`: an item of any name that holds boxes
+    MetadataItem,    ///< right in `ilst`: an item of any name that holds boxes
 };
 
 /// The fixed fields of a sample entry.

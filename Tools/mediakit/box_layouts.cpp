@@ -1,12 +1,12 @@
 #include "Tools/mediakit/box_layouts.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "Tools/mediakit/box_stream.h"
 #include "Tools/mediakit/box_values.h"
 #include "VideoIO/StreamFilters/Container/chunk_reader.h"
 #include "VideoIO/StreamFilters/Container/fourcc.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace mediakit_tool {
 
@@ -19,12 +19,12 @@ enum class Kind {
     Number16,
     Number32,
     Number64,
-    TopBit,      ///< of a byte
-    Time,        ///< 32 bits, from version 1 on 64
+    TopBit,  ///< of a byte
+    Time,    ///< 32 bits, from version 1 on 64
     Fourcc,
     Language,
-    String,      ///< up to a zero byte or the end
-    Text,        ///< all the rest
+    String,  ///< up to a zero byte or the end
+    Text,    ///< all the rest
     Bytes16,
     Rest,        ///< all the rest as bytes
     Words,       ///< all the rest as a list of 32-bit numbers
@@ -45,57 +45,98 @@ struct Layout {
     Field fields[6];
 };
 
+// clang-format off: a row a box
 // ISO/IEC 14496-12 unless it says otherwise.
 constexpr Layout kLayouts[] = {
-    {fourcc("data"), false, kEveryVersion, {{"value_type", Kind::Number32}, {"locale", Kind::Number32},
-                                            {"value", Kind::Rest}}},  // QuickTime
-    {fourcc("emsg"), true, 0, {{"scheme_id_uri", Kind::String}, {"value", Kind::String}, {"timescale", Kind::Number32},
-                               {"presentation_time_delta", Kind::Number32}, {"event_duration", Kind::Number32},
-                               {"id", Kind::Number32}}},
-    {fourcc("emsg"), true, 1, {{"timescale", Kind::Number32}, {"presentation_time", Kind::Number64},
-                               {"event_duration", Kind::Number32}, {"id", Kind::Number32},
-                               {"scheme_id_uri", Kind::String}, {"value", Kind::String}}},
+    {fourcc("data"),
+     false,
+     kEveryVersion,
+     {{"value_type", Kind::Number32}, {"locale", Kind::Number32}, {"value", Kind::Rest}}},  // QuickTime
+    {fourcc("emsg"),
+     true,
+     0,
+     {{"scheme_id_uri", Kind::String},
+      {"value", Kind::String},
+      {"timescale", Kind::Number32},
+      {"presentation_time_delta", Kind::Number32},
+      {"event_duration", Kind::Number32},
+      {"id", Kind::Number32}}},
+    {fourcc("emsg"),
+     true,
+     1,
+     {{"timescale", Kind::Number32},
+      {"presentation_time", Kind::Number64},
+      {"event_duration", Kind::Number32},
+      {"id", Kind::Number32},
+      {"scheme_id_uri", Kind::String},
+      {"value", Kind::String}}},
     {fourcc("fiel"), false, kEveryVersion, {{"field_count", Kind::Number8}, {"field_ordering", Kind::Number8}}},
     {fourcc("frma"), false, kEveryVersion, {{"data_format", Kind::Fourcc}}},
     {fourcc("mean"), true, kEveryVersion, {{"mean", Kind::Text}}},  // QuickTime
     {fourcc("mfro"), true, kEveryVersion, {{"size", Kind::Number32}}},
     {fourcc("pitm"), true, 0, {{"item_ID", Kind::Number16}}},
-    {fourcc("prft"), true, kEveryVersion, {{"reference_track_ID", Kind::Number32}, {"ntp_timestamp", Kind::Number64},
-                                           {"media_time", Kind::Time}}},
+    {fourcc("prft"),
+     true,
+     kEveryVersion,
+     {{"reference_track_ID", Kind::Number32}, {"ntp_timestamp", Kind::Number64}, {"media_time", Kind::Time}}},
     {fourcc("pssh"), true, kEveryVersion, {{"system_ID", Kind::Bytes16}, {"rest", Kind::Rest}}},  // ISO/IEC 23001-7
     {fourcc("sbgp"), true, 0, {{"grouping_type", Kind::Fourcc}, {"entries", Kind::GroupPairs}}},
-    {fourcc("sbgp"), true, 1, {{"grouping_type", Kind::Fourcc}, {"grouping_type_parameter", Kind::Number32},
-                               {"entries", Kind::GroupPairs}}},
-    {fourcc("schm"), true, kEveryVersion, {{"scheme_type", Kind::Fourcc}, {"scheme_version", Kind::Number32},
-                                           {"scheme_uri", Kind::String}}},
+    {fourcc("sbgp"),
+     true,
+     1,
+     {{"grouping_type", Kind::Fourcc}, {"grouping_type_parameter", Kind::Number32}, {"entries", Kind::GroupPairs}}},
+    {fourcc("schm"),
+     true,
+     kEveryVersion,
+     {{"scheme_type", Kind::Fourcc}, {"scheme_version", Kind::Number32}, {"scheme_uri", Kind::String}}},
     {fourcc("stsd"), true, kEveryVersion, {{"entry_count", Kind::Number32}}},
-    {fourcc("tcmi"), true, kEveryVersion, {{"text_font", Kind::Number16}, {"text_face", Kind::Number16},
-                                           {"text_size", Kind::Number16}, {"rest", Kind::Rest}}},  // QuickTime
-    {fourcc("tfra"), true, kEveryVersion, {{"track_ID", Kind::Number32}, {"length_sizes", Kind::Number32},
-                                           {"number_of_entry", Kind::Number32}, {"entries", Kind::Rest}}},
+    {fourcc("tcmi"),
+     true,
+     kEveryVersion,
+     {{"text_font", Kind::Number16},
+      {"text_face", Kind::Number16},
+      {"text_size", Kind::Number16},
+      {"rest", Kind::Rest}}},  // QuickTime
+    {fourcc("tfra"),
+     true,
+     kEveryVersion,
+     {{"track_ID", Kind::Number32},
+      {"length_sizes", Kind::Number32},
+      {"number_of_entry", Kind::Number32},
+      {"entries", Kind::Rest}}},
     {fourcc("url "), true, kEveryVersion, {{"location", Kind::String}}},
     {fourcc("urn "), true, kEveryVersion, {{"name", Kind::String}, {"location", Kind::String}}},
 };
+// clang-format on
 
 /// A track reference of any type: the tracks that it names.
 constexpr Layout kTrackReference = {0, false, kEveryVersion, {{"track_IDs", Kind::Words}}};
 
 /// `colr` by its first field; anything else is a profile of the ICC or unknown. `nclc` is QuickTime's.
-constexpr Layout kColourNclc = {fourcc("nclc"), false, kEveryVersion,
-                                {{"colour_type", Kind::Fourcc}, {"colour_primaries", Kind::Number16},
+constexpr Layout kColourNclc = {fourcc("nclc"),
+                                false,
+                                kEveryVersion,
+                                {{"colour_type", Kind::Fourcc},
+                                 {"colour_primaries", Kind::Number16},
                                  {"transfer_characteristics", Kind::Number16},
                                  {"matrix_coefficients", Kind::Number16}}};
-constexpr Layout kColourNclx = {fourcc("nclx"), false, kEveryVersion,
-                                {{"colour_type", Kind::Fourcc}, {"colour_primaries", Kind::Number16},
-                                 {"transfer_characteristics", Kind::Number16}, {"matrix_coefficients", Kind::Number16},
+constexpr Layout kColourNclx = {fourcc("nclx"),
+                                false,
+                                kEveryVersion,
+                                {{"colour_type", Kind::Fourcc},
+                                 {"colour_primaries", Kind::Number16},
+                                 {"transfer_characteristics", Kind::Number16},
+                                 {"matrix_coefficients", Kind::Number16},
                                  {"full_range_flag", Kind::TopBit}}};
 constexpr Layout kColourProfile = {0, false, kEveryVersion, {{"colour_type", Kind::Fourcc}, {"profile", Kind::Rest}}};
 
 /// A text item of QuickTime's user data: its code begins with the copyright sign.
-constexpr Layout kUserText = {0, false, kEveryVersion,
-                              {{"text_size", Kind::Number16}, {"language", Kind::Language}, {"text", Kind::Text}}};
+constexpr Layout kUserText = {
+    0, false, kEveryVersion, {{"text_size", Kind::Number16}, {"language", Kind::Language}, {"text", Kind::Text}}};
 /// The value of a metadata item that is UTF-8, by its type 1.
-constexpr Layout kTextValue = {fourcc("data"), false, kEveryVersion,
+constexpr Layout kTextValue = {fourcc("data"),
+                               false,
+                               kEveryVersion,
                                {{"value_type", Kind::Number32}, {"locale", Kind::Number32}, {"value", Kind::Text}}};
 constexpr std::uint32_t kUtf8Value = 1;
 

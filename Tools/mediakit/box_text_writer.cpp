@@ -1,8 +1,8 @@
-#include <algorithm>
-#include <cstdio>
-
 #include "Tools/mediakit/box_values.h"
 #include "Tools/mediakit/box_writers.h"
+
+#include <algorithm>
+#include <cstdio>
 
 namespace mediakit_tool {
 
@@ -21,7 +21,8 @@ std::string ToText(const FieldValue& value) {
         }
         /// Control characters would break the line, or the terminal.
         std::string operator()(std::string text) const {
-            std::replace_if(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '.');
+            std::replace_if(
+                text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '.');
             return text;
         }
     };
@@ -53,8 +54,8 @@ void BoxTextWriter::BeginBox(const BoxHeader& box) {
 }
 
 void BoxTextWriter::BytesLeft(std::uint64_t offset, std::uint64_t size, const std::string& problem) {
-    const std::string where = std::to_string(size) + (size == 1 ? " byte" : " bytes") + " at offset " +
-                              std::to_string(offset);
+    const std::string where =
+        std::to_string(size) + (size == 1 ? " byte" : " bytes") + " at offset " + std::to_string(offset);
     if (problem.empty()) return Line("(" + where + ")");
     ++m_problems;
     Line("! " + where + ": " + problem);

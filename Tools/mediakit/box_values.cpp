@@ -1,12 +1,12 @@
 #include "Tools/mediakit/box_values.h"
 
-#include <chrono>
-#include <cstdio>
-#include <limits>
-
 #include "Platform/Com/Types.h"
 #include "Tools/mediakit/frame_rate.h"
 #include "Tools/mediakit/recording_summary.h"
+
+#include <chrono>
+#include <cstdio>
+#include <limits>
 
 namespace mediakit_tool {
 

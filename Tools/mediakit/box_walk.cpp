@@ -1,10 +1,10 @@
 #include "Tools/mediakit/box_walk.h"
 
-#include <algorithm>
-
 #include "Tools/mediakit/box_values.h"
 #include "VideoIO/StreamFilters/Container/byte_order.h"
 #include "VideoIO/StreamFilters/Container/fourcc.h"
+
+#include <algorithm>
 
 namespace mediakit_tool {
 
@@ -18,9 +18,7 @@ constexpr std::uint32_t kExtendedType = 16;
 /// Zeros up to this size are told from other bytes behind the last box.
 constexpr std::uint32_t kPaddingLookedAt = 8;
 
-std::string BytesOf(std::uint64_t count) {
-    return std::to_string(count) + (count == 1 ? " byte" : " bytes");
-}
+std::string BytesOf(std::uint64_t count) { return std::to_string(count) + (count == 1 ? " byte" : " bytes"); }
 
 }  // namespace
 
@@ -33,8 +31,7 @@ void BoxWalk::Level(const Range& range, int level) {
         const bool descend = box.inside.holdsBoxes && box.FieldsEnd() < box.end;
         if (descend && level >= kDeepest) box.problems.push_back("boxes nested this deep are not looked at");
         m_listener.BeginBox(box);
-        if (descend && level < m_levels)
-            Level({box.FieldsEnd(), box.end, box.type, box.inside.children}, level + 1);
+        if (descend && level < m_levels) Level({box.FieldsEnd(), box.end, box.type, box.inside.children}, level + 1);
         m_listener.EndBox(box);
         at = box.end;
     }

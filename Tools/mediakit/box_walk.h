@@ -1,14 +1,14 @@
 // The boxes of a file as they lie, also those that nobody knows and those that are broken.
 #pragma once
 
+#include "Tools/mediakit/box_kinds.h"
+#include "VideoIO/StreamFilters/Container/byte_stream.h"
+
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "Tools/mediakit/box_kinds.h"
-#include "VideoIO/StreamFilters/Container/byte_stream.h"
 
 namespace mediakit_tool {
 
@@ -21,9 +21,9 @@ struct BoxHeader {
     std::uint32_t type = 0;
     std::optional<std::array<std::uint8_t, 16>> extendedType;  ///< of `uuid`
     BoxPlace place = BoxPlace::Plain;
-    EntryKind entry = EntryKind::Other;     ///< of a sample entry
-    BoxInside inside;                       ///< the front never reaches behind the end
-    std::vector<std::string> problems;      ///< what is wrong with it, in words
+    EntryKind entry = EntryKind::Other;  ///< of a sample entry
+    BoxInside inside;                    ///< the front never reaches behind the end
+    std::vector<std::string> problems;   ///< what is wrong with it, in words
 
     std::uint64_t Payload() const { return offset + headerSize; }
     /// End of the box's own fields: its children are not among them.

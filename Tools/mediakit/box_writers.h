@@ -1,11 +1,11 @@
 // The box tree as text and as JSON. Both are written box by box as the walk goes: memory holds one box.
 #pragma once
 
+#include "Tools/mediakit/box_fields.h"
+
 #include <cstdio>
 #include <string>
 #include <vector>
-
-#include "Tools/mediakit/box_fields.h"
 
 namespace mediakit_tool {
 

@@ -1,8 +1,5 @@
 #include "Tools/mediakit/boxes.h"
 
-#include <CLI/CLI.hpp>
-#include <cstdio>
-
 #include "Tools/mediakit/box_writers.h"
 #include "Tools/mediakit/file_byte_stream.h"
 #include "Tools/mediakit/input_file.h"
@@ -10,6 +7,10 @@
 #include "Tools/mediakit/messages.h"
 #include "Tools/mediakit/standard_output.h"
 #include "Tools/mediakit/system_error.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
 
 namespace mediakit_tool {
 
@@ -19,7 +20,8 @@ const std::string kBoxesFooter =
     "Each box is told with its offset and size in the file and its fields; what is wrong with a box\n"
     "stands behind a \"!\". Text shows the first " +
     std::to_string(kTextRows) + " rows of a table, twice as many of a list; JSON\nshows " + std::to_string(kJsonRows) +
-    " rows and " + std::to_string(kJsonBytes) + " bytes of a row of bytes. Sample data is not read.\n"
+    " rows and " + std::to_string(kJsonBytes) +
+    " bytes of a row of bytes. Sample data is not read.\n"
     "Exit status: 0 done, also when boxes are broken, 1 failed, 2 wrong usage.";
 
 }  // namespace

@@ -1,14 +1,14 @@
 // The box tree as text and JSON: of whole files, and of what is broken in them.
-#include <gmock/gmock.h>
-
-#include <cstdio>
-#include <nlohmann/json.hpp>
-
 #include "Testing/Kit/log_capture.h"
 #include "Testing/Kit/movie_file.h"
 #include "Tools/mediakit/box_values.h"
 #include "Tools/mediakit/box_writers.h"
 #include "VideoIO/StreamFilters/Container/memory_stream.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
 
 namespace mediakit_tool {
 namespace {
@@ -101,16 +101,16 @@ mediakit_test::movie_file Movie() {
 TEST(BoxTree, TellsTheFieldsOfAFile) {
     const auto built = Movie().build();
     const std::string text = TextOf(built.bytes);
-    for (const char* part : {
-             "ftyp  offset 0, size ", "    major_brand: ", "  mvhd  offset ", "      timescale: 1000\n",
-             "        matrix (9): 0 1 0 -1 0 0 0 0 1\n        turn: rotated by 90 degrees\n",
-             "entries (2): segment_duration, media_time, media_rate\n            500  -1  1\n            100  20  1\n",
-             "          timescale: 600\n          duration: 60 (0:00.100)\n", "          handler_type: vide\n",
-             "              entry_count: 1\n            avc1  offset ", "                  profile: ",
-             "entries (1): sample_count, sample_delta\n                3  20\n", "                1  -20\n",
-             "              entry_sizes (3): 10 11 12\n", "              sample_numbers (1): 1\n",
-             "            mp4a  offset ", "                samplerate: 48000\n", "object_type: 64 (MPEG-4 AAC)\n",
-             "              entry_sizes (40): 7 7 7 7 7 7 7 7 7 7 7 7 7 7 7 7 ...\n", "\nmdat  offset "})
+    for (const char* part :
+         {"ftyp  offset 0, size ", "    major_brand: ", "  mvhd  offset ", "      timescale: 1000\n",
+          "        matrix (9): 0 1 0 -1 0 0 0 0 1\n        turn: rotated by 90 degrees\n",
+          "entries (2): segment_duration, media_time, media_rate\n            500  -1  1\n            100  20  1\n",
+          "          timescale: 600\n          duration: 60 (0:00.100)\n", "          handler_type: vide\n",
+          "              entry_count: 1\n            avc1  offset ", "                  profile: ",
+          "entries (1): sample_count, sample_delta\n                3  20\n", "                1  -20\n",
+          "              entry_sizes (3): 10 11 12\n", "              sample_numbers (1): 1\n",
+          "            mp4a  offset ", "                samplerate: 48000\n", "object_type: 64 (MPEG-4 AAC)\n",
+          "              entry_sizes (40): 7 7 7 7 7 7 7 7 7 7 7 7 7 7 7 7 ...\n", "\nmdat  offset "})
         EXPECT_THAT(text, testing::HasSubstr(part));
     EXPECT_THAT(text, testing::Not(testing::HasSubstr("!")));
     const std::string upper = TextOf(built.bytes, 2);
@@ -151,68 +151,90 @@ TEST(BoxTree, ShowsWhatIsUnknownOrBrokenAndGoesOn) {
     const Case cases[] = {
         // Sizes that cannot be end their level, not the file.
         {in_udta(make_lying_box(7, "abcd", box_builder().u32(1))),
-         "udta  offset 0, size 40\n  ! 32 bytes at offset 8: abcd: its size of 7 bytes is less than its header\n" + after,
+         "udta  offset 0, size 40\n  ! 32 bytes at offset 8: abcd: its size of 7 bytes is less than its header\n" +
+             after,
          1},
         {in_udta(make_lying_box(0x7FFFFFFF, "abcd")),
          "udta  offset 0, size 40\n  abcd  offset 8, size 2147483647\n      ! ends 2147483615 bytes behind udta\n"
-         "      first_bytes (24): 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ...\n" + after,
+         "      first_bytes (24): 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ...\n" +
+             after,
          1},
         {in_udta(make_lying_large_box(15, "abcd")),
-         "udta  offset 0, size 40\n  ! 32 bytes at offset 8: abcd: its size of 15 bytes is less than its header\n" + after,
+         "udta  offset 0, size 40\n  ! 32 bytes at offset 8: abcd: its size of 15 bytes is less than its header\n" +
+             after,
          1},
         {in_udta(make_lying_large_box(0xFFFFFFFFFFFFFFFF, "abcd")),
          "udta  offset 0, size 40\n  abcd  offset 8, size 18446744073709551615\n"
          "      ! ends 18446744073709551583 bytes behind udta\n"
-         "      first_bytes (16): 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n" + after,
+         "      first_bytes (16): 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n" +
+             after,
          1},
         {in_udta(make_lying_box(0, "free")),
          "udta  offset 0, size 40\n  free  offset 8, size 32\n"
-         "      ! has size 0, which only the last box of a file may have\n" + after,
+         "      ! has size 0, which only the last box of a file may have\n" +
+             after,
          1},
         {make_box("udta", make_box("free", box_builder().zeros(16)).add(make_lying_box(24, "uuid"))).add(next),
-         "udta  offset 0, size 40\n  free  offset 8, size 24\n  ! 8 bytes at offset 32: uuid: the header is cut off\n" + after,
+         "udta  offset 0, size 40\n  free  offset 8, size 24\n  ! 8 bytes at offset 32: uuid: the header is cut off\n" +
+             after,
          1},
         // The end of a list in QuickTime files, and what is too short for a box.
         {in_udta({}), "udta  offset 0, size 40\n  (32 bytes at offset 8)\n" + after, 0},
         {make_box("udta", make_box("free", box_builder().zeros(20)).u32(0)).add(next),
          "udta  offset 0, size 40\n  free  offset 8, size 28\n  (4 bytes at offset 36)\n" + after, 0},
         {make_box("udta", make_box("free", box_builder().zeros(20)).u32(7)).add(next),
-         "udta  offset 0, size 40\n  free  offset 8, size 28\n  ! 4 bytes at offset 36: are too few for a box\n" + after, 1},
+         "udta  offset 0, size 40\n  free  offset 8, size 28\n  ! 4 bytes at offset 36: are too few for a box\n" +
+             after,
+         1},
         // Fields that are not there.
         {make_full_box("stts", 0, 0, box_builder().words({1000, 1, 2, 3, 4, 5, 6})).add(next),
-         "stts  offset 0, size 40\n    ! its fields cannot be read: it is too short for them, or of an unknown version\n"
-         "    first_bytes (32): 00 00 00 00 00 00 03 e8 00 00 00 01 00 00 00 02 ...\n" + after,
+         "stts  offset 0, size 40\n    ! its fields cannot be read: it is too short for them, or of an unknown "
+         "version\n"
+         "    first_bytes (32): 00 00 00 00 00 00 03 e8 00 00 00 01 00 00 00 02 ...\n" +
+             after,
          1},
         {make_full_box("mvhd", 9, 0, box_builder().zeros(28)).add(next),
-         "mvhd  offset 0, size 40\n    ! its fields cannot be read: it is too short for them, or of an unknown version\n"
-         "    first_bytes (32): 09 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ...\n" + after,
+         "mvhd  offset 0, size 40\n    ! its fields cannot be read: it is too short for them, or of an unknown "
+         "version\n"
+         "    first_bytes (32): 09 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ...\n" +
+             after,
          1},
         {make_full_box("sbgp", 0, 0, box_builder().text("roll").words({2, 5, 1, 6, 0x10001, 0})).add(next),
          "sbgp  offset 0, size 40\n    version: 0\n    flags: 0\n    grouping_type: roll\n"
-         "    entries (2): sample_count, group_description_index\n      5  1\n      6  65537\n" + after,
+         "    entries (2): sample_count, group_description_index\n      5  1\n      6  65537\n" +
+             after,
          0},
         {make_box("schm", box_builder().u32(0).text("cenc").zeros(24)).add(next),
          "schm  offset 0, size 40\n    version: 0\n    flags: 0\n    scheme_type: cenc\n    scheme_version: 0\n"
-         "    scheme_uri: \n" + after,
+         "    scheme_uri: \n" +
+             after,
          0},
         {make_box("stsd", box_builder().words({0, 1}).add(make_box("mp4a", box_builder().words({0, 0, 7 << 16, 0}))))
              .add(next),
          "stsd  offset 0, size 40\n    version: 0\n    flags: 0\n    entry_count: 1\n  mp4a  offset 16, size 24\n"
          "      ! is of version 7, which is not known\n"
          "      ! its fields cannot be read: it is too short for them, or of an unknown version\n"
-         "      first_bytes (16): 00 00 00 00 00 00 00 00 00 07 00 00 00 00 00 00\n" + after,
+         "      first_bytes (16): 00 00 00 00 00 00 00 00 00 07 00 00 00 00 00 00\n" +
+             after,
          2},
         // Names are shown, whatever they are.
-        {make_box("\x01" "a\xFF" "b"), "\\x01a\\xFFb  offset 0, size 8\n", 0},
-        {make_box("\xA9" "too", box_builder().u16(2).u16(0x15C7).text("hi")),
+        {make_box("\x01"
+                  "a\xFF"
+                  "b"),
+         "\\x01a\\xFFb  offset 0, size 8\n", 0},
+        {make_box("\xA9"
+                  "too",
+                  box_builder().u16(2).u16(0x15C7).text("hi")),
          "\u00A9too  offset 0, size 14\n    text_size: 2\n    language: eng\n    text: hi\n", 0},
         {make_box("ilst", make_box("any ", make_box("data", box_builder().words({1, 0}).text("x\ny")))),
          "ilst  offset 0, size 35\n  any   offset 8, size 27\n    data  offset 16, size 19\n        value_type: 1\n"
-         "        locale: 0\n        value: x.y\n", 0},
+         "        locale: 0\n        value: x.y\n",
+         0},
         {make_box("meta", make_box("hdlr")), "meta  offset 0, size 16\n  hdlr  offset 8, size 8\n", 0},
         {make_large_box("uuid", box_builder().fill(16, 0xAB).u8(1)),
          "uuid  offset 0, size 33, extended type ab ab ab ab ab ab ab ab ab ab ab ab ab ab ab ab\n"
-         "    first_bytes (1): 01\n", 0},
+         "    first_bytes (1): 01\n",
+         0},
     };
     for (const Case& one : cases) {
         EXPECT_EQ(TextOf(one.bytes.bytes()), one.text);

@@ -18,8 +18,6 @@ DWORD FileInput::Read(std::uint8_t* buffer, std::size_t size, std::size_t* read)
     return m_reader.Read(buffer, size, read);
 }
 
-void FileInput::Cancel() {
-    m_reader.Cancel();
-}
+void FileInput::Cancel() { m_reader.Cancel(); }
 
 }  // namespace mediakit_tool

@@ -1,13 +1,13 @@
 // Where the bytes of an elementary stream come from.
 #pragma once
 
+#include "Platform/Kernel/SequentialReader.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
-
-#include "Platform/Kernel/SequentialReader.h"
 
 namespace mediakit_tool {
 

@@ -1,10 +1,10 @@
 #include "Tools/mediakit/byte_output.h"
 
-#include <cerrno>
-#include <cstdio>
-
 #include "Platform/Kernel/LastError.h"
 #include "Platform/Kernel/Text.h"
+
+#include <cerrno>
+#include <cstdio>
 
 namespace mediakit_tool {
 
@@ -15,9 +15,7 @@ constexpr std::size_t kGatherLimit = 32 * 1024;      // a larger piece is dearer
 
 }  // namespace
 
-ByteOutput::ByteOutput() {
-    m_gathered.reserve(kGatherCapacity);
-}
+ByteOutput::ByteOutput() { m_gathered.reserve(kGatherCapacity); }
 
 DWORD ByteOutput::Open(const std::string& path) {
     if (path == "-") {

@@ -1,13 +1,13 @@
 // Where the bytes of an extracted stream go to.
 #pragma once
 
+#include "Platform/Kernel/File.h"
+
 #include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
 #include <vector>
-
-#include "Platform/Kernel/File.h"
 
 namespace mediakit_tool {
 

@@ -1,6 +1,7 @@
 #include "Tools/mediakit/common_options.h"
 
 #include <CLI/CLI.hpp>
+
 #include <limits>
 #include <map>
 

@@ -1,14 +1,14 @@
 #include "Tools/mediakit/container_facts.h"
 
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <limits>
-
 #include "Platform/Kernel/Text.h"
 #include "Tools/mediakit/box_walk.h"
 #include "Tools/mediakit/frame_rate.h"
 #include "VideoIO/StreamFilters/Container/fourcc.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <limits>
 
 namespace mediakit_tool {
 

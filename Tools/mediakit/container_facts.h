@@ -1,13 +1,13 @@
 // What a file says of itself and of the tracks in it (ISO/IEC 14496-12), whether or not they can be played.
 #pragma once
 
+#include "Platform/Com/Types.h"
+#include "VideoIO/StreamFilters/Container/byte_stream.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "Platform/Com/Types.h"
-#include "VideoIO/StreamFilters/Container/byte_stream.h"
 
 namespace mediakit_tool {
 

@@ -1,10 +1,10 @@
 #include "Tools/mediakit/container_facts.h"
 
-#include <gtest/gtest.h>
-
 #include "Testing/Kit/box_builder.h"
 #include "Tools/mediakit/file_byte_stream.h"
 #include "Tools/mediakit/test_file_test.h"
+
+#include <gtest/gtest.h>
 
 namespace mediakit_tool {
 namespace {
@@ -55,8 +55,8 @@ TEST(ContainerFacts, TellEachTrackByWhatIsThereOfIt) {
     const auto handler = [](const char* type) { return make_full_box("hdlr", 0, 0, box_builder().u32(0).text(type)); };
     const auto track = [&](const box_builder& tkhd, const box_builder& stsd) {
         const box_builder minf = make_box("minf", box_builder().add(handler("url ")).add(make_box("stbl", stsd)));
-        return make_box("trak", box_builder().add(tkhd).add(
-                                    make_box("mdia", box_builder().add(handler("vide")).add(minf))));
+        return make_box("trak",
+                        box_builder().add(tkhd).add(make_box("mdia", box_builder().add(handler("vide")).add(minf))));
     };
     const box_builder entries = make_full_box("stsd", 0, 0, box_builder().u32(1).u32(9999).text("vp09"));
     const box_builder moov =

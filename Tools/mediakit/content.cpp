@@ -1,10 +1,10 @@
 #include "Tools/mediakit/content.h"
 
-#include <algorithm>
-#include <string_view>
-
 #include "Tools/mediakit/adts.h"
 #include "VideoIO/MPEGUtil/StartCode.h"
+
+#include <algorithm>
+#include <string_view>
 
 namespace mediakit_tool {
 

@@ -1,11 +1,11 @@
 // Telling what a file is that cannot be recorded.
 #pragma once
 
+#include "Tools/mediakit/record_options.h"
+
 #include <cstdint>
 #include <span>
 #include <string>
-
-#include "Tools/mediakit/record_options.h"
 
 namespace mediakit_tool {
 

@@ -1,10 +1,10 @@
 #include "Tools/mediakit/disk_guard.h"
 
-#include <algorithm>
-
 #include "Platform/Com/Results.h"
 #include "Platform/Kernel/LastError.h"
 #include "Tools/mediakit/output_file.h"
+
+#include <algorithm>
 
 namespace mediakit_tool {
 

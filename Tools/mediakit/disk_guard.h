@@ -1,12 +1,12 @@
 // Ends a recording while the disk still has room for the index.
 #pragma once
 
+#include "Tools/mediakit/byte_input.h"
+
 #include <atomic>
 #include <cstdint>
 #include <functional>
 #include <string>
-
-#include "Tools/mediakit/byte_input.h"
 
 namespace mediakit_tool {
 

@@ -46,7 +46,8 @@ TEST(DiskGuard, TellsOnceThatTheDiskIsFull) {
 }
 
 TEST(DiskGuard, BooksWhatIsNeededAndAPartOfTheRoom) {
-    DiskGuard guard("out.mp4", 2, [] { return std::uint64_t{0}; }, [] {});
+    DiskGuard guard(
+        "out.mp4", 2, [] { return std::uint64_t{0}; }, [] {});
     guard.Arm();
     EXPECT_EQ(guard.Book(100, 70), 100u);
     EXPECT_EQ(guard.Book(100, 700), 700u);

@@ -41,9 +41,7 @@ ElementaryStream::ElementaryStream(ElementarySource& source, const SourceFeed& f
     m_reader.SetListener(this);
 }
 
-ElementaryStream::~ElementaryStream() {
-    m_reader.SetListener(nullptr);
-}
+ElementaryStream::~ElementaryStream() { m_reader.SetListener(nullptr); }
 
 HRESULT ElementaryStream::GetMediaType(CMediaType* pMediaType) {
     return pMediaType == nullptr ? E_POINTER : pMediaType->Set(m_reader.MediaType());
@@ -59,9 +57,7 @@ HRESULT ElementaryStream::DecideAllocator(IMemInputPin* pPin, IMemAllocator** pA
     return S_OK;
 }
 
-HRESULT ElementaryStream::DecideBufferSize(IMemAllocator*, ALLOCATOR_PROPERTIES*) {
-    return S_OK;
-}
+HRESULT ElementaryStream::DecideBufferSize(IMemAllocator*, ALLOCATOR_PROPERTIES*) { return S_OK; }
 
 HRESULT ElementaryStream::FillBuffer(IMediaSample* pSample) {
     Unit unit;

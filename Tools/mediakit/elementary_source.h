@@ -1,13 +1,13 @@
 // The host's source filter: one elementary stream, pushed as fast as downstream takes it.
 #pragma once
 
-#include <array>
-#include <atomic>
-
 #include "Platform/Com/ComPtr.h"
 #include "Platform/DirectShow/CSource.h"
 #include "Tools/mediakit/slice_allocator.h"
 #include "Tools/mediakit/unit_reader.h"
+
+#include <array>
+#include <atomic>
 
 namespace mediakit_tool {
 

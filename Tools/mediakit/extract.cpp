@@ -1,12 +1,5 @@
 #include "Tools/mediakit/extract.h"
 
-#include <CLI/CLI.hpp>
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <memory>
-#include <nlohmann/json.hpp>
-
 #include "Tools/mediakit/interrupt.h"
 #include "Tools/mediakit/log_watch.h"
 #include "Tools/mediakit/messages.h"
@@ -17,6 +10,14 @@
 #include "Tools/mediakit/standard_output.h"
 #include "Tools/mediakit/system_error.h"
 #include "Tools/mediakit/track_consumer.h"
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <memory>
 
 namespace mediakit_tool {
 
@@ -218,8 +219,6 @@ CLI::App* AddExtractVerb(CLI::App& program, ExtractOptions& options) {
     return verb;
 }
 
-int Extract(const ExtractOptions& options) {
-    return Extractor(options).Run();
-}
+int Extract(const ExtractOptions& options) { return Extractor(options).Run(); }
 
 }  // namespace mediakit_tool

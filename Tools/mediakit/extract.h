@@ -1,16 +1,16 @@
 // mediakit extract: one track of a file as an elementary stream.
 #pragma once
 
+#include "Tools/mediakit/common_options.h"
+
 #include <optional>
 #include <string>
-
-#include "Tools/mediakit/common_options.h"
 
 namespace mediakit_tool {
 
 struct ExtractOptions : FileOptions {
-    std::optional<int> pin;       ///< none: the first video stream, else the first
-    std::string output;           ///< "-": standard output
+    std::optional<int> pin;  ///< none: the first video stream, else the first
+    std::string output;      ///< "-": standard output
     bool raw = false;
     bool force = false;
 };

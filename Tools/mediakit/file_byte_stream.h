@@ -1,11 +1,11 @@
 // A file on disk as the container library reads it.
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "Platform/Kernel/File.h"
 #include "VideoIO/StreamFilters/Container/byte_stream.h"
+
+#include <memory>
+#include <string>
 
 namespace mediakit_tool {
 

@@ -1,8 +1,8 @@
 #include "Tools/mediakit/file_summary.h"
 
-#include <nlohmann/json.hpp>
-
 #include "Tools/mediakit/recording_summary.h"
+
+#include <nlohmann/json.hpp>
 
 namespace mediakit_tool {
 
@@ -10,9 +10,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-double Seconds(REFERENCE_TIME time) {
-    return static_cast<double>(time) / static_cast<double>(kUnitsPerSecond);
-}
+double Seconds(REFERENCE_TIME time) { return static_cast<double>(time) / static_cast<double>(kUnitsPerSecond); }
 
 /// Puts what there is to say behind a comma.
 void Add(std::string& text, const std::string& part) {
@@ -171,8 +169,7 @@ std::string ToJson(const FileSummary& summary) {
     for (const StreamSummary& stream : summary.streams) json["tracks"].push_back(StreamJson(stream));
     json["not_played"] = Json::array();
     for (const FileTrack& track : summary.notPlayed)
-        json["not_played"].push_back(
-            {{"track_id", track.trackId}, {"handler", track.handler}, {"entry", track.entry}});
+        json["not_played"].push_back({{"track_id", track.trackId}, {"handler", track.handler}, {"entry", track.entry}});
     // Texts out of files need not be valid UTF-8.
     return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }

@@ -1,13 +1,13 @@
 // What a file is, in words and as JSON.
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "Tools/mediakit/container_facts.h"
 #include "Tools/mediakit/log_watch.h"
 #include "Tools/mediakit/stream_facts.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace mediakit_tool {
 
@@ -30,7 +30,7 @@ struct FileSummary {
     std::vector<LogWatch::Note> messages;     ///< of the check
     std::vector<StreamSummary> streams;
     std::vector<FileTrack> notPlayed;  ///< tracks without a stream
-    std::string error;  ///< empty: the file can be played
+    std::string error;                 ///< empty: the file can be played
 };
 
 /// A few lines, each ended.

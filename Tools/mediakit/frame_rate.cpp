@@ -37,9 +37,7 @@ REFERENCE_TIME FrameRate::TimeOf(std::int64_t n) const {
     return RoundedQuotient(static_cast<Wide>(n) * den * kUnitsPerSecond, num);
 }
 
-REFERENCE_TIME FrameRate::AvgTimePerFrame() const {
-    return std::max<REFERENCE_TIME>(TimeOf(1), 1);
-}
+REFERENCE_TIME FrameRate::AvgTimePerFrame() const { return std::max<REFERENCE_TIME>(TimeOf(1), 1); }
 
 std::optional<FrameRate> MakeFrameRate(std::int64_t num, std::int64_t den) {
     if (num <= 0 || den <= 0 || num > kLargestTerm || den > kLargestTerm) return std::nullopt;

@@ -1,12 +1,12 @@
 // Frame rates as exact rationals, and the times that follow from them.
 #pragma once
 
+#include "Platform/Com/Types.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "Platform/Com/Types.h"
 
 namespace mediakit_tool {
 

@@ -88,9 +88,7 @@ HRESULT TrackAllocator::Decommit() {
     return hr;
 }
 
-std::unique_ptr<CMediaSample> TrackAllocator::MakeSample() {
-    return std::make_unique<BufferSample>(this, m_lSize);
-}
+std::unique_ptr<CMediaSample> TrackAllocator::MakeSample() { return std::make_unique<BufferSample>(this, m_lSize); }
 
 HRESULT CopySample::BecomeCopyOf(IMediaSample& original) {
     if (m_bytes.size() > static_cast<std::size_t>(std::numeric_limits<LONG>::max())) return VFW_E_BUFFER_OVERFLOW;

@@ -1,14 +1,14 @@
 // Allocators of a copy: as many samples as are needed, none given up until the end.
 #pragma once
 
-#include <atomic>
-#include <memory>
-#include <vector>
-
 #include "Platform/Com/ComPtr.h"
 #include "Platform/DirectShow/CMemAllocator.h"
 #include "Platform/Kernel/Event.h"
 #include "Tools/mediakit/track_crowd.h"
+
+#include <atomic>
+#include <memory>
+#include <vector>
 
 namespace mediakit_tool {
 
@@ -19,14 +19,14 @@ protected:
 
     /// A sample without waiting: when none is free, a new one.
     HRESULT GetOrMake(IMediaSample** sample);
-    virtual std::unique_ptr<CMediaSample> MakeSample() REQUIRES(m_lock) = 0;
+    virtual std::unique_ptr<CMediaSample> MakeSample() MK_REQUIRES(m_lock) = 0;
 
 private:
-    HRESULT Alloc() override REQUIRES(m_lock);
-    void Free() override REQUIRES(m_lock) {}
-    void Add() REQUIRES(m_lock);
+    HRESULT Alloc() override MK_REQUIRES(m_lock);
+    void Free() override MK_REQUIRES(m_lock) {}
+    void Add() MK_REQUIRES(m_lock);
 
-    std::vector<std::unique_ptr<CMediaSample>> m_samples GUARDED_BY(m_lock);
+    std::vector<std::unique_ptr<CMediaSample>> m_samples MK_GUARDED_BY(m_lock);
 };
 
 /// For the samples of one track. GetBuffer, which belongs to the track's thread, waits for one to come back while other
@@ -47,7 +47,7 @@ public:
     HRESULT Decommit() override;
 
 private:
-    std::unique_ptr<CMediaSample> MakeSample() override REQUIRES(m_lock);
+    std::unique_ptr<CMediaSample> MakeSample() override MK_REQUIRES(m_lock);
 
     TrackCrowd& m_crowd;
     CAMEvent m_wake;

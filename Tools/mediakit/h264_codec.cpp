@@ -1,9 +1,9 @@
-#include <algorithm>
-#include <iterator>
-
 #include "Platform/DirectShow/Uuids.h"
 #include "Tools/mediakit/video_codec.h"
 #include "VideoIO/MPEGUtil/SampleAspectRatio.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace mediakit_tool {
 
@@ -130,20 +130,15 @@ public:
         if (nal.empty() || (nal[0] & 0x80) != 0) return UnitRole::Invalid;
         const auto type = static_cast<std::uint8_t>(nal[0] & 0x1F);
         switch (type) {
-            case 0:
-                return UnitRole::Invalid;
+            case 0: return UnitRole::Invalid;
             case H264_NAL_SLICE:
             case H264_NAL_PARTITION_A:
-            case H264_NAL_IDR_SLICE:
-                return UnitRole::Slice;
+            case H264_NAL_IDR_SLICE: return UnitRole::Slice;
             case H264_NAL_SPS:
-            case H264_NAL_PPS:
-                return UnitRole::ParameterSet;
+            case H264_NAL_PPS: return UnitRole::ParameterSet;
             case H264_NAL_END_OF_SEQUENCE:
-            case H264_NAL_END_OF_STREAM:
-                return UnitRole::EndOfSequence;
-            default:
-                break;
+            case H264_NAL_END_OF_STREAM: return UnitRole::EndOfSequence;
+            default: break;
         }
         if (!H264StartsAccessUnitAfterSlice(type)) return UnitRole::Inside;
         // Types 14 to 18 stand between the slices of one picture too, as prefixes of slices.
@@ -208,9 +203,7 @@ private:
 
 }  // namespace
 
-std::unique_ptr<VideoCodec> MakeH264Codec() {
-    return std::make_unique<H264Codec>();
-}
+std::unique_ptr<VideoCodec> MakeH264Codec() { return std::make_unique<H264Codec>(); }
 
 std::optional<VideoFacts> ReadH264Facts(std::span<const std::uint8_t> nal) {
     const auto sps = ReadH264SequenceParameterSet(nal);

@@ -13,9 +13,9 @@ using namespace qz_MPEGUtil;
 constexpr std::uint32_t kIntraSlice = 2;  // slice_type, ITU-T H.265 table 7-7
 
 // ITU-T H.265, annex A: general_profile_idc
-constexpr const char* kProfiles[] = {nullptr,          "Main",        "Main 10",      "Main Still Picture",
-                                     "Range Extensions", "High Throughput", "Multiview Main", "Scalable Main",
-                                     "3D Main",        "Screen-Extended Main", "Scalable Range Extensions"};
+constexpr const char* kProfiles[] = {
+    nullptr,          "Main",          "Main 10", "Main Still Picture",   "Range Extensions",         "High Throughput",
+    "Multiview Main", "Scalable Main", "3D Main", "Screen-Extended Main", "Scalable Range Extensions"};
 
 std::string ProfileText(unsigned profile) {
     if (profile < std::size(kProfiles) && kProfiles[profile]) return kProfiles[profile];

@@ -1,14 +1,15 @@
 #include "Tools/mediakit/info.h"
 
-#include <CLI/CLI.hpp>
-#include <exception>
-#include <optional>
-
 #include "Tools/mediakit/file_byte_stream.h"
 #include "Tools/mediakit/file_summary.h"
 #include "Tools/mediakit/messages.h"
 #include "Tools/mediakit/playback_graph.h"
 #include "Tools/mediakit/standard_output.h"
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <optional>
 
 namespace mediakit_tool {
 

@@ -1,8 +1,8 @@
 #include "Tools/mediakit/interrupt.h"
 
-#include <atomic>
-
 #include "Platform/Kernel/Console.h"
+
+#include <atomic>
 
 namespace mediakit_tool {
 

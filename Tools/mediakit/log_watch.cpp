@@ -1,11 +1,11 @@
 #include "Tools/mediakit/log_watch.h"
 
+#include "Platform/Kernel/Text.h"
+#include "Tools/mediakit/system_error.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <string_view>
-
-#include "Platform/Kernel/Text.h"
-#include "Tools/mediakit/system_error.h"
 
 namespace mediakit_tool {
 
@@ -38,14 +38,10 @@ bool IsUnder(const std::string_view (&folders)[N], std::string_view path) {
                        [path](std::string_view folder) { return path.starts_with(folder); });
 }
 
-bool IsWriter(std::string_view path) {
-    return IsUnder(kWriters, path) && !path.starts_with(kReadsAndWrites);
-}
+bool IsWriter(std::string_view path) { return IsUnder(kWriters, path) && !path.starts_with(kReadsAndWrites); }
 
 /// The check forms name code, which says nothing to a user.
-bool IsInWords(std::string_view message) {
-    return !message.starts_with("QZ");
-}
+bool IsInWords(std::string_view message) { return !message.starts_with("QZ"); }
 
 /// What is only a warning did not stop anything.
 bool IsComplaint(const LogWatch::Note& note) {

@@ -2,14 +2,14 @@
 // else.
 #pragma once
 
-#include <atomic>
-#include <string>
-#include <vector>
-
 #include "Logging/LogSink.h"
 #include "Platform/Kernel/CriticalSection.h"
 #include "Platform/Kernel/ThreadSafety.h"
 #include "Tools/mediakit/messages.h"
+
+#include <atomic>
+#include <string>
+#include <vector>
 
 namespace mediakit_tool {
 
@@ -52,7 +52,7 @@ public:
 private:
     static constexpr std::size_t kMostNotes = 200;
 
-    void KeepNote(const Note& note) EXCLUDES(m_lock);
+    void KeepNote(const Note& note) MK_EXCLUDES(m_lock);
     void Take(const qz_log::record& record);
 
     Messages& m_messages;
@@ -61,10 +61,10 @@ private:
     std::atomic<bool> m_armed{false};
     std::atomic<bool> m_failed{false};
     mutable CCritSec m_lock{"LogWatch"};
-    std::string m_reason GUARDED_BY(m_lock);
-    std::vector<Note> m_notes GUARDED_BY(m_lock);
-    std::vector<std::string> m_complaints GUARDED_BY(m_lock);
-    std::string m_readError GUARDED_BY(m_lock);
+    std::string m_reason MK_GUARDED_BY(m_lock);
+    std::vector<Note> m_notes MK_GUARDED_BY(m_lock);
+    std::vector<std::string> m_complaints MK_GUARDED_BY(m_lock);
+    std::string m_readError MK_GUARDED_BY(m_lock);
 };
 
 }  // namespace mediakit_tool

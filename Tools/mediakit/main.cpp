@@ -1,13 +1,4 @@
 // mediakit: records elementary streams through a filter graph, and reads what was recorded.
-#include <CLI/CLI.hpp>
-#include <csignal>
-#include <cstdio>
-#include <exception>
-#include <functional>
-#include <memory>
-#include <utility>
-#include <vector>
-
 #include "Platform/Kernel/Text.h"
 #include "Tools/mediakit/boxes.h"
 #include "Tools/mediakit/extract.h"
@@ -15,6 +6,16 @@
 #include "Tools/mediakit/record.h"
 #include "Tools/mediakit/remux.h"
 #include "Tools/mediakit/samples.h"
+
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
 
 namespace {
 

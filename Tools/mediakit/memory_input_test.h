@@ -1,14 +1,14 @@
 // An input in memory, for tests: any size of read, and an error instead of an end.
 #pragma once
 
-#include <algorithm>
-#include <atomic>
-#include <vector>
-
 #include "Platform/Com/Results.h"
 #include "Platform/Kernel/LastError.h"
 #include "Tools/mediakit/byte_input.h"
 #include "Tools/mediakit/messages.h"
+
+#include <algorithm>
+#include <atomic>
+#include <vector>
 
 namespace mediakit_tool {
 

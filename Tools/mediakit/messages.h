@@ -2,13 +2,13 @@
 // on a terminal.
 #pragma once
 
+#include "Platform/Kernel/CriticalSection.h"
+#include "Platform/Kernel/ThreadSafety.h"
+
 #include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "Platform/Kernel/CriticalSection.h"
-#include "Platform/Kernel/ThreadSafety.h"
 
 namespace mediakit_tool {
 
@@ -31,13 +31,13 @@ public:
     std::vector<std::string> Warnings() const;
 
 private:
-    void Print(std::string_view prefix, std::string_view text) REQUIRES(m_lock);
+    void Print(std::string_view prefix, std::string_view text) MK_REQUIRES(m_lock);
 
     const bool m_quiet;
     std::FILE* const m_out;
     mutable CCritSec m_lock{"Messages"};
-    bool m_statusShown GUARDED_BY(m_lock) = false;
-    std::vector<std::string> m_warnings GUARDED_BY(m_lock);
+    bool m_statusShown MK_GUARDED_BY(m_lock) = false;
+    std::vector<std::string> m_warnings MK_GUARDED_BY(m_lock);
 };
 
 /// Warnings about one input: of each kind the first is shown, the rest are counted.

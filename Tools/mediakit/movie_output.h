@@ -1,15 +1,15 @@
 // The end of a graph that writes a movie: multiplexer and file sink.
 #pragma once
 
-#include <optional>
-#include <string>
-
 #include "MediaKit/IMPEG4Mux.h"
 #include "Platform/Com/ComPtr.h"
 #include "Platform/DirectShow/IBaseFilter.h"
 #include "Platform/DirectShow/IGraphBuilder.h"
 #include "Platform/DirectShow/IPin.h"
 #include "Platform/DirectShow/MediaType.h"
+
+#include <optional>
+#include <string>
 
 namespace mediakit_tool {
 
@@ -22,9 +22,9 @@ struct MovieOutputSettings {
 
 /// How a track is written beyond its media type; without a word, as the multiplexer does by itself.
 struct TrackSettings {
-    DWORD orientation = 4;   ///< quarter turns clockwise, see IOverrideMediaType
-    DWORD timescale = 0;     ///< see IRecordingPolicy
-    bool keepStart = false;  ///< the same
+    DWORD orientation = 4;     ///< quarter turns clockwise, see IOverrideMediaType
+    DWORD timescale = 0;       ///< see IRecordingPolicy
+    bool keepStart = false;    ///< the same
     bool decodeTimes = false;  ///< the same: they are the media times
 };
 

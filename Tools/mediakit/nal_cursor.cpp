@@ -1,8 +1,8 @@
 #include "Tools/mediakit/nal_cursor.h"
 
-#include <algorithm>
-
 #include "VideoIO/MPEGUtil/StartCode.h"
+
+#include <algorithm>
 
 namespace mediakit_tool {
 

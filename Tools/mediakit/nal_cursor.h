@@ -1,12 +1,12 @@
 // Walks over the NAL units of an Annex B stream as it is read.
 #pragma once
 
+#include "Tools/mediakit/stream_window.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <span>
-
-#include "Tools/mediakit/stream_window.h"
 
 namespace mediakit_tool {
 

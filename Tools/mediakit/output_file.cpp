@@ -1,17 +1,17 @@
 #include "Tools/mediakit/output_file.h"
 
+#include "Platform/Com/Results.h"
+#include "Platform/Kernel/File.h"
+#include "Platform/Kernel/FileInfo.h"
+#include "Platform/Kernel/Text.h"
+#include "Tools/mediakit/system_error.h"
+
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <limits>
 #include <string_view>
-
-#include "Platform/Com/Results.h"
-#include "Platform/Kernel/File.h"
-#include "Platform/Kernel/FileInfo.h"
-#include "Platform/Kernel/Text.h"
-#include "Tools/mediakit/system_error.h"
 
 namespace mediakit_tool {
 

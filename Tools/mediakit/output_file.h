@@ -1,11 +1,11 @@
 // The file that a verb writes: what must hold before it is written and after.
 #pragma once
 
+#include "Tools/mediakit/record_options.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "Tools/mediakit/record_options.h"
 
 namespace mediakit_tool {
 

@@ -1,11 +1,11 @@
 // Numbers the pictures of a stream in output order while they come in decoding order.
 #pragma once
 
+#include "Tools/mediakit/stream_window.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
-
-#include "Tools/mediakit/stream_window.h"
 
 namespace mediakit_tool {
 

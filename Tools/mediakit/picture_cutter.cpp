@@ -51,20 +51,13 @@ void PictureCutter::Close() {
 
 bool PictureCutter::Look(UnitRole role) {
     switch (role) {
-        case UnitRole::Slice:
-            return LookAtSlice();
+        case UnitRole::Slice: return LookAtSlice();
         case UnitRole::ParameterSet:
         case UnitRole::Start:
-        case UnitRole::MaybeStart:
-            return LookAtStart(role);
-        case UnitRole::Invalid:
-            DropUnit("a unit that is none of the format's");
-            return false;
-        case UnitRole::EndOfSequence:
-            m_codec.EndOfSequence();
-            break;
-        case UnitRole::Inside:
-            break;
+        case UnitRole::MaybeStart: return LookAtStart(role);
+        case UnitRole::Invalid: DropUnit("a unit that is none of the format's"); return false;
+        case UnitRole::EndOfSequence: m_codec.EndOfSequence(); break;
+        case UnitRole::Inside: break;
     }
     Advance();
     return false;

@@ -1,12 +1,12 @@
 // Cuts an Annex B stream into pictures.
 #pragma once
 
+#include "Tools/mediakit/nal_cursor.h"
+#include "Tools/mediakit/video_codec.h"
+
 #include <map>
 #include <optional>
 #include <vector>
-
-#include "Tools/mediakit/nal_cursor.h"
-#include "Tools/mediakit/video_codec.h"
 
 namespace mediakit_tool {
 

@@ -1,9 +1,5 @@
 #include "Tools/mediakit/playback_graph.h"
 
-#include <algorithm>
-#include <set>
-#include <utility>
-
 #include "MediaKit/Factories.h"
 #include "MediaKit/IReadingPolicy.h"
 #include "MediaKit/IStreamRate.h"
@@ -19,6 +15,10 @@
 #include "Tools/mediakit/input_file.h"
 #include "Tools/mediakit/system_error.h"
 #include "VideoIO/StreamFilters/Container/fourcc.h"
+
+#include <algorithm>
+#include <set>
+#include <utility>
 
 namespace mediakit_tool {
 
@@ -96,13 +96,9 @@ ComPtr<IPin> FreePin(IBaseFilter& filter, PIN_DIRECTION direction) {
     return found;
 }
 
-bool Stream::IsVideo() const {
-    return track.handler == vio::mp4::fourcc("vide");
-}
+bool Stream::IsVideo() const { return track.handler == vio::mp4::fourcc("vide"); }
 
-std::string Stream::Entry() const {
-    return win32::NarrowForDisplay(vio::mp4::fourcc_text(track.sampleEntry));
-}
+std::string Stream::Entry() const { return win32::NarrowForDisplay(vio::mp4::fourcc_text(track.sampleEntry)); }
 
 // The graph goes before the interfaces of its filters; what counts is that it is stopped by then.
 PlaybackGraph::~PlaybackGraph() {

@@ -1,10 +1,6 @@
 // The graph of a file being read: file source, demultiplexer, and what the host connects to its pins.
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "MediaKit/IMP4MediaDemuxFilter.h"
 #include "MediaKit/ITrackInformation.h"
 #include "MediaKit/StreamRate.h"
@@ -19,6 +15,10 @@
 #include "Tools/mediakit/container_facts.h"
 #include "Tools/mediakit/log_watch.h"
 #include "Tools/mediakit/tap_filter.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace mediakit_tool {
 

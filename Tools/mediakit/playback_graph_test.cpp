@@ -1,11 +1,11 @@
 #include "Tools/mediakit/playback_graph.h"
 
+#include "Testing/Kit/movie_file.h"
+#include "Tools/mediakit/test_file_test.h"
+
 #include <gmock/gmock.h>
 
 #include <filesystem>
-
-#include "Testing/Kit/movie_file.h"
-#include "Tools/mediakit/test_file_test.h"
 
 namespace mediakit_tool {
 namespace {

@@ -1,10 +1,10 @@
 #include "Tools/mediakit/progress.h"
 
-#include <cmath>
-#include <cstdio>
-
 #include "Platform/Kernel/Console.h"
 #include "Tools/mediakit/recording_summary.h"
+
+#include <cmath>
+#include <cstdio>
 
 namespace mediakit_tool {
 

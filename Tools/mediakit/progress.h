@@ -1,14 +1,14 @@
 // How a recording is getting on.
 #pragma once
 
+#include "Platform/Com/Types.h"
+#include "Tools/mediakit/common_options.h"
+#include "Tools/mediakit/messages.h"
+
 #include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
-
-#include "Platform/Com/Types.h"
-#include "Tools/mediakit/messages.h"
-#include "Tools/mediakit/common_options.h"
 
 namespace mediakit_tool {
 

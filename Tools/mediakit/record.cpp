@@ -1,13 +1,5 @@
 #include "Tools/mediakit/record.h"
 
-#include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <cstdio>
-#include <exception>
-#include <memory>
-#include <optional>
-
 #include "Platform/Com/Results.h"
 #include "Platform/Kernel/Event.h"
 #include "Platform/Kernel/Thread.h"
@@ -24,6 +16,14 @@
 #include "Tools/mediakit/recording_summary.h"
 #include "Tools/mediakit/standard_output.h"
 #include "Tools/mediakit/system_error.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <optional>
 
 namespace mediakit_tool {
 
@@ -45,9 +45,7 @@ struct Input {
     Thread opener;
 };
 
-std::string NameOf(const InputOption& input) {
-    return input.path == "-" ? "standard input" : input.path;
-}
+std::string NameOf(const InputOption& input) { return input.path == "-" ? "standard input" : input.path; }
 
 class Recorder {
 public:
@@ -245,9 +243,7 @@ std::uint64_t Recorder::Samples() const {
     return samples;
 }
 
-ProgressState Recorder::State() const {
-    return {BytesRead(), m_bytesInAll, m_graph->Position(), Seconds()};
-}
+ProgressState Recorder::State() const { return {BytesRead(), m_bytesInAll, m_graph->Position(), Seconds()}; }
 
 bool Recorder::Fail(const std::string& error) {
     if (m_summary.error.empty()) m_summary.error = error;
@@ -288,8 +284,6 @@ int Recorder::Report() {
 
 }  // namespace
 
-int Record(const RecordOptions& options) {
-    return Recorder(options).Run();
-}
+int Record(const RecordOptions& options) { return Recorder(options).Run(); }
 
 }  // namespace mediakit_tool

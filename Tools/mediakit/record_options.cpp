@@ -1,6 +1,7 @@
 #include "Tools/mediakit/record_options.h"
 
 #include <CLI/CLI.hpp>
+
 #include <algorithm>
 
 namespace mediakit_tool {

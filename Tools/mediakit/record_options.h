@@ -1,12 +1,12 @@
 // What `mediakit record` was asked to do.
 #pragma once
 
+#include "Tools/mediakit/common_options.h"
+#include "Tools/mediakit/frame_rate.h"
+
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "Tools/mediakit/common_options.h"
-#include "Tools/mediakit/frame_rate.h"
 
 namespace mediakit_tool {
 

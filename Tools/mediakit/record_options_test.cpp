@@ -1,8 +1,7 @@
 #include "Tools/mediakit/record_options.h"
 
-#include <gtest/gtest.h>
-
 #include <CLI/CLI.hpp>
+#include <gtest/gtest.h>
 
 namespace mediakit_tool {
 namespace {

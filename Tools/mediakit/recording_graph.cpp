@@ -35,13 +35,9 @@ bool RecordingGraph::AddSource(const RecordOptions& options, const SourceFeed& f
     return Check(m_output.AddTrack(*source->Output(), settings));
 }
 
-bool RecordingGraph::Run() {
-    return Check(m_control->Run(), "starting");
-}
+bool RecordingGraph::Run() { return Check(m_control->Run(), "starting"); }
 
-bool RecordingGraph::Stop() {
-    return Check(m_control->Stop(), "finishing");
-}
+bool RecordingGraph::Stop() { return Check(m_control->Stop(), "finishing"); }
 
 HANDLE RecordingGraph::EventHandle() const {
     OAEVENT handle = 0;

@@ -1,9 +1,6 @@
 // The graph of a recording: sources, multiplexer, file sink.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "Platform/Com/ComPtr.h"
 #include "Platform/DirectShow/IGraphBuilder.h"
 #include "Platform/DirectShow/IMediaControl.h"
@@ -11,6 +8,9 @@
 #include "Tools/mediakit/elementary_source.h"
 #include "Tools/mediakit/movie_output.h"
 #include "Tools/mediakit/record_options.h"
+
+#include <string>
+#include <vector>
 
 namespace mediakit_tool {
 

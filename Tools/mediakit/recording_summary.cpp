@@ -1,16 +1,15 @@
 #include "Tools/mediakit/recording_summary.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 namespace mediakit_tool {
 
 namespace {
 
-double Seconds(REFERENCE_TIME time) {
-    return static_cast<double>(time) / static_cast<double>(kUnitsPerSecond);
-}
+double Seconds(REFERENCE_TIME time) { return static_cast<double>(time) / static_cast<double>(kUnitsPerSecond); }
 
 template <class... Args>
 std::string Format(const char* format, Args... args) {

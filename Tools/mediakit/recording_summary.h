@@ -1,11 +1,11 @@
 // What a recording came to, in words and as JSON.
 #pragma once
 
+#include "Tools/mediakit/unit_reader.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "Tools/mediakit/unit_reader.h"
 
 namespace mediakit_tool {
 

@@ -1,10 +1,9 @@
 #include "Tools/mediakit/recording_summary.h"
 
-#include <gmock/gmock.h>
-
-#include <nlohmann/json.hpp>
-
 #include "Tools/mediakit/progress.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 namespace mediakit_tool {
 namespace {

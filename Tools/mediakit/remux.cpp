@@ -1,11 +1,5 @@
 #include "Tools/mediakit/remux.h"
 
-#include <CLI/CLI.hpp>
-#include <chrono>
-#include <cstdio>
-#include <exception>
-#include <optional>
-
 #include "Tools/mediakit/disk_guard.h"
 #include "Tools/mediakit/interrupt.h"
 #include "Tools/mediakit/log_watch.h"
@@ -16,6 +10,13 @@
 #include "Tools/mediakit/remux_summary.h"
 #include "Tools/mediakit/standard_output.h"
 #include "Tools/mediakit/system_error.h"
+
+#include <CLI/CLI.hpp>
+
+#include <chrono>
+#include <cstdio>
+#include <exception>
+#include <optional>
 
 namespace mediakit_tool {
 
@@ -107,12 +108,12 @@ bool Remuxer::CopyTracks() {
 bool Remuxer::Prepare() {
     m_graph.reset();
     m_control.reset();
-    m_disk.emplace(m_options.output, 2, [this] { return Samples(); }, [] {});
+    m_disk.emplace(
+        m_options.output, 2, [this] { return Samples(); }, [] {});
     m_control.emplace(*m_disk);
     m_graph.emplace(m_log, *m_control, m_refused);
     if (!m_graph->Open(m_options.file, {m_options.strict})) return Fail(m_options.file + ": " + m_graph->Failure());
-    if (m_graph->Source().Streams().empty())
-        return Fail(m_options.file + ": " + m_graph->Source().NoStreamsText());
+    if (m_graph->Source().Streams().empty()) return Fail(m_options.file + ": " + m_graph->Source().NoStreamsText());
     if (!m_graph->Build({.path = m_options.output, .faststart = m_options.faststart, .software = {}, .title = {}}))
         return Fail(m_options.output + ": " + m_graph->Failure());
     DescribeTracks();
@@ -127,10 +128,8 @@ bool Remuxer::NoTracks() {
 
 void Remuxer::DescribeTracks() {
     const auto origin = [](const Stream& stream) {
-        return TrackOrigin{.pin = stream.name,
-                           .trackId = stream.track.trackId,
-                           .entry = stream.Entry(),
-                           .facts = FactsOf(stream)};
+        return TrackOrigin{
+            .pin = stream.name, .trackId = stream.track.trackId, .entry = stream.Entry(), .facts = FactsOf(stream)};
     };
     m_summary.tracks.clear();
     m_summary.leftOut.clear();
@@ -138,9 +137,9 @@ void Remuxer::DescribeTracks() {
     for (const auto& track : m_graph->TracksLeftOut())
         m_summary.leftOut.push_back({origin(*track.stream), track.reason});
     for (const FileTrack& track : m_graph->Source().TracksNotPlayed())
-        m_summary.leftOut.push_back({{.trackId = track.trackId, .entry = track.entry, .handler = track.handler},
-                                     track.entry.empty() ? "it has no sample description"
-                                                         : "no reader for '" + track.entry + "'"});
+        m_summary.leftOut.push_back(
+            {{.trackId = track.trackId, .entry = track.entry, .handler = track.handler},
+             track.entry.empty() ? "it has no sample description" : "no reader for '" + track.entry + "'"});
 }
 
 bool Remuxer::Copy() {
@@ -290,8 +289,6 @@ CLI::App* AddRemuxVerb(CLI::App& program, RemuxOptions& options) {
     return verb;
 }
 
-int Remux(const RemuxOptions& options) {
-    return Remuxer(options).Run();
-}
+int Remux(const RemuxOptions& options) { return Remuxer(options).Run(); }
 
 }  // namespace mediakit_tool

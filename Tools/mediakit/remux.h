@@ -1,9 +1,9 @@
 // mediakit remux: the tracks of a file in a new one.
 #pragma once
 
-#include <string>
-
 #include "Tools/mediakit/common_options.h"
+
+#include <string>
 
 namespace mediakit_tool {
 

@@ -184,9 +184,7 @@ HRESULT RemuxInput::Receive(IMediaSample* pSample) {
     return hr == S_OK ? m_filter.Pass(*pSample) : hr;
 }
 
-HRESULT RemuxInput::EndOfStream() {
-    return m_filter.NoteEnd();
-}
+HRESULT RemuxInput::EndOfStream() { return m_filter.NoteEnd(); }
 
 HRESULT RemuxInput::BeginFlush() {
     CBaseInputPin::BeginFlush();

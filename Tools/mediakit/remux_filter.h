@@ -1,8 +1,6 @@
 // Between a pin of the demultiplexer and one of the multiplexer: makes samples fit, counts them, can end the stream.
 #pragma once
 
-#include <atomic>
-
 #include "Platform/Com/ComPtr.h"
 #include "Platform/DirectShow/CBaseFilter.h"
 #include "Platform/DirectShow/CBaseInputPin.h"
@@ -12,6 +10,8 @@
 #include "Tools/mediakit/growing_allocator.h"
 #include "Tools/mediakit/sample_adapter.h"
 
+#include <atomic>
+
 namespace mediakit_tool {
 
 /// How far a track has come. Written by its thread, read by any.
@@ -20,10 +20,10 @@ struct RemuxProgress {
     std::atomic<std::uint64_t> syncSamples{0};
     std::atomic<std::uint64_t> damaged{0};
     std::atomic<std::uint64_t> dropped{0};  ///< of these, for there was nothing left
-    std::atomic<std::uint64_t> bytes{0};  ///< as they came
-    std::atomic<REFERENCE_TIME> end{0};   ///< latest stop time, 100 ns
-    std::atomic<HRESULT> refused{S_OK};   ///< how the multiplexer answered when it took no more
-    std::atomic<bool> ended{false};       ///< nothing more goes on
+    std::atomic<std::uint64_t> bytes{0};    ///< as they came
+    std::atomic<REFERENCE_TIME> end{0};     ///< latest stop time, 100 ns
+    std::atomic<HRESULT> refused{S_OK};     ///< how the multiplexer answered when it took no more
+    std::atomic<bool> ended{false};         ///< nothing more goes on
 };
 
 /// What all tracks of a copy share. Outlives their filters.
@@ -124,7 +124,7 @@ private:
     ComPtr<CopyAllocator> m_copies;
     std::vector<std::uint8_t> m_copy;  ///< the streaming thread's
     // The same.
-    std::uint64_t m_granted = 0;         ///< bytes that the disk has room for
+    std::uint64_t m_granted = 0;        ///< bytes that the disk has room for
     REFERENCE_TIME m_segmentStart = 0;  ///< which the demultiplexer takes from start times
 };
 

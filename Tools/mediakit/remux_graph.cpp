@@ -1,10 +1,10 @@
 #include "Tools/mediakit/remux_graph.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "Tools/mediakit/frame_rate.h"
 #include "Tools/mediakit/system_error.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace mediakit_tool {
 

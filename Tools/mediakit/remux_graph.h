@@ -1,14 +1,14 @@
 // The graph of a copy: file source, demultiplexer, a filter a track, multiplexer, file sink.
 #pragma once
 
+#include "Tools/mediakit/movie_output.h"
+#include "Tools/mediakit/playback_graph.h"
+#include "Tools/mediakit/remux_filter.h"
+
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "Tools/mediakit/movie_output.h"
-#include "Tools/mediakit/playback_graph.h"
-#include "Tools/mediakit/remux_filter.h"
 
 namespace mediakit_tool {
 

@@ -1,10 +1,11 @@
 #include "Tools/mediakit/remux_summary.h"
 
-#include <algorithm>
-#include <cstdio>
+#include "Tools/mediakit/recording_summary.h"
+
 #include <nlohmann/json.hpp>
 
-#include "Tools/mediakit/recording_summary.h"
+#include <algorithm>
+#include <cstdio>
 
 namespace mediakit_tool {
 
@@ -12,9 +13,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-double Seconds(REFERENCE_TIME time) {
-    return static_cast<double>(time) / static_cast<double>(kUnitsPerSecond);
-}
+double Seconds(REFERENCE_TIME time) { return static_cast<double>(time) / static_cast<double>(kUnitsPerSecond); }
 
 std::string OriginText(const TrackOrigin& origin) {
     return (origin.pin.empty() ? "" : origin.pin + ", ") + "track " + std::to_string(origin.trackId) + " (" +
@@ -67,9 +66,7 @@ double RemuxSummary::BitRate() const {
     return Duration() == 0 ? 0 : static_cast<double>(fileSize) * 8 / Seconds(Duration());
 }
 
-std::string ToText(const LeftOutTrack& track) {
-    return OriginText(track.origin) + track.reason;
-}
+std::string ToText(const LeftOutTrack& track) { return OriginText(track.origin) + track.reason; }
 
 std::string ToText(const RemuxSummary& summary) {
     const char* const state = !summary.error.empty() ? "incomplete; " : summary.interrupted ? "interrupted; " : "";

@@ -1,19 +1,19 @@
 // What a copy came to, in words and as JSON.
 #pragma once
 
+#include "Tools/mediakit/stream_facts.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "Tools/mediakit/stream_facts.h"
 
 namespace mediakit_tool {
 
 /// Where a track comes from.
 struct TrackOrigin {
-    std::string pin = {};    ///< "Output_0"; empty for a track that nobody reads
-    DWORD trackId = 0;       ///< in the source
-    std::string entry = {};  ///< "avc1"
+    std::string pin = {};      ///< "Output_0"; empty for a track that nobody reads
+    DWORD trackId = 0;         ///< in the source
+    std::string entry = {};    ///< "avc1"
     std::string handler = {};  ///< "text", of a track without a pin; the facts are those of the pin
     StreamFacts facts = {};
 };

@@ -1,14 +1,14 @@
 #include "Tools/mediakit/sample_adapter.h"
 
-#include <algorithm>
-#include <limits>
-#include <set>
-
 #include "Platform/DirectShow/MediaFormats.h"
 #include "Tools/mediakit/annexb_converter.h"
 #include "Tools/mediakit/frame_rate.h"
 #include "VideoIO/FilterUtil/FormatBlock.h"
 #include "VideoIO/FilterUtil/MediaTypeUtil.h"
+
+#include <algorithm>
+#include <limits>
+#include <set>
 
 namespace mediakit_tool {
 
@@ -35,8 +35,8 @@ public:
     Adapted Adapt(std::span<std::uint8_t> sample, bool sync, std::vector<std::uint8_t>& copy) override {
         const AnnexBSample converted = m_converter.Convert(sample, sync && m_severalOfAKind);
         if (converted.broken && converted.units.empty()) return {{}, true};
-        const bool inPlace = converted.delimiter.empty() && converted.parameterSets.empty() &&
-                             converted.units.data() == sample.data();
+        const bool inPlace =
+            converted.delimiter.empty() && converted.parameterSets.empty() && converted.units.data() == sample.data();
         if (inPlace) return {converted.units, converted.broken};
         copy.clear();
         for (const auto& part : {converted.delimiter, converted.parameterSets, converted.units})
@@ -77,8 +77,7 @@ void GiveBitRate(CMediaType& type, const TrackInformation& track) {
     if (format == nullptr || format->nAvgBytesPerSec != 0) return;
     const double seconds = static_cast<double>(track.duration) / static_cast<double>(kUnitsPerSecond);
     const double rate = seconds > 0 ? static_cast<double>(track.totalBytes) / seconds : 0;
-    format->nAvgBytesPerSec =
-        static_cast<DWORD>(std::clamp<double>(rate, 1, std::numeric_limits<std::int32_t>::max()));
+    format->nAvgBytesPerSec = static_cast<DWORD>(std::clamp<double>(rate, 1, std::numeric_limits<std::int32_t>::max()));
 }
 
 /// Of all samples on average; within what the multiplexer makes a rate of.

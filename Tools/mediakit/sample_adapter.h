@@ -1,14 +1,14 @@
 // Samples as the demultiplexer gives them, in the form that the multiplexer writes.
 #pragma once
 
+#include "MediaKit/ITrackInformation.h"
+#include "Platform/DirectShow/MediaType.h"
+
 #include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
 #include <vector>
-
-#include "MediaKit/ITrackInformation.h"
-#include "Platform/DirectShow/MediaType.h"
 
 namespace mediakit_tool {
 

@@ -1,11 +1,11 @@
 #include "Tools/mediakit/sample_adapter.h"
 
-#include <gmock/gmock.h>
-
 #include "Platform/DirectShow/MediaFormats.h"
 #include "Testing/Kit/codec_types.h"
 #include "VideoIO/FilterUtil/FormatBlock.h"
 #include "VideoIO/FilterUtil/MediaTypeUtil.h"
+
+#include <gmock/gmock.h>
 
 namespace mediakit_tool {
 namespace {
@@ -59,9 +59,9 @@ TEST(SampleAdapter, AllSyncSamplesOfH265GetSetsThatTheConfigurationCannotHold) {
     for (const Bytes& set : {units.sps(), units.pps(), units.pps()}) sets.insert(sets.end(), set.begin(), set.end());
     CMediaType type;
     const SIZE size{64, 64};
-    ASSERT_EQ(qz_DSFilters::BuildHVC1MediaType(size, size, 0, 400'000, 0, 1, 93, mediakit_test::split_annex_b(sets), 4,
-                                               type),
-              S_OK);
+    ASSERT_EQ(
+        qz_DSFilters::BuildHVC1MediaType(size, size, 0, 400'000, 0, 1, 93, mediakit_test::split_annex_b(sets), 4, type),
+        S_OK);
     const AdaptedStream stream = AdaptForMultiplexer(type, {});
     ASSERT_TRUE(stream.adapter);
     Bytes expected = sets;

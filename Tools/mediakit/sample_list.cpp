@@ -1,11 +1,12 @@
 #include "Tools/mediakit/sample_list.h"
 
-#include <algorithm>
-#include <cctype>
-#include <nlohmann/json.hpp>
-
 #include "Platform/Kernel/Text.h"
 #include "Tools/mediakit/crc32.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cctype>
 
 namespace mediakit_tool {
 
@@ -118,13 +119,9 @@ SampleRow Describe(IMediaSample& sample, std::int64_t index, bool hash) {
     return row;
 }
 
-std::unique_ptr<SampleList> MakeTextSampleList(TextOutput& output) {
-    return std::make_unique<TextSampleList>(output);
-}
+std::unique_ptr<SampleList> MakeTextSampleList(TextOutput& output) { return std::make_unique<TextSampleList>(output); }
 
-std::unique_ptr<SampleList> MakeJsonSampleList(TextOutput& output) {
-    return std::make_unique<JsonSampleList>(output);
-}
+std::unique_ptr<SampleList> MakeJsonSampleList(TextOutput& output) { return std::make_unique<JsonSampleList>(output); }
 
 // The platform makes identifiers of four characters (or a format tag) by putting them, the first in the lowest byte,
 // in front of a fixed tail.

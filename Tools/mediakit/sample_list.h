@@ -1,12 +1,12 @@
 // Samples of a file line by line, as text or as JSON, written while they come.
 #pragma once
 
+#include "Tools/mediakit/playback_graph.h"
+#include "Tools/mediakit/text_output.h"
+
 #include <memory>
 #include <optional>
 #include <string>
-
-#include "Tools/mediakit/playback_graph.h"
-#include "Tools/mediakit/text_output.h"
 
 namespace mediakit_tool {
 

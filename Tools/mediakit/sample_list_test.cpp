@@ -1,11 +1,11 @@
 #include "Tools/mediakit/sample_list.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <functional>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
 namespace mediakit_tool {

@@ -1,14 +1,5 @@
 #include "Tools/mediakit/samples.h"
 
-#include <CLI/CLI.hpp>
-#include <atomic>
-#include <chrono>
-#include <exception>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "Platform/Kernel/Console.h"
 #include "Tools/mediakit/interrupt.h"
 #include "Tools/mediakit/log_watch.h"
@@ -18,6 +9,16 @@
 #include "Tools/mediakit/sample_list.h"
 #include "Tools/mediakit/standard_output.h"
 #include "Tools/mediakit/time_text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <atomic>
+#include <chrono>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace mediakit_tool {
 
@@ -210,8 +211,6 @@ CLI::App* AddSamplesVerb(CLI::App& program, SamplesOptions& options) {
     return verb;
 }
 
-int ListSamples(const SamplesOptions& options) {
-    return Lister(options).Run();
-}
+int ListSamples(const SamplesOptions& options) { return Lister(options).Run(); }
 
 }  // namespace mediakit_tool

@@ -1,10 +1,10 @@
 // The verb `samples`.
 #pragma once
 
-#include <optional>
-
 #include "Platform/Com/Types.h"
 #include "Tools/mediakit/common_options.h"
+
+#include <optional>
 
 namespace mediakit_tool {
 

@@ -1,14 +1,14 @@
 // Samples that point into blocks of input.
 #pragma once
 
-#include <atomic>
-#include <memory>
-#include <vector>
-
 #include "Platform/DirectShow/CMediaSample.h"
 #include "Platform/DirectShow/IMemAllocator.h"
 #include "Platform/Kernel/Event.h"
 #include "Tools/mediakit/unit_reader.h"
+
+#include <atomic>
+#include <memory>
+#include <vector>
 
 namespace mediakit_tool {
 

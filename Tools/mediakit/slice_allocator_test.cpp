@@ -1,12 +1,12 @@
 #include "Tools/mediakit/slice_allocator.h"
 
+#include "Platform/Com/ComPtr.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <deque>
 #include <thread>
-
-#include "Platform/Com/ComPtr.h"
 
 namespace mediakit_tool {
 namespace {

@@ -1,9 +1,9 @@
 // What the program prints when it is done.
 #pragma once
 
-#include <string>
-
 #include "Tools/mediakit/messages.h"
+
+#include <string>
 
 namespace mediakit_tool {
 

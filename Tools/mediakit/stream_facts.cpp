@@ -1,12 +1,5 @@
 #include "Tools/mediakit/stream_facts.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <iterator>
-#include <numeric>
-#include <span>
-
 #include "MediaKit/IOverrideMediaType.h"
 #include "Platform/DirectShow/WaveFormatTags.h"
 #include "Tools/mediakit/video_codec.h"
@@ -15,6 +8,13 @@
 #include "VideoIO/FilterUtil/MediaTypePredicates.h"
 #include "VideoIO/FilterUtil/MediaTypeReaders.h"
 #include "VideoIO/MPEGUtil/AudioSpecificConfig.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <numeric>
+#include <span>
 
 namespace mediakit_tool {
 

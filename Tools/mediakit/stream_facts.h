@@ -1,11 +1,11 @@
 // What the streams of a file are, in words and numbers.
 #pragma once
 
-#include <optional>
-#include <string>
-
 #include "Tools/mediakit/frame_rate.h"
 #include "Tools/mediakit/playback_graph.h"
+
+#include <optional>
+#include <string>
 
 namespace mediakit_tool {
 

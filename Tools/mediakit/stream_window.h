@@ -1,12 +1,12 @@
 // The part of an elementary stream that is in memory and not yet handed on.
 #pragma once
 
+#include "Tools/mediakit/block_pool.h"
+#include "Tools/mediakit/byte_input.h"
+
 #include <cstdint>
 #include <memory>
 #include <span>
-
-#include "Tools/mediakit/block_pool.h"
-#include "Tools/mediakit/byte_input.h"
 
 namespace mediakit_tool {
 

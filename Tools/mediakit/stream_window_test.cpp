@@ -1,10 +1,10 @@
 #include "Tools/mediakit/stream_window.h"
 
+#include "Tools/mediakit/memory_input_test.h"
+
 #include <gtest/gtest.h>
 
 #include <random>
-
-#include "Tools/mediakit/memory_input_test.h"
 
 namespace mediakit_tool {
 namespace {

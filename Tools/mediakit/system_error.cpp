@@ -1,12 +1,12 @@
 #include "Tools/mediakit/system_error.h"
 
+#include "Platform/Com/Results.h"
+#include "Platform/Kernel/LastError.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
-
-#include "Platform/Com/Results.h"
-#include "Platform/Kernel/LastError.h"
 
 namespace mediakit_tool {
 

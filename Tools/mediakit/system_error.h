@@ -1,9 +1,9 @@
 // System errors and results in words.
 #pragma once
 
-#include <string>
-
 #include "Platform/Com/Types.h"
+
+#include <string>
 
 namespace mediakit_tool {
 

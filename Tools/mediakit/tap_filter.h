@@ -1,10 +1,10 @@
 // The host's end of a stream: a filter that hands each sample to the program.
 #pragma once
 
-#include <atomic>
-
 #include "Platform/DirectShow/CBaseFilter.h"
 #include "Platform/DirectShow/CBaseInputPin.h"
+
+#include <atomic>
 
 namespace mediakit_tool {
 

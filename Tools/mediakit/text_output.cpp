@@ -1,10 +1,10 @@
 #include "Tools/mediakit/text_output.h"
 
+#include "Tools/mediakit/frame_rate.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstring>
-
-#include "Tools/mediakit/frame_rate.h"
 
 namespace mediakit_tool {
 
@@ -40,13 +40,9 @@ void TextOutput::Padded(std::string_view text, std::size_t width) {
     Text(text);
 }
 
-void TextOutput::Number(std::int64_t value) {
-    Text(Digits(value).View());
-}
+void TextOutput::Number(std::int64_t value) { Text(Digits(value).View()); }
 
-void TextOutput::Number(std::int64_t value, std::size_t width) {
-    Padded(Digits(value).View(), width);
-}
+void TextOutput::Number(std::int64_t value, std::size_t width) { Padded(Digits(value).View(), width); }
 
 void TextOutput::Hexadecimal(std::uint32_t value) {
     char text[8];

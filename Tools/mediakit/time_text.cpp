@@ -1,9 +1,9 @@
 #include "Tools/mediakit/time_text.h"
 
+#include "Tools/mediakit/frame_rate.h"
+
 #include <charconv>
 #include <string>
-
-#include "Tools/mediakit/frame_rate.h"
 
 namespace mediakit_tool {
 

@@ -1,10 +1,10 @@
 // Times as a user writes them.
 #pragma once
 
+#include "Platform/Com/Types.h"
+
 #include <optional>
 #include <string_view>
-
-#include "Platform/Com/Types.h"
 
 namespace mediakit_tool {
 

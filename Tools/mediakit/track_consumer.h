@@ -1,13 +1,13 @@
 // Writes a stream's samples as they come.
 #pragma once
 
-#include <atomic>
-#include <cstdint>
-
 #include "Tools/mediakit/byte_output.h"
 #include "Tools/mediakit/messages.h"
 #include "Tools/mediakit/tap_filter.h"
 #include "Tools/mediakit/track_writer.h"
+
+#include <atomic>
+#include <cstdint>
 
 namespace mediakit_tool {
 

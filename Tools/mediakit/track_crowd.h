@@ -1,11 +1,11 @@
 // The threads of the tracks of a copy, of which not all may wait for each other.
 #pragma once
 
-#include <vector>
-
 #include "Platform/Kernel/CriticalSection.h"
 #include "Platform/Kernel/Event.h"
 #include "Platform/Kernel/ThreadSafety.h"
+
+#include <vector>
 
 namespace mediakit_tool {
 
@@ -33,11 +33,11 @@ private:
         bool waiting = false;
     };
     /// Null for a track that is not there.
-    Track* Find(const CAMEvent& wake) REQUIRES(m_lock);
-    std::size_t CountWaiting() const REQUIRES(m_lock);
+    Track* Find(const CAMEvent& wake) MK_REQUIRES(m_lock);
+    std::size_t CountWaiting() const MK_REQUIRES(m_lock);
 
     mutable CCritSec m_lock{"TrackCrowd", LockRank::FilterInner};
-    std::vector<Track> m_tracks GUARDED_BY(m_lock);
+    std::vector<Track> m_tracks MK_GUARDED_BY(m_lock);
 };
 
 }  // namespace mediakit_tool

@@ -1,13 +1,13 @@
 #include "Tools/mediakit/track_writer.h"
 
-#include <algorithm>
-
 #include "Platform/DirectShow/WaveFormatTags.h"
 #include "Tools/mediakit/adts.h"
 #include "Tools/mediakit/annexb_converter.h"
 #include "Tools/mediakit/wave_header.h"
 #include "VideoIO/FilterUtil/FormatBlock.h"
 #include "VideoIO/FilterUtil/MediaTypeUtil.h"
+
+#include <algorithm>
 
 namespace mediakit_tool {
 
@@ -17,9 +17,7 @@ using Norvane::MediaKit::Filters::TrackInformation;
 using Bytes = std::span<const std::uint8_t>;
 using Result = TrackWriter::Result;
 
-Result ResultOf(bool written) {
-    return written ? Result::Written : Result::Failed;
-}
+Result ResultOf(bool written) { return written ? Result::Written : Result::Failed; }
 
 /// What follows the format block's fixed part.
 Bytes ExtraOf(const AM_MEDIA_TYPE& type, std::size_t fixed, std::size_t size) {

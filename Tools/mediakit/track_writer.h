@@ -1,14 +1,14 @@
 // From the samples of a track to an elementary stream that players open.
 #pragma once
 
+#include "MediaKit/ITrackInformation.h"
+#include "Platform/DirectShow/MediaType.h"
+#include "Tools/mediakit/byte_output.h"
+
 #include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
-
-#include "MediaKit/ITrackInformation.h"
-#include "Platform/DirectShow/MediaType.h"
-#include "Tools/mediakit/byte_output.h"
 
 namespace mediakit_tool {
 

@@ -1,16 +1,16 @@
 #include "Tools/mediakit/track_writer.h"
 
+#include "Platform/DirectShow/WaveFormatTags.h"
+#include "Testing/Kit/codec_types.h"
+#include "Tools/mediakit/adts.h"
+#include "Tools/mediakit/wave_header.h"
+
 #include <gmock/gmock.h>
 
 #include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-
-#include "Platform/DirectShow/WaveFormatTags.h"
-#include "Testing/Kit/codec_types.h"
-#include "Tools/mediakit/adts.h"
-#include "Tools/mediakit/wave_header.h"
 
 namespace mediakit_tool {
 namespace {

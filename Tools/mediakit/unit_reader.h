@@ -1,14 +1,14 @@
 // Cuts an elementary stream into units (access units, audio frames) with their times.
 #pragma once
 
-#include <atomic>
-#include <memory>
-#include <string>
-
 #include "Platform/DirectShow/MediaType.h"
 #include "Tools/mediakit/frame_rate.h"
 #include "Tools/mediakit/messages.h"
 #include "Tools/mediakit/stream_window.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
 
 namespace mediakit_tool {
 

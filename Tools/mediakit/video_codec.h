@@ -1,13 +1,13 @@
 // What the cutting of access units has to know of a video format.
 #pragma once
 
+#include "Tools/mediakit/unit_reader.h"
+#include "VideoIO/MPEGUtil/PictureOrder.h"
+
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
-
-#include "Tools/mediakit/unit_reader.h"
-#include "VideoIO/MPEGUtil/PictureOrder.h"
 
 namespace mediakit_tool {
 

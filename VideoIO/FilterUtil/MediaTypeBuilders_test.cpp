@@ -56,11 +56,8 @@ TEST(BuildPCMMediaType, WritesAWaveFormat) {
     EXPECT_EQ(type.bFixedSizeSamples, TRUE);
     EXPECT_EQ(type.bTemporalCompression, FALSE);
     EXPECT_EQ(type.lSampleSize, 4u);
-    EXPECT_EQ(BlockOf(type), std::vector<BYTE>(Bytes()
-                                 .u16({0xFF, 2})
-                                 .u32({48000, 16000})
-                                 .u16({4, 16, 3})
-                                 .raw({0x12, 0x10, 0x56})));
+    EXPECT_EQ(BlockOf(type),
+              std::vector<BYTE>(Bytes().u16({0xFF, 2}).u32({48000, 16000}).u16({4, 16, 3}).raw({0x12, 0x10, 0x56})));
 }
 
 TEST(BuildPCMMediaType, LeavesRoomForExtraDataThatAreNotGiven) {
@@ -98,13 +95,13 @@ TEST(BuildExtensibleMediaType, WritesAnExtensibleWaveFormat) {
     EXPECT_EQ(type.bFixedSizeSamples, TRUE);
     EXPECT_EQ(type.lSampleSize, 12u);  // whole bytes of 20 bits
     EXPECT_EQ(BlockOf(type), std::vector<BYTE>(Bytes()
-                                 .u16({0xFFFE, 6})
-                                 .u32({44100, 12 * 44100})
-                                 .u16({12, 20, 25, 20})
-                                 .u32({0x3F, 0x000000FF})
-                                 .u16({0, 0x10})
-                                 .raw({0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71})
-                                 .raw({0x12, 0x10, 0x56})));
+                                                   .u16({0xFFFE, 6})
+                                                   .u32({44100, 12 * 44100})
+                                                   .u16({12, 20, 25, 20})
+                                                   .u32({0x3F, 0x000000FF})
+                                                   .u16({0, 0x10})
+                                                   .raw({0x80, 0, 0, 0xAA, 0, 0x38, 0x9B, 0x71})
+                                                   .raw({0x12, 0x10, 0x56})));
 }
 
 TEST(BuildVideoInfo2MediaType, WritesTheHeaderAndExtraData) {
@@ -120,14 +117,14 @@ TEST(BuildVideoInfo2MediaType, WritesTheHeaderAndExtraData) {
     EXPECT_EQ(type.bTemporalCompression, FALSE);
     EXPECT_EQ(type.lSampleSize, rowBytes * 480);
     EXPECT_EQ(BlockOf(type), std::vector<BYTE>(Bytes()
-                                 .u32({0, 0, 642, 480})
-                                 .u32({0, 0, 642, 480})
-                                 .u32({1000000, 0, 400000, 0})
-                                 .u32({5, 0, 4, 3, 0, 0})
-                                 .u32({40, 642, 0u - 480u})
-                                 .u16({1, 24})
-                                 .u32({0, rowBytes * 480, 0, 0, 0, 0})
-                                 .raw({0x12, 0x10, 0x56})));
+                                                   .u32({0, 0, 642, 480})
+                                                   .u32({0, 0, 642, 480})
+                                                   .u32({1000000, 0, 400000, 0})
+                                                   .u32({5, 0, 4, 3, 0, 0})
+                                                   .u32({40, 642, 0u - 480u})
+                                                   .u16({1, 24})
+                                                   .u32({0, rowBytes * 480, 0, 0, 0, 0})
+                                                   .raw({0x12, 0x10, 0x56})));
 }
 
 TEST(BuildVideoInfo2MediaType, KnowsDepthAndCompressionOfEachSubtype) {
@@ -228,8 +225,9 @@ TEST(GetBitmapSize, PadsRowsAndStaysInRange) {
         LONG width, height;
         WORD bits;
         DWORD size;
-    } rows[] = {{1, 1, 1, 4}, {33, 2, 1, 16}, {3, -5, 24, 60}, {1920, 1080, 12, 1920 * 1080 * 3 / 2}, {0, 5, 24, 0},
-                {0x7FFFFFFF, std::numeric_limits<LONG>::min(), 32, 0xFFFFFFFF}};
+    } rows[] = {{1, 1, 1, 4},    {33, 2, 1, 16},
+                {3, -5, 24, 60}, {1920, 1080, 12, 1920 * 1080 * 3 / 2},
+                {0, 5, 24, 0},   {0x7FFFFFFF, std::numeric_limits<LONG>::min(), 32, 0xFFFFFFFF}};
     for (const auto& row : rows) {
         BITMAPINFOHEADER header{};
         header.biWidth = row.width;

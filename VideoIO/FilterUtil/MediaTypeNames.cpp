@@ -34,39 +34,23 @@ struct NamedTag {
     const wchar_t* name;
 };
 
-#define QZ_NAMED(guid) {guid, L"" #guid}
+#define QZ_NAMED(guid) \
+    { guid, L"" #guid }
 
 constexpr NamedGuid Interfaces[] = {
-    QZ_NAMED(IID_IUnknown),
-    QZ_NAMED(IID_IBaseFilter),
-    QZ_NAMED(IID_IReferenceClock),
-    QZ_NAMED(IID_IMediaFilter),
-    QZ_NAMED(IID_IFileSinkFilter),
-    QZ_NAMED(IID_IFileSinkFilter2),
-    QZ_NAMED(IID_IMediaSeeking),
-    QZ_NAMED(IID_IMediaPosition),
-    QZ_NAMED(IID_IAMFilterMiscFlags),
-    QZ_NAMED(IID_IBasicVideo),
-    QZ_NAMED(IID_IBasicAudio),
-    QZ_NAMED(IID_IVideoWindow),
-    QZ_NAMED(IID_IPersist),
-    QZ_NAMED(IID_IPersistStream),
-    QZ_NAMED(IID_IPersistPropertyBag),
-    QZ_NAMED(IID_IFileSourceFilter),
-    QZ_NAMED(IID_IAMOpenProgress),
-    QZ_NAMED(IID_IAMDeviceRemoval),
-    QZ_NAMED(IID_IKsPropertySet),
-    QZ_NAMED(IID_ISpecifyPropertyPages),
-    QZ_NAMED(IID_IPin),
-    QZ_NAMED(IID_IMemInputPin),
-    QZ_NAMED(IID_IQualityControl),
+    QZ_NAMED(IID_IUnknown),          QZ_NAMED(IID_IBaseFilter),           QZ_NAMED(IID_IReferenceClock),
+    QZ_NAMED(IID_IMediaFilter),      QZ_NAMED(IID_IFileSinkFilter),       QZ_NAMED(IID_IFileSinkFilter2),
+    QZ_NAMED(IID_IMediaSeeking),     QZ_NAMED(IID_IMediaPosition),        QZ_NAMED(IID_IAMFilterMiscFlags),
+    QZ_NAMED(IID_IBasicVideo),       QZ_NAMED(IID_IBasicAudio),           QZ_NAMED(IID_IVideoWindow),
+    QZ_NAMED(IID_IPersist),          QZ_NAMED(IID_IPersistStream),        QZ_NAMED(IID_IPersistPropertyBag),
+    QZ_NAMED(IID_IFileSourceFilter), QZ_NAMED(IID_IAMOpenProgress),       QZ_NAMED(IID_IAMDeviceRemoval),
+    QZ_NAMED(IID_IKsPropertySet),    QZ_NAMED(IID_ISpecifyPropertyPages), QZ_NAMED(IID_IPin),
+    QZ_NAMED(IID_IMemInputPin),      QZ_NAMED(IID_IQualityControl),
 };
 
 constexpr NamedGuid MajorTypes[] = {
-    QZ_NAMED(MEDIATYPE_Stream),
-    QZ_NAMED(MEDIATYPE_AnalogVideo),
-    QZ_NAMED(MEDIATYPE_VBI),
-    QZ_NAMED(MEDIATYPE_DVD_ENCRYPTED_PACK),
+    QZ_NAMED(MEDIATYPE_Stream),      QZ_NAMED(MEDIATYPE_AnalogVideo),
+    QZ_NAMED(MEDIATYPE_VBI),         QZ_NAMED(MEDIATYPE_DVD_ENCRYPTED_PACK),
     QZ_NAMED(MEDIATYPE_Interleaved),
 };
 
@@ -151,14 +135,9 @@ constexpr NamedGuid Subtypes[] = {
 };
 
 constexpr NamedGuid FormatTypes[] = {
-    QZ_NAMED(FORMAT_VideoInfo),
-    QZ_NAMED(FORMAT_VideoInfo2),
-    QZ_NAMED(FORMAT_DvInfo),
-    QZ_NAMED(FORMAT_MPEGVideo),
-    QZ_NAMED(FORMAT_MPEG2_VIDEO),
-    QZ_NAMED(FORMAT_AnalogVideo),
-    QZ_NAMED(FORMAT_WaveFormatEx),
-    QZ_NAMED(FORMAT_None),
+    QZ_NAMED(FORMAT_VideoInfo),    QZ_NAMED(FORMAT_VideoInfo2),  QZ_NAMED(FORMAT_DvInfo),
+    QZ_NAMED(FORMAT_MPEGVideo),    QZ_NAMED(FORMAT_MPEG2_VIDEO), QZ_NAMED(FORMAT_AnalogVideo),
+    QZ_NAMED(FORMAT_WaveFormatEx), QZ_NAMED(FORMAT_None),
 };
 
 #undef QZ_NAMED
@@ -169,24 +148,10 @@ constexpr NamedTag WaveFormatTags[] = {QZ_WAVE_FORMAT_TAGS(QZ_NAMED_TAG)};
 
 // By bit of dwChannelMask.
 constexpr const wchar_t* Channels[] = {
-    L"Front Left",
-    L"Front Right",
-    L"Front Center",
-    L"Low Frequency",
-    L"Back Left",
-    L"Back Right",
-    L"Front Left Of Center",
-    L"Front Right Of Center",
-    L"Back Center",
-    L"Side Left",
-    L"Side Right",
-    L"Top Center",
-    L"Top Front Left",
-    L"Top Front Center",
-    L"Top Front Right",
-    L"Top Back Left",
-    L"Top Back Center",
-    L"Top Back Right",
+    L"Front Left",    L"Front Right",          L"Front Center",          L"Low Frequency",    L"Back Left",
+    L"Back Right",    L"Front Left Of Center", L"Front Right Of Center", L"Back Center",      L"Side Left",
+    L"Side Right",    L"Top Center",           L"Top Front Left",        L"Top Front Center", L"Top Front Right",
+    L"Top Back Left", L"Top Back Center",      L"Top Back Right",
 };
 
 template <std::size_t Count>
@@ -197,9 +162,7 @@ std::wstring NameOf(const NamedGuid (&table)[Count], const GUID& guid) {
 }
 
 /// In ASCII, whatever the locale.
-bool IsAlphanumeric(char c) {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
+bool IsAlphanumeric(char c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 
 }  // namespace
 

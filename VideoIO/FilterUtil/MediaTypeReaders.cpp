@@ -152,8 +152,8 @@ HRESULT GetFrameSize(const AM_MEDIA_TYPE& type, DWORD& frameSize) {
     const HRESULT found = FindVideoHeader(type, header);
     if (FAILED(found)) return found;
     if (found == S_OK) {
-        frameSize = header.mpeg ? MeanFrameSize(*header.dwBitRate, *header.AvgTimePerFrame)
-                                : header.bmiHeader->biSizeImage;
+        frameSize =
+            header.mpeg ? MeanFrameSize(*header.dwBitRate, *header.AvgTimePerFrame) : header.bmiHeader->biSizeImage;
         return S_OK;
     }
     if (type.formattype == FORMAT_DvInfo) {

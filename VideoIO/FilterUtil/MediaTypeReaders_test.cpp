@@ -70,9 +70,9 @@ TEST(MediaTypeReaders, RefuseAbsentAndShortBlocksWithTheirCondition) {
     const struct {
         CMediaType type;
         const wchar_t* condition;
-    } rows[] = {{VideoInfoType(), L"pvih != 0"},  {VideoInfo2Type(), L"pVideoInfo != 0"},
-                {MPEG1Type(), L"pHeader != 0"},   {MPEG2Type(), L"pMPEG2Vih != 0"},
-                {DVType(0, 0), L"pDVInfo != 0"},  {WaveType(1), L"pWaveFormat != 0"},
+    } rows[] = {{VideoInfoType(), L"pvih != 0"}, {VideoInfo2Type(), L"pVideoInfo != 0"},
+                {MPEG1Type(), L"pHeader != 0"},  {MPEG2Type(), L"pMPEG2Vih != 0"},
+                {DVType(0, 0), L"pDVInfo != 0"}, {WaveType(1), L"pWaveFormat != 0"},
                 {AnalogType(), L"pVIH != 0"}};
     for (const auto& row : rows) {
         for (const CMediaType& type : {Shortened(row.type), WithoutBlock(row.type)}) {

@@ -108,8 +108,9 @@ TEST(MediaTypeWriters, SetDVDisplayMode) {
         DWORD before;
         SIZE aspectRatio;
         DWORD after;
-    } rows[] = {{0x00000000, {16, 9}, 0x00000200}, {0xFFFFFFFF, {16, 9}, 0xFFFFFAFF}, {0xFFFFFFFF, {4, 3}, 0xFFFFF8FF},
-                {0x00000200, {14, 9}, 0x00000000}, {0x00000100, {1920, 1080}, 0x00000200}, {0x00000100, {0, 0}, 0}};
+    } rows[] = {{0x00000000, {16, 9}, 0x00000200},      {0xFFFFFFFF, {16, 9}, 0xFFFFFAFF},
+                {0xFFFFFFFF, {4, 3}, 0xFFFFF8FF},       {0x00000200, {14, 9}, 0x00000000},
+                {0x00000100, {1920, 1080}, 0x00000200}, {0x00000100, {0, 0}, 0}};
     for (const auto& row : rows) {
         CMediaType type = DVType(0, row.before);
         EXPECT_EQ(SetAspectRatio(type, row.aspectRatio), S_OK);
@@ -120,8 +121,11 @@ TEST(MediaTypeWriters, SetDVDisplayMode) {
 TEST(MediaTypeWriters, SetDVFieldOrder) {
     const struct {
         DWORD before, flags, after;
-    } rows[] = {{0x00000000, 0, 0x00E00000}, {0x00000000, 4, 0x00E00000}, {0x00400000, 1, 0x00F00000},
-                {0x00C00000, 5, 0x00B00000}, {0xFF0FFFFF, 5, 0xFFBFFFFF}};
+    } rows[] = {{0x00000000, 0, 0x00E00000},
+                {0x00000000, 4, 0x00E00000},
+                {0x00400000, 1, 0x00F00000},
+                {0x00C00000, 5, 0x00B00000},
+                {0xFF0FFFFF, 5, 0xFFBFFFFF}};
     for (const auto& row : rows) {
         CMediaType type = DVType(0, row.before);
         EXPECT_EQ(SetInterlaceFlags(type, row.flags), S_OK);

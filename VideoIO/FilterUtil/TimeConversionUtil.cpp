@@ -40,7 +40,8 @@ struct Parts {
     unsigned rest;  ///< 100 ns, below a second
 
     explicit Parts(REFERENCE_TIME time)
-        : negative(time < 0), magnitude(static_cast<std::uint64_t>(negative ? -time : time)),
+        : negative(time < 0),
+          magnitude(static_cast<std::uint64_t>(negative ? -time : time)),
           hours(static_cast<unsigned>(magnitude / UnitsPerHour)),
           minutes(static_cast<unsigned>(magnitude % UnitsPerHour / UnitsPerMinute)),
           seconds(static_cast<unsigned>(magnitude % UnitsPerMinute / UnitsPerSecond)),
@@ -80,9 +81,7 @@ void append_sport(std::wstring& text, const Parts& time) {
 }
 
 /// Two digits when something stands in front (the sign counts), else as few as there are.
-void append_group(std::wstring& text, unsigned value) {
-    append(text, text.empty() ? L"%u" : L"%02u", value);
-}
+void append_group(std::wstring& text, unsigned value) { append(text, text.empty() ? L"%u" : L"%02u", value); }
 
 void append_clock(std::wstring& text, const Parts& time, int decimals, bool noPrefix) {
     if (time.hours != 0 || !noPrefix) append(text, L"%u:", time.hours);
@@ -92,10 +91,10 @@ void append_clock(std::wstring& text, const Parts& time, int decimals, bool noPr
     }
     append_group(text, time.seconds);
     switch (decimals) {
-    case 3: append(text, L".%03u", time.rest / 10000); break;
-    case 2: append(text, L".%02u", time.rest / 100000); break;
-    case 1: append(text, L".%1u", time.rest / 1000000); break;
-    default: break;
+        case 3: append(text, L".%03u", time.rest / 10000); break;
+        case 2: append(text, L".%02u", time.rest / 100000); break;
+        case 1: append(text, L".%1u", time.rest / 1000000); break;
+        default: break;
     }
 }
 
@@ -126,19 +125,19 @@ void FormatTime(REFERENCE_TIME time, std::wstring& text, TimeFormat format, std:
     const Parts parts(time);
     if (parts.negative && format != TimeFormat::MinutesSeconds) text = L"-";
     switch (format) {
-    case TimeFormat::NanoSeconds: append_nanoseconds(text, parts); break;
-    case TimeFormat::TimeCode: append_frame_count(text, parts, rateNumerator, rateDenominator); break;
-    case TimeFormat::Natural: append_spelled_out(text, parts); break;
-    case TimeFormat::Sport: append_sport(text, parts); break;
-    case TimeFormat::MilliSeconds: append_clock(text, parts, 3, false); break;
-    case TimeFormat::Seconds: append_clock(text, parts, 0, false); break;
-    case TimeFormat::MilliSeconds_NoPrefix: append_clock(text, parts, 3, true); break;
-    case TimeFormat::CentiSeconds_NoPrefix: append_clock(text, parts, 2, true); break;
-    case TimeFormat::DeciSeconds_NoPrefix: append_clock(text, parts, 1, true); break;
-    case TimeFormat::Seconds_NoPrefix: append_clock(text, parts, 0, true); break;
-    case TimeFormat::MinutesSeconds:
-        append(text, L"%02u:%02u", parts.milliseconds() / 60000, parts.milliseconds() % 60000 / 1000);
-        break;
+        case TimeFormat::NanoSeconds: append_nanoseconds(text, parts); break;
+        case TimeFormat::TimeCode: append_frame_count(text, parts, rateNumerator, rateDenominator); break;
+        case TimeFormat::Natural: append_spelled_out(text, parts); break;
+        case TimeFormat::Sport: append_sport(text, parts); break;
+        case TimeFormat::MilliSeconds: append_clock(text, parts, 3, false); break;
+        case TimeFormat::Seconds: append_clock(text, parts, 0, false); break;
+        case TimeFormat::MilliSeconds_NoPrefix: append_clock(text, parts, 3, true); break;
+        case TimeFormat::CentiSeconds_NoPrefix: append_clock(text, parts, 2, true); break;
+        case TimeFormat::DeciSeconds_NoPrefix: append_clock(text, parts, 1, true); break;
+        case TimeFormat::Seconds_NoPrefix: append_clock(text, parts, 0, true); break;
+        case TimeFormat::MinutesSeconds:
+            append(text, L"%02u:%02u", parts.milliseconds() / 60000, parts.milliseconds() % 60000 / 1000);
+            break;
     }
 }
 

@@ -25,9 +25,17 @@ enum class TimeFormat : std::uint32_t {
 
 /// The formats' names, by value.
 inline constexpr std::array<const wchar_t*, 11> TimeFormatNames = {
-    L"NanoSeconds", L"MilliSeconds",          L"Seconds",               L"TimeCode",
-    L"Natural",     L"Sport",                 L"MilliSeconds_NoPrefix", L"CentiSeconds_NoPrefix",
-    L"DeciSeconds_NoPrefix", L"Seconds_NoPrefix", L"MinutesSeconds",
+    L"NanoSeconds",
+    L"MilliSeconds",
+    L"Seconds",
+    L"TimeCode",
+    L"Natural",
+    L"Sport",
+    L"MilliSeconds_NoPrefix",
+    L"CentiSeconds_NoPrefix",
+    L"DeciSeconds_NoPrefix",
+    L"Seconds_NoPrefix",
+    L"MinutesSeconds",
 };
 
 /// A frame's duration in 100 ns, rounded. E_INVALIDARG when the numerator or the denominator is 0 or less.

@@ -92,7 +92,7 @@ TEST(FormatTime, CountsFrames) {
         FormatTime(time, text, TimeFormat::TimeCode, numerator, denominator);
         return text;
     };
-    EXPECT_EQ(frames(Sample, 25, 1), L"93086");           // 3723.4567891 s
+    EXPECT_EQ(frames(Sample, 25, 1), L"93086");  // 3723.4567891 s
     EXPECT_EQ(frames(Sample, 30000, 1001), L"111592");
     EXPECT_EQ(frames(-Second, 25, 1), L"-25");
     EXPECT_EQ(frames(Second - 1, 25, 1), L"24");
@@ -105,9 +105,9 @@ TEST(ToAvgTimePerFrame, RoundsToTheNearestUnit) {
     const struct {
         StreamRate rate;
         REFERENCE_TIME time;
-    } rows[] = {{{25, 1}, 400000},     {{30000, 1001}, 333667}, {{24000, 1001}, 417083}, {{60000, 1001}, 166833},
-                {{30, 1}, 333333},     {{15, 1}, 666667},       {{1, 1}, 10000000},      {{48000, 1}, 208},
-                {{1, Largest}, Largest}};
+    } rows[] = {{{25, 1}, 400000},       {{30000, 1001}, 333667}, {{24000, 1001}, 417083},
+                {{60000, 1001}, 166833}, {{30, 1}, 333333},       {{15, 1}, 666667},
+                {{1, 1}, 10000000},      {{48000, 1}, 208},       {{1, Largest}, Largest}};
     for (const auto& row : rows) {
         REFERENCE_TIME time = -1;
         EXPECT_EQ(ToAvgTimePerFrame(row.rate, time), S_OK);

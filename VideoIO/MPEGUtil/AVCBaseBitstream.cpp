@@ -89,13 +89,9 @@ std::int32_t AVCBaseBitstream::get_se() {
     return (code & 1) != 0 ? magnitude : -magnitude;
 }
 
-void AVCBaseBitstream::align() {
-    skip_bits(static_cast<unsigned>(-bits_read() % 8));
-}
+void AVCBaseBitstream::align() { skip_bits(static_cast<unsigned>(-bits_read() % 8)); }
 
-std::uint64_t AVCBaseBitstream::bits_left() const {
-    return std::uint64_t{m_size} * 32 - bits_read();
-}
+std::uint64_t AVCBaseBitstream::bits_left() const { return std::uint64_t{m_size} * 32 - bits_read(); }
 
 bool AVCBaseBitstream::more_rbsp_data() const {
     if (bits_left() == 0) {

@@ -16,13 +16,10 @@ TEST(AvcBitstream, TakesEmulationPreventionOut) {
         Bytes unit;
         Bytes rbsp;
     };
-    for (const auto& [unit, rbsp] : {
-             Case{{0x67, 0, 0, 3, 1, 9}, {0x67, 0, 0, 1, 9}},
-             Case{{0x67, 0, 0, 3, 0, 0, 3, 0}, {0x67, 0, 0, 0, 0, 0}},
-             Case{{0, 0, 3, 3, 0, 3}, {0, 0, 3, 0, 3}},
-             Case{{0x67, 0, 0, 0, 3, 5}, {0x67, 0, 0, 0, 5}},
-             Case{{3, 0, 3, 0, 0}, {3, 0, 3, 0, 0}},
-             Case{{0x67}, {0x67}}, Case{{}, {}}}) {
+    for (const auto& [unit, rbsp] :
+         {Case{{0x67, 0, 0, 3, 1, 9}, {0x67, 0, 0, 1, 9}}, Case{{0x67, 0, 0, 3, 0, 0, 3, 0}, {0x67, 0, 0, 0, 0, 0}},
+          Case{{0, 0, 3, 3, 0, 3}, {0, 0, 3, 0, 3}}, Case{{0x67, 0, 0, 0, 3, 5}, {0x67, 0, 0, 0, 5}},
+          Case{{3, 0, 3, 0, 0}, {3, 0, 3, 0, 0}}, Case{{0x67}, {0x67}}, Case{{}, {}}}) {
         std::vector<std::uint32_t> words;
         const auto packed = to_rbsp(words, unit);
         EXPECT_EQ(packed.size(), (rbsp.size() + 3) / 4);

@@ -1,14 +1,14 @@
 // The decoder configuration record of H.264 in ISO files (`avcC`), ISO/IEC 14496-15 clause 5.3.3.
 #pragma once
 
-#include <cstddef>
-#include <vector>
-
 #include "Platform/DirectShow/MediaType.h"
 #include "VideoIO/FilterUtil/StreamRate.h"
 #include "VideoIO/MPEGUtil/ConfigurationRecordReader.h"
 #include "VideoIO/MPEGUtil/DataBuffer.h"
 #include "VideoIO/MPEGUtil/H264PayloadParser.h"
+
+#include <cstddef>
+#include <vector>
 
 namespace qz_MPEGUtil {
 

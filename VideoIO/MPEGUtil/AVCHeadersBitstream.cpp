@@ -4,9 +4,7 @@
 
 namespace ProtectedLibrary {
 
-void throw_bad_syntax() {
-    throw AVC_exception(AVC_ERR_INVALID_STREAM);
-}
+void throw_bad_syntax() { throw AVC_exception(AVC_ERR_INVALID_STREAM); }
 
 std::uint32_t AVCHeadersBitstream::ue() {
     const std::int32_t value = get_ue();

@@ -17,7 +17,8 @@ using namespace testdata;
 std::vector<Bytes> UnitsOf(const Bytes& stream) {
     std::vector<Bytes> units;
     qz_MPEGUtil::NALUnitSplitter splitter;
-    qz_MPEGUtil::nal_buffer data{.base = stream.data(), .size = static_cast<std::uint32_t>(stream.size()),
+    qz_MPEGUtil::nal_buffer data{.base = stream.data(),
+                                 .size = static_cast<std::uint32_t>(stream.size()),
                                  .flags = qz_MPEGUtil::nal_buffer::complete};
     qz_MPEGUtil::nal_buffer* unit = nullptr;
     while (data.size > 4) {
@@ -99,10 +100,10 @@ TEST(AvcSliceHeader, ReadsMarkingAndGroupCycle) {
     pps.slice_group_change_rate = 5;  // 12 / 5 rounds up to 3: 2 bits
     pps.deblocking_filter_control_present_flag = true;
     bit_writer w;
-    w.ue(7).ue(5).ue(9);                             // first macroblock, P, picture parameter set
-    w.u(4, 11).u(8, 0xAB);                           // frame_num, order count
-    w.u(1, 1).ue(1);                                 // two references
-    w.u(1, 1).ue(0).ue(4).ue(2).ue(1).ue(3);         // list modification
+    w.ue(7).ue(5).ue(9);                      // first macroblock, P, picture parameter set
+    w.u(4, 11).u(8, 0xAB);                    // frame_num, order count
+    w.u(1, 1).ue(1);                          // two references
+    w.u(1, 1).ue(0).ue(4).ue(2).ue(1).ue(3);  // list modification
     w.u(1, 1).ue(1).ue(0).ue(2).ue(1).ue(3).ue(0).ue(1).ue(4).ue(2).ue(5).ue(6).ue(0).ue(0);  // marking
     w.se(-3).ue(0).se(1).se(-1).u(2, 3);
     const std::size_t length = w.size();
@@ -170,7 +171,7 @@ TEST(AvcNalHeader, ReadsTheExtensions) {
 
 TEST(AvcSei, ReadsOneMessageAfterTheOther) {
     bit_writer w;
-    w.u(8, 0xFF).u(8, 1).u(8, 3).u(24, 0xABCDEF);        // type 256
+    w.u(8, 0xFF).u(8, 1).u(8, 3).u(24, 0xABCDEF);             // type 256
     w.u(8, 6).u(8, 2).ue(4).u(1, 1).u(1, 0).u(2, 2).u(7, 0);  // recovery point
     const Bytes unit = w.trailing().nal();
     Reader reader(unit);

@@ -15,21 +15,19 @@ TEST(AvcSeqParamSet, AcceptsAndRefusesByTheTableOfLimits) {
         SpsPlan good;
         SpsPlan bad;
     };
-    for (const auto& [what, good, bad] : {
-             Case{"profile", {.profile = 188}, {.profile = 244}},
-             Case{"profile of the chroma branch", {.profile = 83}, {.profile = 44}},
-             Case{"level", {.level = 62}, {.level = 9}},
-             Case{"id", {.id = 31}, {.id = 32}},
-             Case{"chroma format", {.chroma = 3}, {.chroma = 4}},
-             Case{"separate planes", {.chroma = 3}, {.chroma = 3, .separate_planes = true}},
-             Case{"luma depth", {.luma = 8}, {.luma = 9}},
-             Case{"chroma depth", {.chroma_depth = 8}, {.chroma_depth = 9}},
-             Case{"frame number", {.frame_num = 12}, {.frame_num = 13}},
-             Case{"order type", {.order_type = 2}, {.order_type = 3}},
-             Case{"order count", {.order_lsb = 12}, {.order_lsb = 13}},
-             Case{"cycle", {.order_type = 1, .cycle = 255}, {.order_type = 1, .cycle = 256}},
-             Case{"reference frames", {.references = 16}, {.references = 17}},
-             Case{"area", {.width = 0x8000, .height = 0x8000}, {.width = 0x10000, .height = 0x8000}}}) {
+    for (const auto& [what, good, bad] :
+         {Case{"profile", {.profile = 188}, {.profile = 244}},
+          Case{"profile of the chroma branch", {.profile = 83}, {.profile = 44}},
+          Case{"level", {.level = 62}, {.level = 9}}, Case{"id", {.id = 31}, {.id = 32}},
+          Case{"chroma format", {.chroma = 3}, {.chroma = 4}},
+          Case{"separate planes", {.chroma = 3}, {.chroma = 3, .separate_planes = true}},
+          Case{"luma depth", {.luma = 8}, {.luma = 9}}, Case{"chroma depth", {.chroma_depth = 8}, {.chroma_depth = 9}},
+          Case{"frame number", {.frame_num = 12}, {.frame_num = 13}},
+          Case{"order type", {.order_type = 2}, {.order_type = 3}},
+          Case{"order count", {.order_lsb = 12}, {.order_lsb = 13}},
+          Case{"cycle", {.order_type = 1, .cycle = 255}, {.order_type = 1, .cycle = 256}},
+          Case{"reference frames", {.references = 16}, {.references = 17}},
+          Case{"area", {.width = 0x8000, .height = 0x8000}, {.width = 0x10000, .height = 0x8000}}}) {
         AVCSeqParamSet sps;
         EXPECT_EQ(ReadSps(good, sps), 0) << what;
         EXPECT_EQ(ReadSps(bad, sps), -16) << what;

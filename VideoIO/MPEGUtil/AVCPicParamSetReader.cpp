@@ -40,33 +40,31 @@ void AVCHeadersBitstream::read_slice_groups(AVCPicParamSet& pps, std::uint32_t a
     pps.slice_group_map_type = ue(6);
     const std::uint32_t last = pps.num_slice_groups - 1;
     switch (pps.slice_group_map_type) {
-    case 0:  // interleaved
-        for (std::uint32_t i = 0; i <= last; ++i) {
-            pps.run_length[i] = 1 + ue();
-            require(pps.run_length[i] <= area);
-        }
-        break;
-    case 2:  // rectangles in front of a background
-        for (std::uint32_t i = 0; i < last; ++i) {
-            pps.top_left[i] = ue();
-            pps.bottom_right[i] = ue();
-            require(pps.top_left[i] <= pps.bottom_right[i] && pps.bottom_right[i] < area);
-            require(pps.top_left[i] % width <= pps.bottom_right[i] % width);
-        }
-        break;
-    case 3:
-    case 4:
-    case 5:  // evolving
-        require(pps.num_slice_groups == 2);
-        pps.slice_group_change_direction_flag = get_flag();
-        pps.slice_group_change_rate = 1 + ue();
-        require(pps.slice_group_change_rate <= area);
-        break;
-    case 6:
-        read_slice_group_ids(pps, area);
-        break;
-    default:  // 1, dispersed, has no parameters
-        break;
+        case 0:  // interleaved
+            for (std::uint32_t i = 0; i <= last; ++i) {
+                pps.run_length[i] = 1 + ue();
+                require(pps.run_length[i] <= area);
+            }
+            break;
+        case 2:  // rectangles in front of a background
+            for (std::uint32_t i = 0; i < last; ++i) {
+                pps.top_left[i] = ue();
+                pps.bottom_right[i] = ue();
+                require(pps.top_left[i] <= pps.bottom_right[i] && pps.bottom_right[i] < area);
+                require(pps.top_left[i] % width <= pps.bottom_right[i] % width);
+            }
+            break;
+        case 3:
+        case 4:
+        case 5:  // evolving
+            require(pps.num_slice_groups == 2);
+            pps.slice_group_change_direction_flag = get_flag();
+            pps.slice_group_change_rate = 1 + ue();
+            require(pps.slice_group_change_rate <= area);
+            break;
+        case 6: read_slice_group_ids(pps, area); break;
+        default:  // 1, dispersed, has no parameters
+            break;
     }
 }
 

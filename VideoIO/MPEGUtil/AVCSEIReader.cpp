@@ -24,17 +24,10 @@ void AVCHeadersBitstream::read_sei_message(AVCSEIPayLoad& sei, const AVCSeqParam
     for (std::uint8_t& byte : sei.payload) byte = static_cast<std::uint8_t>(get_bits(8));
     sei.payload_type = type;
     switch (type) {
-    case kSeiBufferingPeriod:
-        fields.read_buffering_period(sei, sps);
-        break;
-    case kSeiPicTiming:
-        fields.read_pic_timing(sei, sps);
-        break;
-    case kSeiRecoveryPoint:
-        fields.read_recovery_point(sei);
-        break;
-    default:
-        break;
+        case kSeiBufferingPeriod: fields.read_buffering_period(sei, sps); break;
+        case kSeiPicTiming: fields.read_pic_timing(sei, sps); break;
+        case kSeiRecoveryPoint: fields.read_recovery_point(sei); break;
+        default: break;
     }
 }
 

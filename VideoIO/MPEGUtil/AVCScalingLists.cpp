@@ -7,14 +7,14 @@ namespace {
 // ITU-T H.264, tables 7-3 and 7-4, in zigzag order.
 constexpr std::array<std::uint8_t, 16> kIntra4x4 = {6, 13, 13, 20, 20, 20, 28, 28, 28, 28, 32, 32, 32, 37, 37, 42};
 constexpr std::array<std::uint8_t, 16> kInter4x4 = {10, 14, 14, 20, 20, 20, 24, 24, 24, 24, 27, 27, 27, 30, 30, 34};
-constexpr std::array<std::uint8_t, 64> kIntra8x8 = {
-    6,  10, 10, 13, 11, 13, 16, 16, 16, 16, 18, 18, 18, 18, 18, 23, 23, 23, 23, 23, 23, 25,
-    25, 25, 25, 25, 25, 25, 27, 27, 27, 27, 27, 27, 27, 27, 29, 29, 29, 29, 29, 29, 29, 31,
-    31, 31, 31, 31, 31, 33, 33, 33, 33, 33, 36, 36, 36, 36, 38, 38, 38, 40, 40, 42};
-constexpr std::array<std::uint8_t, 64> kInter8x8 = {
-    9,  13, 13, 15, 13, 15, 17, 17, 17, 17, 19, 19, 19, 19, 19, 21, 21, 21, 21, 21, 21, 22,
-    22, 22, 22, 22, 22, 22, 24, 24, 24, 24, 24, 24, 24, 24, 25, 25, 25, 25, 25, 25, 25, 27,
-    27, 27, 27, 27, 27, 28, 28, 28, 28, 28, 30, 30, 30, 30, 32, 32, 32, 33, 33, 35};
+constexpr std::array<std::uint8_t, 64> kIntra8x8 = {6,  10, 10, 13, 11, 13, 16, 16, 16, 16, 18, 18, 18, 18, 18, 23,
+                                                    23, 23, 23, 23, 23, 25, 25, 25, 25, 25, 25, 25, 27, 27, 27, 27,
+                                                    27, 27, 27, 27, 29, 29, 29, 29, 29, 29, 29, 31, 31, 31, 31, 31,
+                                                    31, 33, 33, 33, 33, 33, 36, 36, 36, 36, 38, 38, 38, 40, 40, 42};
+constexpr std::array<std::uint8_t, 64> kInter8x8 = {9,  13, 13, 15, 13, 15, 17, 17, 17, 17, 19, 19, 19, 19, 19, 21,
+                                                    21, 21, 21, 21, 21, 22, 22, 22, 22, 22, 22, 22, 24, 24, 24, 24,
+                                                    24, 24, 24, 24, 25, 25, 25, 25, 25, 25, 25, 27, 27, 27, 27, 27,
+                                                    27, 28, 28, 28, 28, 28, 30, 30, 30, 30, 32, 32, 32, 33, 33, 35};
 
 }  // namespace
 
@@ -26,9 +26,8 @@ AVCScalingLists flat_scaling_lists() {
 }
 
 const AVCScalingLists& default_scaling_lists() {
-    static constexpr AVCScalingLists lists = {
-        {kIntra4x4, kIntra4x4, kIntra4x4, kInter4x4, kInter4x4, kInter4x4},
-        {kIntra8x8, kInter8x8, kIntra8x8, kInter8x8, kIntra8x8, kInter8x8}};
+    static constexpr AVCScalingLists lists = {{kIntra4x4, kIntra4x4, kIntra4x4, kInter4x4, kInter4x4, kInter4x4},
+                                              {kIntra8x8, kInter8x8, kIntra8x8, kInter8x8, kIntra8x8, kInter8x8}};
     return lists;
 }
 

@@ -15,9 +15,7 @@ constexpr std::size_t kMoreSliceInfos = 10;
 constexpr std::uint32_t kSmallestUnit = 4;  // bytes left that are no unit with its start code
 constexpr std::array<std::uint8_t, 4> kStartCode = {0, 0, 0, 1};
 
-std::span<const std::uint8_t> bytes_of(const nal_buffer& unit) {
-    return {unit.begin(), unit.size};
-}
+std::span<const std::uint8_t> bytes_of(const nal_buffer& unit) { return {unit.begin(), unit.size}; }
 
 /// The bytes of `unit` that carry the first `rbsp_bytes` bytes left when emulation prevention is taken out.
 std::uint32_t bytes_with_emulation(std::span<const std::uint8_t> unit, std::uint64_t rbsp_bytes) {
@@ -37,12 +35,9 @@ std::uint32_t bytes_with_emulation(std::span<const std::uint8_t> unit, std::uint
 
 std::uint32_t info_type(std::uint32_t slice_type) {
     switch (slice_type) {
-    case AVC_I_SLICE:
-        return 0;
-    case AVC_B_SLICE:
-        return 2;
-    default:
-        return 1;
+        case AVC_I_SLICE: return 0;
+        case AVC_B_SLICE: return 2;
+        default: return 1;
     }
 }
 
@@ -58,8 +53,7 @@ bool same_picture(const AVCSliceHeader& a, const AVCSliceHeader& b) {
     return a.frame_num == b.frame_num && a.first_mb_in_slice != b.first_mb_in_slice &&
            a.pic_parameter_set_id == b.pic_parameter_set_id && a.field_pic_flag == b.field_pic_flag &&
            a.bottom_field_flag == b.bottom_field_flag && same_reference_kind(a, b) &&
-           a.pic_order_cnt_lsb == b.pic_order_cnt_lsb &&
-           a.delta_pic_order_cnt_bottom == b.delta_pic_order_cnt_bottom &&
+           a.pic_order_cnt_lsb == b.pic_order_cnt_lsb && a.delta_pic_order_cnt_bottom == b.delta_pic_order_cnt_bottom &&
            a.delta_pic_order_cnt == b.delta_pic_order_cnt && same_kind;
 }
 
@@ -70,8 +64,7 @@ bool is_second_field(const AVCSliceHeader& first, const AVCSliceHeader& next) {
 
 }  // namespace
 
-AVC_Spl::AVC_Spl()
-    : m_scanner(std::make_unique<qz_MPEGUtil::NALUnitSplitter>()), m_slice_info(kFirstSliceInfos) {
+AVC_Spl::AVC_Spl() : m_scanner(std::make_unique<qz_MPEGUtil::NALUnitSplitter>()), m_slice_info(kFirstSliceInfos) {
     m_scanner->init();
 }
 
@@ -141,29 +134,26 @@ std::int32_t AVC_Spl::take_pending() {
 /// True when the unit showed that the frame in front of it is complete.
 bool AVC_Spl::take_unit(std::uint32_t type, const nal_buffer& unit, std::int32_t& status) {
     switch (type) {
-    case AVC_NAL_SLICE:
-    case AVC_NAL_IDR_SLICE:
-    case AVC_NAL_SLICE_EXTENSION:
-        return take_slice(unit, status);
-    case AVC_NAL_SEI:
-        read_sei(bytes_of(unit));
-        status = add_header_nal(bytes_of(unit));
-        return false;
-    case AVC_NAL_SPS:
-    case AVC_NAL_PPS:
-    case AVC_NAL_SPS_EXTENSION:
-    case AVC_NAL_PREFIX:
-    case AVC_NAL_SUBSET_SPS:
-        read_header_nal(bytes_of(unit));
-        status = add_header_nal(bytes_of(unit));
-        return false;
-    case AVC_NAL_AUD:
-    case AVC_NAL_END_OF_SEQUENCE:
-    case AVC_NAL_END_OF_STREAM:
-        status = add_header_nal(bytes_of(unit));
-        return false;
-    default:  // data partitions, auxiliary pictures, filler and what is reserved
-        return false;
+        case AVC_NAL_SLICE:
+        case AVC_NAL_IDR_SLICE:
+        case AVC_NAL_SLICE_EXTENSION: return take_slice(unit, status);
+        case AVC_NAL_SEI:
+            read_sei(bytes_of(unit));
+            status = add_header_nal(bytes_of(unit));
+            return false;
+        case AVC_NAL_SPS:
+        case AVC_NAL_PPS:
+        case AVC_NAL_SPS_EXTENSION:
+        case AVC_NAL_PREFIX:
+        case AVC_NAL_SUBSET_SPS:
+            read_header_nal(bytes_of(unit));
+            status = add_header_nal(bytes_of(unit));
+            return false;
+        case AVC_NAL_AUD:
+        case AVC_NAL_END_OF_SEQUENCE:
+        case AVC_NAL_END_OF_STREAM: status = add_header_nal(bytes_of(unit)); return false;
+        default:  // data partitions, auxiliary pictures, filler and what is reserved
+            return false;
     }
 }
 
@@ -205,9 +195,7 @@ std::int32_t AVC_Spl::append(Bytes unit) {
     return AVC_OK;
 }
 
-std::int32_t AVC_Spl::add_header_nal(Bytes unit) {
-    return append(unit);
-}
+std::int32_t AVC_Spl::add_header_nal(Bytes unit) { return append(unit); }
 
 /// Adds the unit of the last one of m_slices, which add_slice took into the open frame. A frame whose first slice does
 /// not fit is none.
@@ -236,11 +224,11 @@ std::int32_t AVC_Spl::add_nal(Bytes unit, std::int64_t time, const Slice& slice)
         m_slice_info.resize(m_output.slice_count + kMoreSliceInfos);
     }
     const std::uint64_t header_bytes = (slice.header_bits + 7) / 8;
-    m_slice_info[index] = {.offset = offset,
-                           .size = m_output.data_size - offset,
-                           .header_size = bytes_with_emulation(unit, header_bytes) +
-                                          static_cast<std::uint32_t>(kStartCode.size()),
-                           .type = info_type(slice.header.slice_type)};
+    m_slice_info[index] = {
+        .offset = offset,
+        .size = m_output.data_size - offset,
+        .header_size = bytes_with_emulation(unit, header_bytes) + static_cast<std::uint32_t>(kStartCode.size()),
+        .type = info_type(slice.header.slice_type)};
     if (m_frame_slot.second_field == 0) {
         ++m_output.first_field_slices;
     }

@@ -75,25 +75,18 @@ void AVC_Spl::read_header_nal(Bytes unit) {
     AVCNalHeader header;
     AVCHeadersBitstream bits = open_unit(unit, header);
     switch (header.nal_unit_type) {
-    case AVC_NAL_SPS:
-    case AVC_NAL_SUBSET_SPS:
-        read_seq_param_set(bits, header.nal_unit_type);
-        break;
-    case AVC_NAL_PPS:
-        read_pic_param_set(bits);
-        break;
-    case AVC_NAL_SPS_EXTENSION: {
-        AVCSeqParamSetExtension extension;
-        if (bits.get_seq_param_set_extension(extension) == AVC_OK) {
-            m_sps_extensions.store(extension);
+        case AVC_NAL_SPS:
+        case AVC_NAL_SUBSET_SPS: read_seq_param_set(bits, header.nal_unit_type); break;
+        case AVC_NAL_PPS: read_pic_param_set(bits); break;
+        case AVC_NAL_SPS_EXTENSION: {
+            AVCSeqParamSetExtension extension;
+            if (bits.get_seq_param_set_extension(extension) == AVC_OK) {
+                m_sps_extensions.store(extension);
+            }
+            break;
         }
-        break;
-    }
-    case AVC_NAL_PREFIX:
-        m_prefix = header;
-        break;
-    default:
-        break;
+        case AVC_NAL_PREFIX: m_prefix = header; break;
+        default: break;
     }
 }
 

@@ -61,8 +61,11 @@ std::vector<Frame> Frames(AVC_Spl& splitter, const Bytes& stream, std::size_t pa
         at += count;
         // In a block of its own that goes away, as a caller's buffer does.
         const Bytes block = held;
-        nal_buffer data{.time = static_cast<std::int64_t>(at), .base = block.data(), .offset = 0,
-                        .size = static_cast<std::uint32_t>(block.size()), .flags = 0};
+        nal_buffer data{.time = static_cast<std::int64_t>(at),
+                        .base = block.data(),
+                        .offset = 0,
+                        .size = static_cast<std::uint32_t>(block.size()),
+                        .flags = 0};
         Feed(splitter, &data, frames);
         held.assign(block.begin() + data.offset, block.end());
     }
@@ -107,7 +110,7 @@ Bytes Slice(const SlicePlan& plan) {
     if (plan.field != 0) w.u(1, plan.field == 2);
     if (plan.type == 5) w.ue(plan.idr_id);
     w.u(4, plan.order);
-    if (plan.slice_type == 1) w.u(1, 0);        // direct_spatial_mv_pred_flag
+    if (plan.slice_type == 1) w.u(1, 0);          // direct_spatial_mv_pred_flag
     if (plan.slice_type != 2) w.u(1, 0).u(1, 0);  // no override, no modification
     if (plan.slice_type == 1) w.u(1, 0);
     if (plan.ref != 0) w.u(plan.type == 5 ? 2 : 1, 0);
@@ -224,9 +227,9 @@ TEST(AvcSplitter, JoinsTheTwoFieldsOfAFrame) {
         return Slice({.ref = ref, .first_mb = mb, .field = parity, .order = order});
     };
     AVC_Spl splitter;
-    const std::vector<Frame> frames = Frames(
-        splitter, Stream({Sps(), Pps(), field(1, 0, 0), field(1, 2, 0), field(2, 0, 1), field(1, 0, 2), field(2, 0, 3),
-                          field(2, 1, 3)}));
+    const std::vector<Frame> frames =
+        Frames(splitter, Stream({Sps(), Pps(), field(1, 0, 0), field(1, 2, 0), field(2, 0, 1), field(1, 0, 2),
+                                 field(2, 0, 3), field(2, 1, 3)}));
     ASSERT_EQ(SliceCounts(frames), (std::vector<std::size_t>{3, 3}));
     EXPECT_EQ(frames[0].first_field_slices, 2u);
     EXPECT_EQ(frames[1].first_field_slices, 1u);
@@ -316,9 +319,8 @@ TEST(AvcSplitter, LeavesOutWhatDoesNotFitTheFrame) {
     const Bytes small = Slice({.type = 5, .first_mb = 5});
     const Bytes stream = Stream({Sps(), Pps(), large, more, small});
     AVC_Spl splitter;
-    nal_buffer data{.base = stream.data(),
-                    .size = static_cast<std::uint32_t>(stream.size()),
-                    .flags = nal_buffer::complete};
+    nal_buffer data{
+        .base = stream.data(), .size = static_cast<std::uint32_t>(stream.size()), .flags = nal_buffer::complete};
     const AVCFrame* frame = nullptr;
     EXPECT_EQ(splitter.next_frame(&data, frame), AVC_ERR_NOT_ENOUGH_BUFFER);
     EXPECT_EQ(frame, nullptr);
@@ -333,9 +335,8 @@ TEST(AvcSplitter, LeavesOutWhatDoesNotFitTheFrame) {
         Bytes unit = {0x09};
         unit.resize(length, 0x11);
         Bytes bytes = Stream({unit});
-        nal_buffer one{.base = bytes.data(),
-                       .size = static_cast<std::uint32_t>(bytes.size()),
-                       .flags = nal_buffer::complete};
+        nal_buffer one{
+            .base = bytes.data(), .size = static_cast<std::uint32_t>(bytes.size()), .flags = nal_buffer::complete};
         EXPECT_EQ(exact.next_frame(&one, frame),
                   length == 1048571 ? AVC_ERR_NOT_ENOUGH_DATA : AVC_ERR_NOT_ENOUGH_BUFFER);
     }
@@ -348,8 +349,8 @@ TEST(AvcSplitter, OpensNoFrameWithASliceThatDoesNotFit) {
     const auto frames_of = [](const Bytes& stream) {
         AVC_Spl splitter;
         std::vector<Frame> frames;
-        nal_buffer data{.base = stream.data(), .size = static_cast<std::uint32_t>(stream.size()),
-                        .flags = nal_buffer::complete};
+        nal_buffer data{
+            .base = stream.data(), .size = static_cast<std::uint32_t>(stream.size()), .flags = nal_buffer::complete};
         Feed(splitter, &data, frames);
         Feed(splitter, nullptr, frames);
         return frames;
@@ -402,8 +403,26 @@ TEST(AvcSplitter, KeepsASequenceParameterSetWhenItsSuccessorIsRefused) {
 TEST(AvcSplitter, RaisesTheUnitLimitByThePictureArea) {
     // 4 x 2 macroblocks of 384 bytes stay below the first limit of 10240; 64 x 2 raise it to 49152.
     const auto sps = [](unsigned width, unsigned id, unsigned nal) {
-        return bit_writer().u(8, nal).u(8, 77).u(8, 0).u(8, 30).ue(id).ue(0).ue(0).ue(0).ue(2).u(1, 0)
-            .ue(width - 1).ue(0).u(1, 0).u(1, 0).u(1, 1).u(1, 0).u(1, 0).trailing().nal();
+        return bit_writer()
+            .u(8, nal)
+            .u(8, 77)
+            .u(8, 0)
+            .u(8, 30)
+            .ue(id)
+            .ue(0)
+            .ue(0)
+            .ue(0)
+            .ue(2)
+            .u(1, 0)
+            .ue(width - 1)
+            .ue(0)
+            .u(1, 0)
+            .u(1, 0)
+            .u(1, 1)
+            .u(1, 0)
+            .u(1, 0)
+            .trailing()
+            .nal();
     };
     Bytes slice = Slice({.type = 5});
     slice.resize(20000, 0x55);

@@ -1,8 +1,8 @@
 #include "VideoIO/MPEGUtil/AudioSpecificConfig.h"
 
-#include <gtest/gtest.h>
-
 #include "Testing/Kit/bit_writer.h"
+
+#include <gtest/gtest.h>
 
 namespace qz_MPEGUtil {
 namespace {
@@ -39,14 +39,14 @@ TEST(AudioSpecificConfig, ReadsTypeFrequencyAndChannels) {
 TEST(AudioSpecificConfig, RefusesWhatTellsNoFrequencyOrChannels) {
     const bit_writer cases[] = {
         bit_writer(),
-        bit_writer().u(5, 2).u(4, 3).u(4, 0),              // told by a program config element
+        bit_writer().u(5, 2).u(4, 3).u(4, 0),  // told by a program config element
         bit_writer().u(5, 2).u(4, 3).u(4, 8),
         bit_writer().u(5, 2).u(4, 3).u(4, 15),
         bit_writer().u(5, 2).u(4, 13).u(4, 2),
         bit_writer().u(5, 2).u(4, 14).u(4, 2),
         bit_writer().u(5, 2).u(4, 15).u(24, 0).u(4, 2),
-        bit_writer().u(5, 2).u(4, 15).u(23, 0x40),         // ends within the frequency
-        bit_writer().u(5, 31).u(6, 1).u(4, 3).u(1, 1),     // ends within the channels
+        bit_writer().u(5, 2).u(4, 15).u(23, 0x40),      // ends within the frequency
+        bit_writer().u(5, 31).u(6, 1).u(4, 3).u(1, 1),  // ends within the channels
     };
     for (const auto& c : cases) EXPECT_FALSE(ReadAudioSpecificConfig(c.bytes())) << &c - cases;
 }

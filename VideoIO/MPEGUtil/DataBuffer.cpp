@@ -1,11 +1,11 @@
 #include "VideoIO/MPEGUtil/DataBuffer.h"
 
+#include "Logging/Checks.h"
+#include "MediaKit/Results.h"
+
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-
-#include "Logging/Checks.h"
-#include "MediaKit/Results.h"
 
 namespace qz_MPEGUtil {
 
@@ -46,7 +46,7 @@ std::size_t DataBuffer::Add(const BYTE* bytes, std::size_t size, std::int64_t st
     if (!continues) {
         m_streamPositionMap.try_emplace(destination, streamPosition);
     }
-    QZCheckCondition(! m_streamPositionMap.empty(), 0);
+    QZCheckCondition(!m_streamPositionMap.empty(), 0);
     m_dataSize += taken;
     return taken;
 }

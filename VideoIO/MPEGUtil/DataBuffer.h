@@ -1,14 +1,14 @@
 // The parse buffer behind H26xSyntaxReader: a window of fixed size on a stream.
 #pragma once
 
+#include "Platform/Com/Results.h"
+#include "Platform/Kernel/CriticalSection.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <vector>
-
-#include "Platform/Com/Results.h"
-#include "Platform/Kernel/CriticalSection.h"
 
 namespace qz_MPEGUtil {
 
@@ -50,12 +50,12 @@ public:
 
 private:
     void Compact(std::size_t consumed);
-    void MovePositionsDown(std::size_t consumed) REQUIRES(m_lock);
+    void MovePositionsDown(std::size_t consumed) MK_REQUIRES(m_lock);
 
     std::uint64_t m_dataSize = 0;  // bytes held, read ones included
     const BYTE* m_readPointer = nullptr;
     std::vector<BYTE> m_parseBuffer;
-    std::map<const BYTE*, std::int64_t> m_streamPositionMap GUARDED_BY(m_lock);
+    std::map<const BYTE*, std::int64_t> m_streamPositionMap MK_GUARDED_BY(m_lock);
     mutable CCritSec m_lock{"DataBuffer", LockRank::Object};  // innermost: nothing is called while it is held
 };
 

@@ -1,10 +1,10 @@
 #include "VideoIO/MPEGUtil/DataBuffer.h"
 
-#include <numeric>
+#include "MediaKit/Results.h"
 
 #include <gtest/gtest.h>
 
-#include "MediaKit/Results.h"
+#include <numeric>
 
 namespace qz_MPEGUtil {
 namespace {

@@ -1,10 +1,3 @@
-#include <algorithm>
-#include <cstring>
-#include <random>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "MediaKit/Results.h"
 #include "Testing/Kit/bit_writer.h"
 #include "Testing/Kit/log_capture.h"
@@ -12,6 +5,13 @@
 #include "VideoIO/MPEGUtil/AVCDecoderConfigurationRecord.h"
 #include "VideoIO/MPEGUtil/HEVCDecoderConfigurationRecord.h"
 #include "VideoIO/MPEGUtil/Hex_test.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
 
 namespace qz_MPEGUtil {
 namespace {
@@ -103,8 +103,12 @@ struct RecordParts {
         return w.u(1, 0).u(1, 0).trailing().nal();  // neither cropping nor VUI
     }
     Bytes Write() const {
-        Bytes out = {static_cast<BYTE>(version), static_cast<BYTE>(profile), 0, 10,
-                     static_cast<BYTE>(0xFC | length_size_minus1), static_cast<BYTE>(0xE0 | sps.size())};
+        Bytes out = {static_cast<BYTE>(version),
+                     static_cast<BYTE>(profile),
+                     0,
+                     10,
+                     static_cast<BYTE>(0xFC | length_size_minus1),
+                     static_cast<BYTE>(0xE0 | sps.size())};
         const Bytes sets = Prefixed(sps), pictures = Prefixed(pps);
         out.insert(out.end(), sets.begin(), sets.end());
         out.push_back(static_cast<BYTE>(pps.size()));
@@ -147,8 +151,8 @@ TEST(AVCDecoderConfigurationRecord, RefusesBrokenRecords) {
     };
     EXPECT_EQ(ParseAVC(record, {1, 66, 0, 10}), QZ_E_BAD_DATA);
     EXPECT_EQ(log.count(1, L"bufferSize >= 5"), 1u);
-    EXPECT_EQ(fails([](auto& p) { p.version = 2; },
-                    L"Unknown configurationVersion when parsing AVCConfig (=2)"), E_FAIL);
+    EXPECT_EQ(fails([](auto& p) { p.version = 2; }, L"Unknown configurationVersion when parsing AVCConfig (=2)"),
+              E_FAIL);
     EXPECT_EQ(fails([](auto& p) { p.sps.clear(); }, L"numOfSequenceParameterSets > 0"), E_FAIL);
     EXPECT_EQ(fails([](auto& p) { p.sps.push_back({}); }, L"sequenceParameterSetLength > 0"), E_FAIL);
     EXPECT_THAT(record.m_sps, SizeIs(1));  // as far as it was read
@@ -156,7 +160,8 @@ TEST(AVCDecoderConfigurationRecord, RefusesBrokenRecords) {
     EXPECT_EQ(fails([](auto& p) { p.pps.clear(); }, L"!m_pps.empty()"), E_FAIL);
     EXPECT_EQ(fails([](auto& p) { p.sps[0][0] = 0x68; }, L"nal_unit_type == 7"), E_UNEXPECTED);
     EXPECT_EQ(fails([](auto& p) { p.profile = 100, p.tail = {0xFD, 0xF8, 0xF8, 1, 0, 0}; },
-                    L"sequenceParameterSetExtLength > 0"), E_FAIL);
+                    L"sequenceParameterSetExtLength > 0"),
+              E_FAIL);
 }
 
 TEST(AVCDecoderConfigurationRecord, HasNoMediaTypeBehindAFailure) {
@@ -246,8 +251,12 @@ TEST(HEVCDecoderConfigurationRecord, WritesOnlyTheKindsItHas) {
     EXPECT_TRUE(record.AddParameterSet(Bytes{0x42, 1, 9}));  // no readable set: stored, and tells nothing
     EXPECT_TRUE(record.AddParameterSet(Bytes{0x44, 1, 8, 8}));
     const Bytes written = serialized();
-    EXPECT_EQ(Bytes(written.begin() + 22, written.end()),
-              FromHex("02" "a10001" "0003420109" "a20002" "0003440107" "000444010808"));
+    EXPECT_EQ(Bytes(written.begin() + 22, written.end()), FromHex("02"
+                                                                  "a10001"
+                                                                  "0003420109"
+                                                                  "a20002"
+                                                                  "0003440107"
+                                                                  "000444010808"));
     EXPECT_EQ(Bytes(written.begin(), written.begin() + 13), FromHex("01000000000000000000000000"));
     EXPECT_EQ(Bytes(written.begin() + 13, written.begin() + 19), FromHex("f000fcfcf8f8"));
 }

@@ -40,9 +40,8 @@ bool CropInRange(const H264SequenceSyntax& sps) {
 
 bool InRange(const H264SequenceSyntax& sps) {
     return sps.seq_parameter_set_id <= max_sequence_id && sps.chroma_format_idc <= 3 &&
-           sps.bit_depth_luma_minus8 <= 6 && sps.bit_depth_chroma_minus8 <= 6 &&
-           sps.log2_max_frame_num_minus4 <= 12 && sps.log2_max_pic_order_cnt_lsb_minus4 <= 12 &&
-           sps.pic_order_cnt_type <= 2 && sps.max_num_ref_frames <= 16 &&
+           sps.bit_depth_luma_minus8 <= 6 && sps.bit_depth_chroma_minus8 <= 6 && sps.log2_max_frame_num_minus4 <= 12 &&
+           sps.log2_max_pic_order_cnt_lsb_minus4 <= 12 && sps.pic_order_cnt_type <= 2 && sps.max_num_ref_frames <= 16 &&
            sps.pic_width_in_mbs_minus1 < max_side_in_macroblocks &&
            sps.pic_height_in_map_units_minus1 < max_side_in_macroblocks && CropInRange(sps);
 }
@@ -98,10 +97,13 @@ std::uint32_t MaxDpbMbs(const H264SequenceSyntax& sps) {
 
 bool IntraOnlyProfile(const H264SequenceSyntax& sps) {
     switch (sps.profile_idc) {
-        case 44: case 86: case 100: case 110: case 122: case 244:
-            return sps.constraint_set3_flag != 0;
-        default:
-            return false;
+        case 44:
+        case 86:
+        case 100:
+        case 110:
+        case 122:
+        case 244: return sps.constraint_set3_flag != 0;
+        default: return false;
     }
 }
 

@@ -1,11 +1,11 @@
 // Takes the NAL unit header off a parameter set in a DataBuffer and parses it.
 #pragma once
 
-#include <array>
-#include <cstdint>
-
 #include "VideoIO/MPEGUtil/H264SequenceParameterSet.h"
 #include "VideoIO/MPEGUtil/H26xSyntaxReader.h"
+
+#include <array>
+#include <cstdint>
 
 namespace qz_MPEGUtil {
 

@@ -1,16 +1,16 @@
 #include "VideoIO/MPEGUtil/H264PayloadParser.h"
 
-#include <cstring>
-#include <random>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "MediaKit/Results.h"
 #include "Testing/Kit/bit_writer.h"
 #include "Testing/Kit/log_capture.h"
 #include "VideoIO/MPEGUtil/Hex_test.h"
 #include "VideoIO/MPEGUtil/MPEGTestClips_test.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
 
 namespace qz_MPEGUtil {
 namespace {
@@ -130,7 +130,8 @@ TEST(H264PayloadParser, TellsSizesOfFieldPicturesAndBitRates) {
 TEST(H264PayloadParser, TakesFrameTimesFromTimingItMayTrust) {
     const auto time = [](unsigned fixed_rate, unsigned time_scale, const GUID& subtype) {
         return ParseWith([&](SetFields& f) { f.units = 1001, f.time_scale = time_scale, f.fixed_rate = fixed_rate; },
-                         subtype).info.hdr.AvgTimePerFrame;
+                         subtype)
+            .info.hdr.AvgTimePerFrame;
     };
     EXPECT_EQ(time(0, 60000, MEDIASUBTYPE_H264), 333667);
     EXPECT_EQ(time(1, 60000, MEDIASUBTYPE_AVC1), 333667);
@@ -159,9 +160,8 @@ TEST(H264PayloadParser, TakesFrameTimesFromTimingItMayTrust) {
 
 TEST(H264PayloadParser, MultipliesAspectRatios) {
     const auto ratio = [](int idc, unsigned width = 0, unsigned height = 0) {
-        const Parsed parsed = ParseWith([&](SetFields& f) {
-            f.aspect_ratio_idc = idc, f.sar_width = width, f.sar_height = height;
-        });
+        const Parsed parsed =
+            ParseWith([&](SetFields& f) { f.aspect_ratio_idc = idc, f.sar_width = width, f.sar_height = height; });
         return std::tuple(parsed.result, parsed.info.hdr.dwPictAspectRatioX, parsed.info.hdr.dwPictAspectRatioY);
     };
     EXPECT_EQ(ratio(1), std::tuple(S_OK, 16u, 9u));

@@ -1,7 +1,7 @@
+#include "VideoIO/MPEGUtil/PictureOrder.h"
+
 #include <algorithm>
 #include <concepts>
-
-#include "VideoIO/MPEGUtil/PictureOrder.h"
 
 // Names of local values follow ITU-T H.264 clause 8.2.1. Sums are made in 64 bits and cut to 32 at the
 // end, where the standard bounds them. Those of type 1 hold a product that a hostile stream takes beyond 64
@@ -139,8 +139,9 @@ H264PictureOrder::Counts H264PictureOrder::CountPicture(const H264SliceHeader& s
 
 /// PicOrderCnt(picX), equation 8-1; behind operation 5 the counts start anew at this picture.
 std::int32_t H264PictureOrder::PictureCount(const H264SliceHeader& slice, Counts& counts) {
-    const std::int32_t count = !slice.field_pic_flag ? std::min(counts.top, counts.bottom)
-                               : slice.bottom_field_flag ? counts.bottom : counts.top;
+    const std::int32_t count = !slice.field_pic_flag     ? std::min(counts.top, counts.bottom)
+                               : slice.bottom_field_flag ? counts.bottom
+                                                         : counts.top;
     if (!slice.memory_management_control_operation_5) {
         return count;
     }
@@ -164,8 +165,7 @@ std::optional<PictureInfo> H264PictureOrder::AddPicture(std::span<const std::uin
     picture.field = slice->field_pic_flag;
     picture.bottom_field = slice->bottom_field_flag;
     picture.second_field = IsSecondField(*slice);
-    picture.starts_sequence =
-        !picture.second_field && (slice->idr || slice->memory_management_control_operation_5);
+    picture.starts_sequence = !picture.second_field && (slice->idr || slice->memory_management_control_operation_5);
 
     const std::int64_t frame_num_offset = FrameNumOffset(*slice, sps);
     Counts counts = CountPicture(*slice, sps, frame_num_offset);

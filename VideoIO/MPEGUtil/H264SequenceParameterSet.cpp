@@ -1,14 +1,14 @@
 #include "VideoIO/MPEGUtil/H264SequenceParameterSet.h"
 
-#include <cmath>
-#include <cstring>
-#include <utility>
-
 #include "Logging/Checks.h"
 #include "VideoIO/FilterUtil/MediaTypeReaders.h"
 #include "VideoIO/FilterUtil/StreamRate.h"
 #include "VideoIO/MPEGUtil/H264SequenceReading.h"
 #include "VideoIO/MPEGUtil/SampleAspectRatio.h"
+
+#include <cmath>
+#include <cstring>
+#include <utility>
 
 namespace qz_MPEGUtil {
 namespace {
@@ -54,8 +54,8 @@ HRESULT H264SequenceParameterSet::GetIdentifiedMediaType(CMediaType& type) const
 REFERENCE_TIME H264SequenceParameterSet::AvgTimePerFrame() const {
     const H264VuiParameters& vui = vui_parameters;
     const bool timed = vui.timing_info_present_flag != 0 && vui.time_scale != 0;
-    const bool trusted = m_subtype == MEDIASUBTYPE_H264 ||
-                         (m_subtype == MEDIASUBTYPE_AVC1 && vui.fixed_frame_rate_flag != 0);
+    const bool trusted =
+        m_subtype == MEDIASUBTYPE_H264 || (m_subtype == MEDIASUBTYPE_AVC1 && vui.fixed_frame_rate_flag != 0);
     if (timed && trusted) {
         const double ticks = static_cast<double>(m_frameTimeFactor) * vui.num_units_in_tick;
         return static_cast<REFERENCE_TIME>(std::floor(ticks * 10000000 / vui.time_scale + 0.5));
@@ -102,8 +102,7 @@ HRESULT H264SequenceParameterSet::BuildMediaType(const Span& payload) {
     const std::int64_t crop_unit_y = 2 - std::int64_t{frame_mbs_only_flag};
     const std::int64_t full_width = (std::int64_t{pic_width_in_mbs_minus1} + 1) * 16;
     const std::int64_t full_height = (std::int64_t{pic_height_in_map_units_minus1} + 1) * crop_unit_y * 16;
-    const std::int64_t width =
-        full_width - (std::int64_t{frame_crop_left_offset} + frame_crop_right_offset) * 2;
+    const std::int64_t width = full_width - (std::int64_t{frame_crop_left_offset} + frame_crop_right_offset) * 2;
     const std::int64_t height =
         full_height - (std::int64_t{frame_crop_top_offset} + frame_crop_bottom_offset) * crop_unit_y * 2;
     QZCheckCondition(std::in_range<LONG>(full_width) && std::in_range<LONG>(full_height), QZ_E_BAD_DATA);

@@ -4,12 +4,12 @@
 // and the result is looked at once. A count beyond the standard's limit makes the cursor fail.
 #pragma once
 
+#include "MediaKit/Results.h"
+#include "VideoIO/MPEGUtil/H264ParameterSets.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
-
-#include "MediaKit/Results.h"
-#include "VideoIO/MPEGUtil/H264ParameterSets.h"
 
 namespace qz_MPEGUtil {
 

@@ -38,8 +38,8 @@ void ReadPictureOrder(RbspReader& reader, const Sets& sets, H264SliceHeader& sli
 
 /// The NAL unit header, then first_mb_in_slice to redundant_pic_cnt; leaves the reader behind that and
 /// in `sets` those that the slice names.
-bool ReadStart(std::span<const std::uint8_t> nal, const H264ParameterSetTables& tables, RbspReader& reader,
-               Sets& sets, H264SliceHeader& slice) {
+bool ReadStart(std::span<const std::uint8_t> nal, const H264ParameterSetTables& tables, RbspReader& reader, Sets& sets,
+               H264SliceHeader& slice) {
     if (!HasSliceHeader(nal)) {
         return false;
     }
@@ -147,8 +147,14 @@ bool ReadMarking(RbspReader& reader) {
         const std::uint32_t operation = reader.UE();
         switch (operation) {
             case 0: return operation_5;
-            case 1: case 2: case 4: case 6: reader.UE(); break;
-            case 3: reader.UE(); reader.UE(); break;
+            case 1:
+            case 2:
+            case 4:
+            case 6: reader.UE(); break;
+            case 3:
+                reader.UE();
+                reader.UE();
+                break;
             case 5: operation_5 = true; break;
             default: reader.Refuse();
         }

@@ -65,7 +65,7 @@ bool ReadCodingTools(RbspReader& reader, H265SequenceParameterSet& sps) {
     if (scaling_list_enabled && reader.Flag()) {
         SkipScalingListData(reader);
     }
-    reader.Bits(2);  // amp_enabled_flag, sample_adaptive_offset_enabled_flag
+    reader.Bits(2);       // amp_enabled_flag, sample_adaptive_offset_enabled_flag
     if (reader.Flag()) {  // pcm_enabled_flag
         reader.Bits(8);   // bit depths
         reader.UE();      // log2_min_pcm_luma_coding_block_size_minus3

@@ -1,7 +1,7 @@
-#include <bit>
-
 #include "VideoIO/MPEGUtil/RbspReader.h"
 #include "VideoIO/MPEGUtil/SliceHeaders.h"
+
+#include <bit>
 
 namespace qz_MPEGUtil {
 namespace {
@@ -46,8 +46,7 @@ std::optional<H265SliceHeader> ReadH265SliceHeader(std::span<const std::uint8_t>
     }
     slice.pic_parameter_set_id = reader.UE();
     const H265PictureParameterSet* const pps = sets.Picture(slice.pic_parameter_set_id);
-    const H265SequenceParameterSet* const sps =
-        pps != nullptr ? sets.Sequence(pps->pps_seq_parameter_set_id) : nullptr;
+    const H265SequenceParameterSet* const sps = pps != nullptr ? sets.Sequence(pps->pps_seq_parameter_set_id) : nullptr;
     if (sps == nullptr) {
         return std::nullopt;
     }

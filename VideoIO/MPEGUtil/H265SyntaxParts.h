@@ -2,12 +2,12 @@
 // read from where the reader stands; a failed reader stays failed and ends their loops.
 #pragma once
 
+#include "VideoIO/MPEGUtil/H265ParameterSets.h"
+#include "VideoIO/MPEGUtil/RbspReader.h"
+
 #include <array>
 #include <cstdint>
 #include <optional>
-
-#include "VideoIO/MPEGUtil/H265ParameterSets.h"
-#include "VideoIO/MPEGUtil/RbspReader.h"
 
 namespace qz_MPEGUtil {
 

@@ -1,9 +1,9 @@
 #include "VideoIO/MPEGUtil/H26xSyntaxReader.h"
 
-#include <algorithm>
-
 #include "Logging/Checks.h"
 #include "MediaKit/Results.h"
+
+#include <algorithm>
 
 namespace qz_MPEGUtil {
 

@@ -1,11 +1,11 @@
 // Reads the syntax elements of an H.264 or H.265 payload straight out of a DataBuffer.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-
 #include "MediaKit/Results.h"
 #include "VideoIO/MPEGUtil/DataBuffer.h"
+
+#include <cstddef>
+#include <cstdint>
 
 namespace qz_MPEGUtil {
 

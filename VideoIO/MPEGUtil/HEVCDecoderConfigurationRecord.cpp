@@ -1,12 +1,12 @@
 #include "VideoIO/MPEGUtil/HEVCDecoderConfigurationRecord.h"
 
-#include <algorithm>
-#include <array>
-
 #include "Logging/Checks.h"
 #include "MediaKit/Results.h"
 #include "VideoIO/FilterUtil/MediaTypeBuilders.h"
 #include "VideoIO/MPEGUtil/H265ParameterSets.h"
+
+#include <algorithm>
+#include <array>
 
 namespace qz_MPEGUtil {
 namespace {
@@ -93,12 +93,11 @@ bool HEVCDecoderConfigurationRecord::ReadArray(ConfigurationRecordReader& reader
     return !reader.Exhausted();
 }
 
-HRESULT HEVCDecoderConfigurationRecord::CreateMediaType(const SIZE& size, const SIZE& aspectRatio,
-                                                        DWORD interlaceFlags, REFERENCE_TIME avgTimePerFrame,
-                                                        DWORD bitRate, DWORD profile, DWORD level,
-                                                        CMediaType& type) const {
-    return qz_DSFilters::BuildHVC1MediaType(size, aspectRatio, interlaceFlags, avgTimePerFrame, bitRate, profile,
-                                            level, m_nalUnits, lengthSizeMinusOne + 1u, type);
+HRESULT HEVCDecoderConfigurationRecord::CreateMediaType(const SIZE& size, const SIZE& aspectRatio, DWORD interlaceFlags,
+                                                        REFERENCE_TIME avgTimePerFrame, DWORD bitRate, DWORD profile,
+                                                        DWORD level, CMediaType& type) const {
+    return qz_DSFilters::BuildHVC1MediaType(size, aspectRatio, interlaceFlags, avgTimePerFrame, bitRate, profile, level,
+                                            m_nalUnits, lengthSizeMinusOne + 1u, type);
 }
 
 bool HEVCDecoderConfigurationRecord::AddParameterSet(std::span<const BYTE> nal) {
@@ -156,7 +155,8 @@ std::vector<BYTE> HEVCDecoderConfigurationRecord::Serialize() const {
                              [kind](const NalUnit& unit) { return KindOf(unit) == kind; });
     };
     out.Put(static_cast<std::uint64_t>(std::count_if(written_kinds.begin(), written_kinds.end(),
-                                                     [&](BYTE kind) { return count_of(kind) > 0; })), 1);
+                                                     [&](BYTE kind) { return count_of(kind) > 0; })),
+            1);
     for (const BYTE kind : written_kinds) {
         const auto count = count_of(kind);
         if (count == 0) {

@@ -1,13 +1,13 @@
 // The decoder configuration record of H.265 in ISO files (`hvcC`), ISO/IEC 14496-15 clause 8.3.3.
 #pragma once
 
+#include "Platform/DirectShow/MediaType.h"
+#include "VideoIO/MPEGUtil/ConfigurationRecordReader.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
-
-#include "Platform/DirectShow/MediaType.h"
-#include "VideoIO/MPEGUtil/ConfigurationRecordReader.h"
 
 namespace qz_MPEGUtil {
 

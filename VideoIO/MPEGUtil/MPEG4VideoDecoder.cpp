@@ -1,13 +1,13 @@
 #include "VideoIO/MPEGUtil/MPEG4VideoDecoder.h"
 
-#include <algorithm>
-#include <array>
-#include <bit>
-
 #include "MediaKit/Results.h"
 #include "VideoIO/MPEGUtil/ConfigurationRecordReader.h"
 #include "VideoIO/MPEGUtil/SampleAspectRatio.h"
 #include "VideoIO/MPEGUtil/StartCode.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
 
 namespace qz_MPEGUtil {
 namespace {
@@ -32,8 +32,7 @@ SIZE ReadPixelAspectRatio(ConfigurationRecordReader& reader) {
     if (info == extended_par) {
         const std::uint32_t width = reader.Bits(8);
         const std::uint32_t height = reader.Bits(8);
-        if (width != 0 && height != 0)
-            ratio = {static_cast<std::int32_t>(width), static_cast<std::int32_t>(height)};
+        if (width != 0 && height != 0) ratio = {static_cast<std::int32_t>(width), static_cast<std::int32_t>(height)};
     }
     return {ratio.width, ratio.height};
 }

@@ -1,12 +1,12 @@
 // What a header of MPEG-4 Part 2 video says of its pictures, ISO/IEC 14496-2.
 #pragma once
 
+#include "Platform/Com/Results.h"
+#include "Platform/Com/Types.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
-
-#include "Platform/Com/Results.h"
-#include "Platform/Com/Types.h"
 
 namespace qz_MPEGUtil {
 

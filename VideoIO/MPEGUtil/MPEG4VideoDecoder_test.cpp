@@ -1,13 +1,13 @@
 #include "VideoIO/MPEGUtil/MPEG4VideoDecoder.h"
 
+#include "MediaKit/Results.h"
+#include "Testing/Kit/bit_writer.h"
+#include "VideoIO/MPEGUtil/Hex_test.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <memory>
-
-#include "MediaKit/Results.h"
-#include "Testing/Kit/bit_writer.h"
-#include "VideoIO/MPEGUtil/Hex_test.h"
 
 namespace qz_MPEGUtil {
 namespace {
@@ -118,10 +118,10 @@ TEST(MPEG4VideoDecoder, ReadsEveryFormOfTheHeader) {
 
 TEST(MPEG4VideoDecoder, RefusesWhatTellsNoSize) {
     const Layer layers[] = {
-        {.code = 0x11F}, {.code = 0x130},                                   // other start codes
-        {.type = 14},    {.type = 15},     {.type = 18},                    // other headers
-        {.shape = 1},    {.shape = 2},     {.shape = 3},                    // pictures with a size each
-        {.width = 0},    {.height = 0},    {.resolution = 0},               // values that cannot be
+        {.code = 0x11F},   {.code = 0x130},                       // other start codes
+        {.type = 14},      {.type = 15},      {.type = 18},       // other headers
+        {.shape = 1},      {.shape = 2},      {.shape = 3},       // pictures with a size each
+        {.width = 0},      {.height = 0},     {.resolution = 0},  // values that cannot be
         {.markers = 0x1E}, {.markers = 0x1D}, {.markers = 0x1B}, {.markers = 0x17}, {.markers = 0xF},
     };
     for (const Layer& layer : layers) {

@@ -127,7 +127,10 @@ void nal_unit_splitter_base::gather(nal_buffer& data, const std::uint8_t* until)
 }
 
 std::uint32_t nal_unit_splitter_base::give(const std::uint8_t* begin, const std::uint8_t* end, nal_buffer*& out) {
-    m_output = {.time = m_pending_time, .base = begin, .offset = 0, .size = static_cast<std::uint32_t>(end - begin),
+    m_output = {.time = m_pending_time,
+                .base = begin,
+                .offset = 0,
+                .size = static_cast<std::uint32_t>(end - begin),
                 .flags = 0};
     out = &m_output;
     const std::uint32_t type = m_pending_type;

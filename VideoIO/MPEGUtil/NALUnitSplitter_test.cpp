@@ -33,7 +33,10 @@ const Bytes kCode3 = {0, 0, 1};
 const Bytes kCode4 = {0, 0, 0, 1};
 
 nal_buffer Buffer(const Bytes& bytes, std::int64_t time = -1, bool complete = false) {
-    return {.time = time, .base = bytes.data(), .offset = 0, .size = static_cast<std::uint32_t>(bytes.size()),
+    return {.time = time,
+            .base = bytes.data(),
+            .offset = 0,
+            .size = static_cast<std::uint32_t>(bytes.size()),
             .flags = complete ? nal_buffer::complete : 0};
 }
 
@@ -82,11 +85,16 @@ TEST(NalUnitSplitter, GivesUnitsWithTypeAndTime) {
 
 TEST(NalUnitSplitter, IsIndifferentToWhereTheStreamIsCut) {
     const Bytes data = Join({{0, 0},
-                             kCode4, {0x67, 0x42, 0, 0x1E, 0, 0, 3, 0, 9},
-                             kCode3, {0x68, 0xCE, 0, 0, 0},      // trailing zeros and a four-byte code behind them
-                             kCode4, {0x06, 5, 0x80, 0},
-                             kCode3, {0x65, 0x88, 0, 0, 2, 1, 1, 0},
-                             kCode4, {0x41, 0x9A, 0x12, 0x34, 0x56}});
+                             kCode4,
+                             {0x67, 0x42, 0, 0x1E, 0, 0, 3, 0, 9},
+                             kCode3,
+                             {0x68, 0xCE, 0, 0, 0},  // trailing zeros and a four-byte code behind them
+                             kCode4,
+                             {0x06, 5, 0x80, 0},
+                             kCode3,
+                             {0x65, 0x88, 0, 0, 2, 1, 1, 0},
+                             kCode4,
+                             {0x41, 0x9A, 0x12, 0x34, 0x56}});
     NALUnitSplitter whole;
     const std::vector<Unit> expected = Split(whole, {data});
     ASSERT_EQ(expected.size(), 5u);
@@ -133,10 +141,10 @@ TEST(NalUnitSplitter, KeepsWhatMayBeginAStartCode) {
         Bytes data;
         std::uint32_t left;
     };
-    for (const auto& [what, data, left] : {
-             Case{"two zeros", {7, 7, 0, 0}, 2}, Case{"five zeros", {7, 0, 0, 0, 0, 0}, 3},
-             Case{"zeros alone", {0, 0, 0, 0, 0, 0}, 3}, Case{"a lone start code", {0, 0, 1}, 3},
-             Case{"a start code at the end", {7, 0, 0, 0, 0, 1}, 4}, Case{"nothing", {7, 7, 7}, 0}}) {
+    for (const auto& [what, data, left] :
+         {Case{"two zeros", {7, 7, 0, 0}, 2}, Case{"five zeros", {7, 0, 0, 0, 0, 0}, 3},
+          Case{"zeros alone", {0, 0, 0, 0, 0, 0}, 3}, Case{"a lone start code", {0, 0, 1}, 3},
+          Case{"a start code at the end", {7, 0, 0, 0, 0, 1}, 4}, Case{"nothing", {7, 7, 7}, 0}}) {
         for (const bool complete : {false, true}) {
             NALUnitSplitter splitter;
             nal_buffer buffer = Buffer(data, -1, complete);

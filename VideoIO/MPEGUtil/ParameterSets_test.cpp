@@ -1,11 +1,11 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Testing/Kit/bit_writer.h"
 #include "VideoIO/MPEGUtil/H264ParameterSets.h"
 #include "VideoIO/MPEGUtil/H265ParameterSets.h"
 #include "VideoIO/MPEGUtil/Hex_test.h"
 #include "VideoIO/MPEGUtil/MPEGTestClips_test.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace qz_MPEGUtil {
 namespace {
@@ -20,24 +20,52 @@ using Elements = std::vector<std::uint32_t>;
 
 Elements H264Elements(const H264SequenceSyntax& sps) {
     const H264VuiParameters& vui = sps.vui_parameters;
-    return {sps.profile_idc, sps.constraint_set1_flag, sps.constraint_set3_flag, sps.level_idc,
-            sps.seq_parameter_set_id, sps.chroma_format_idc, sps.bit_depth_luma_minus8, sps.bit_depth_chroma_minus8,
-            sps.log2_max_frame_num_minus4, sps.pic_order_cnt_type, sps.log2_max_pic_order_cnt_lsb_minus4,
-            sps.max_num_ref_frames, sps.pic_width_in_mbs_minus1, sps.pic_height_in_map_units_minus1,
-            sps.frame_mbs_only_flag, sps.mb_adaptive_frame_field_flag, sps.direct_8x8_inference_flag,
-            sps.frame_crop_bottom_offset, vui.timing_info_present_flag, vui.num_units_in_tick, vui.time_scale,
-            vui.fixed_frame_rate_flag, vui.nal_hrd_parameters_present_flag, vui.bitstream_restriction_flag,
-            vui.max_num_reorder_frames, vui.max_dec_frame_buffering};
+    return {sps.profile_idc,
+            sps.constraint_set1_flag,
+            sps.constraint_set3_flag,
+            sps.level_idc,
+            sps.seq_parameter_set_id,
+            sps.chroma_format_idc,
+            sps.bit_depth_luma_minus8,
+            sps.bit_depth_chroma_minus8,
+            sps.log2_max_frame_num_minus4,
+            sps.pic_order_cnt_type,
+            sps.log2_max_pic_order_cnt_lsb_minus4,
+            sps.max_num_ref_frames,
+            sps.pic_width_in_mbs_minus1,
+            sps.pic_height_in_map_units_minus1,
+            sps.frame_mbs_only_flag,
+            sps.mb_adaptive_frame_field_flag,
+            sps.direct_8x8_inference_flag,
+            sps.frame_crop_bottom_offset,
+            vui.timing_info_present_flag,
+            vui.num_units_in_tick,
+            vui.time_scale,
+            vui.fixed_frame_rate_flag,
+            vui.nal_hrd_parameters_present_flag,
+            vui.bitstream_restriction_flag,
+            vui.max_num_reorder_frames,
+            vui.max_dec_frame_buffering};
 }
 
 Elements H265Elements(const H265SequenceParameterSet& sps) {
     const H265TimingInfo timing = sps.vui && sps.vui->timing ? *sps.vui->timing : H265TimingInfo{};
-    return {sps.profile_tier_level.general_profile_idc, sps.profile_tier_level.general_tier_flag,
-            sps.profile_tier_level.general_level_idc, sps.sps_max_sub_layers_minus1, sps.sps_temporal_id_nesting_flag,
-            sps.chroma_format_idc, sps.pic_width_in_luma_samples, sps.pic_height_in_luma_samples,
-            sps.bit_depth_luma_minus8, sps.bit_depth_chroma_minus8, sps.log2_max_pic_order_cnt_lsb_minus4,
-            sps.log2_min_luma_coding_block_size_minus3, sps.log2_diff_max_min_luma_coding_block_size,
-            timing.num_units_in_tick, timing.time_scale, sps.vui ? sps.vui->min_spatial_segmentation_idc : 0};
+    return {sps.profile_tier_level.general_profile_idc,
+            sps.profile_tier_level.general_tier_flag,
+            sps.profile_tier_level.general_level_idc,
+            sps.sps_max_sub_layers_minus1,
+            sps.sps_temporal_id_nesting_flag,
+            sps.chroma_format_idc,
+            sps.pic_width_in_luma_samples,
+            sps.pic_height_in_luma_samples,
+            sps.bit_depth_luma_minus8,
+            sps.bit_depth_chroma_minus8,
+            sps.log2_max_pic_order_cnt_lsb_minus4,
+            sps.log2_min_luma_coding_block_size_minus3,
+            sps.log2_diff_max_min_luma_coding_block_size,
+            timing.num_units_in_tick,
+            timing.time_scale,
+            sps.vui ? sps.vui->min_spatial_segmentation_idc : 0};
 }
 
 /// Cut after every byte: refused, until the last element is there; from then on always the same.
@@ -192,8 +220,8 @@ TEST(H264ParameterSets, BoundsReorderingByTheLevel) {
     EXPECT_EQ(depth(31, 80, 45), 5u);
     EXPECT_EQ(depth(13, 22, 18), 6u);
     EXPECT_EQ(depth(11, 22, 18), 2u);
-    EXPECT_EQ(depth(11, 22, 18, 0x10), 1u);  // level 1b
-    EXPECT_EQ(depth(23, 22, 18), 16u);       // no such level: the next one
+    EXPECT_EQ(depth(11, 22, 18, 0x10), 1u);        // level 1b
+    EXPECT_EQ(depth(23, 22, 18), 16u);             // no such level: the next one
     EXPECT_EQ(depth(40, 120, 68, 0x10, 100), 0u);  // intra only
     EXPECT_EQ(depth(40, 120, 68, 0, 77, 2), 0u);
 }
@@ -218,8 +246,16 @@ TEST(H264ParameterSets, ReadsPictureSetsBehindSliceGroups) {
         w.ue(5).ue(6).u(1, 1).u(2, 2).se(-3).se(2).se(1).u(1, 1).u(1, 0).u(1, 1).trailing();
         return ReadH264PictureParameterSet(w.nal());
     };
-    for (const auto& [groups_minus1, type] : {std::pair{0u, 0u}, {2u, 0u}, {3u, 1u}, {3u, 2u}, {1u, 3u}, {1u, 4u},
-                                              {1u, 5u}, {1u, 6u}, {2u, 6u}, {5u, 6u}}) {
+    for (const auto& [groups_minus1, type] : {std::pair{0u, 0u},
+                                              {2u, 0u},
+                                              {3u, 1u},
+                                              {3u, 2u},
+                                              {1u, 3u},
+                                              {1u, 4u},
+                                              {1u, 5u},
+                                              {1u, 6u},
+                                              {2u, 6u},
+                                              {5u, 6u}}) {
         SCOPED_TRACE(std::to_string(groups_minus1) + " " + std::to_string(type));
         const auto pps = read(groups_minus1, type);
         ASSERT_TRUE(pps);

@@ -9,11 +9,11 @@
 // No memory is taken for pictures, and only slice header bytes are read. One thread at a time.
 #pragma once
 
+#include "VideoIO/MPEGUtil/SliceHeaders.h"
+
 #include <cstdint>
 #include <optional>
 #include <span>
-
-#include "VideoIO/MPEGUtil/SliceHeaders.h"
 
 namespace qz_MPEGUtil {
 
@@ -34,8 +34,8 @@ struct PictureInfo {
     bool bottom_field = false;  // of a field
     /// The second field of the previous access unit's picture: the two make one frame.
     bool second_field = false;
-    bool rasl = false;  // H.265: a leading picture that cannot be decoded when decoding starts at its IRAP
-    bool radl = false;  // H.265: a leading picture that can
+    bool rasl = false;     // H.265: a leading picture that cannot be decoded when decoding starts at its IRAP
+    bool radl = false;     // H.265: a leading picture that can
     bool leading = false;  // either of them
     /// The picture is shown. False for H.265 pictures with pic_output_flag 0 and for RASL pictures
     /// whose random access picture started the sequence.

@@ -1,17 +1,17 @@
 // The test streams of this folder given to the picture order classes.
 #pragma once
 
+#include "VideoIO/MPEGUtil/Hex_test.h"
+#include "VideoIO/MPEGUtil/MPEGTestClips_test.h"
+#include "VideoIO/MPEGUtil/PictureOrder.h"
+
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
-
-#include <gtest/gtest.h>
-
-#include "VideoIO/MPEGUtil/Hex_test.h"
-#include "VideoIO/MPEGUtil/MPEGTestClips_test.h"
-#include "VideoIO/MPEGUtil/PictureOrder.h"
 
 namespace qz_MPEGUtil::test {
 

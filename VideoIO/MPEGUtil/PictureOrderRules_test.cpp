@@ -1,10 +1,10 @@
-#include <tuple>
+#include "Testing/Kit/bit_writer.h"
+#include "VideoIO/MPEGUtil/PictureOrderClips_test.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Testing/Kit/bit_writer.h"
-#include "VideoIO/MPEGUtil/PictureOrderClips_test.h"
+#include <tuple>
 
 namespace qz_MPEGUtil {
 namespace {
@@ -58,8 +58,8 @@ TEST(H264PictureOrder, PairsOnlyFieldsThatBelongTogether) {
     EXPECT_EQ(second({FieldSlice(idr, 0, 0, 0, 0), FieldSlice(reference, 1, 1, 1)}), are({false, false}));
     EXPECT_EQ(second({FieldSlice(idr, 0, 0, 0, 0), FieldSlice(disposable, 0, 1, 1)}), are({false, false}));
     // A pair is complete: a third field begins another.
-    EXPECT_EQ(second({FieldSlice(disposable, 3, 0, 0), FieldSlice(disposable, 3, 1, 1),
-                      FieldSlice(disposable, 3, 0, 2), FieldSlice(disposable, 3, 1, 3)}),
+    EXPECT_EQ(second({FieldSlice(disposable, 3, 0, 0), FieldSlice(disposable, 3, 1, 1), FieldSlice(disposable, 3, 0, 2),
+                      FieldSlice(disposable, 3, 1, 3)}),
               are({false, true, false, true}));
     // Two IDR fields are one picture when they share their id.
     EXPECT_EQ(second({FieldSlice(idr, 0, 0, 0, 5), FieldSlice(idr, 0, 1, 1, 5)}), are({false, true}));
@@ -114,11 +114,11 @@ TEST(H264PictureOrder, CountsFromTheLastReferencePicture) {
     constexpr unsigned idr = 0x65, reference = 0x41, disposable = 0x01;
     auto order = WithSetsOf("pcm paff");
     // Order counts of 4 bits: 5 is read against 6, not against the 13 of a picture that nothing refers to.
-    EXPECT_EQ(CountsOf(order, {FieldSlice(idr, 0, 0, 0, 0), FieldSlice(reference, 1, 0, 6),
-                               FieldSlice(disposable, 2, 0, 13), FieldSlice(reference, 2, 0, 5),
-                               FieldSlice(reference, 3, 0, 12), FieldSlice(reference, 4, 0, 4),
-                               FieldSlice(disposable, 5, 0, 13)}),
-              (std::vector<int>{0, 6, 13, 5, 12, 20, 13}));
+    EXPECT_EQ(
+        CountsOf(order, {FieldSlice(idr, 0, 0, 0, 0), FieldSlice(reference, 1, 0, 6), FieldSlice(disposable, 2, 0, 13),
+                         FieldSlice(reference, 2, 0, 5), FieldSlice(reference, 3, 0, 12),
+                         FieldSlice(reference, 4, 0, 4), FieldSlice(disposable, 5, 0, 13)}),
+        (std::vector<int>{0, 6, 13, 5, 12, 20, 13}));
 }
 
 TEST(H264PictureOrder, CountsAnewBehindOperation5) {
@@ -135,9 +135,9 @@ TEST(H264PictureOrder, CountsAnewBehindOperation5) {
     };
     for (const int bottom_field : {-1, 0, 1}) {
         auto order = WithSetsOf("pcm paff");
-        EXPECT_EQ(CountsOf(order, {FieldSlice(0x65, 0, 0, 0, 0), FieldSlice(0x41, 0, 1, 1),
-                                   with_operation_5(12, bottom_field), FieldSlice(0x41, 1, 0, 3),
-                                   FieldSlice(0x41, 2, 0, 11)}),
+        EXPECT_EQ(CountsOf(order,
+                           {FieldSlice(0x65, 0, 0, 0, 0), FieldSlice(0x41, 0, 1, 1), with_operation_5(12, bottom_field),
+                            FieldSlice(0x41, 1, 0, 3), FieldSlice(0x41, 2, 0, 11)}),
                   (std::vector<int>{0, 1, 0, 3, 11}))
             << bottom_field;
     }

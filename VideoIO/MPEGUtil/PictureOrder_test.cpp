@@ -1,13 +1,13 @@
 #include "VideoIO/MPEGUtil/PictureOrder.h"
 
-#include <algorithm>
-#include <random>
-#include <tuple>
+#include "VideoIO/MPEGUtil/PictureOrderClips_test.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "VideoIO/MPEGUtil/PictureOrderClips_test.h"
+#include <algorithm>
+#include <random>
+#include <tuple>
 
 namespace qz_MPEGUtil {
 namespace {

@@ -6,12 +6,12 @@
 // whatever the size of the slice.
 #pragma once
 
+#include "MediaKit/Results.h"
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <span>
-
-#include "MediaKit/Results.h"
 
 namespace qz_MPEGUtil {
 

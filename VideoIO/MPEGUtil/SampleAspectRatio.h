@@ -13,8 +13,23 @@ struct SampleAspectRatio {
 
 /// 0 is unspecified and taken as square; 255, which is not in the table, is an explicit ratio.
 inline constexpr std::array<SampleAspectRatio, 17> sample_aspect_ratios = {{
-    {1, 1},   {1, 1},   {12, 11}, {10, 11}, {16, 11}, {40, 33},  {24, 11}, {20, 11}, {32, 11},
-    {80, 33}, {18, 11}, {15, 11}, {64, 33}, {160, 99}, {4, 3}, {3, 2},   {2, 1},
+    {1, 1},
+    {1, 1},
+    {12, 11},
+    {10, 11},
+    {16, 11},
+    {40, 33},
+    {24, 11},
+    {20, 11},
+    {32, 11},
+    {80, 33},
+    {18, 11},
+    {15, 11},
+    {64, 33},
+    {160, 99},
+    {4, 3},
+    {3, 2},
+    {2, 1},
 }};
 
 inline constexpr std::int32_t extended_sample_aspect_ratio = 255;

@@ -1,13 +1,13 @@
 #include "VideoIO/MPEGUtil/ScannerBase.h"
 
-#include <initializer_list>
-
 #include "Logging/Checks.h"
+
+#include <initializer_list>
 
 namespace qz_MPEGUtil {
 namespace {
 
-constexpr std::size_t first_pass_reach = 588;   // bytes that a test of the first pass may look at
+constexpr std::size_t first_pass_reach = 588;  // bytes that a test of the first pass may look at
 constexpr std::size_t second_pass_reach = 197;
 
 constexpr BYTE transport_sync = 0x47;
@@ -33,15 +33,12 @@ bool IsOtherContainer(std::uint32_t word) {
         case 0x464C5601:  // FLV, version 1
         case 0x3026B275:  // ASF header object
             return true;
-        default:
-            return false;
+        default: return false;
     }
 }
 
 /// Pack and system start codes, ISO/IEC 13818-1 table 2-22.
-bool IsSystemStartCode(std::uint32_t word) {
-    return word == 0x000001BA || (word >= 0x000001BC && word <= 0x000001BF);
-}
+bool IsSystemStartCode(std::uint32_t word) { return word == 0x000001BA || (word >= 0x000001BC && word <= 0x000001BF); }
 
 std::uint32_t DetectContainer(const BYTE* p) {
     const std::uint32_t word = WordAt(p);

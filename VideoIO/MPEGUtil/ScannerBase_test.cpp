@@ -1,11 +1,11 @@
 #include "VideoIO/MPEGUtil/ScannerBase.h"
 
-#include <initializer_list>
-#include <vector>
+#include "Testing/Kit/log_capture.h"
 
 #include <gtest/gtest.h>
 
-#include "Testing/Kit/log_capture.h"
+#include <initializer_list>
+#include <vector>
 
 namespace qz_MPEGUtil {
 namespace {

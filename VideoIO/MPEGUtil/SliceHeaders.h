@@ -4,13 +4,13 @@
 // code. They touch only the bytes of the header, whatever the size of the slice.
 #pragma once
 
+#include "VideoIO/MPEGUtil/H264ParameterSets.h"
+#include "VideoIO/MPEGUtil/H265ParameterSets.h"
+
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
-
-#include "VideoIO/MPEGUtil/H264ParameterSets.h"
-#include "VideoIO/MPEGUtil/H265ParameterSets.h"
 
 namespace qz_MPEGUtil {
 
@@ -75,8 +75,7 @@ constexpr bool H264StartsAccessUnitAfterSlice(std::uint8_t nal_unit_type) {
 /// Whether a NAL unit of this type holds a slice segment. The types that table 7-1 reserves among those of
 /// slices, 10 to 15 and 22 to 31, do not: what they hold is unknown and to be ignored (clause 7.4.2.2).
 constexpr bool H265IsSliceSegment(std::uint8_t nal_unit_type) {
-    return nal_unit_type <= H265_NAL_RASL_R ||
-           (nal_unit_type >= H265_NAL_BLA_W_LP && nal_unit_type <= H265_NAL_CRA);
+    return nal_unit_type <= H265_NAL_RASL_R || (nal_unit_type >= H265_NAL_BLA_W_LP && nal_unit_type <= H265_NAL_CRA);
 }
 
 /// The start of slice_segment_header of ITU-T H.265, clause 7.3.6.1.
@@ -108,9 +107,8 @@ bool StartsNewPicture(const H265SliceHeader& previous, const H265SliceHeader& ne
 /// Whether a base layer NAL unit of this type, met behind the last slice segment of a picture, starts
 /// the next access unit (clause 7.4.2.4.4).
 constexpr bool H265StartsAccessUnitAfterSlice(std::uint8_t nal_unit_type) {
-    return (nal_unit_type >= H265_NAL_VPS && nal_unit_type <= H265_NAL_AUD) ||
-           nal_unit_type == H265_NAL_PREFIX_SEI || (nal_unit_type >= 41 && nal_unit_type <= 44) ||
-           (nal_unit_type >= 48 && nal_unit_type <= 55);
+    return (nal_unit_type >= H265_NAL_VPS && nal_unit_type <= H265_NAL_AUD) || nal_unit_type == H265_NAL_PREFIX_SEI ||
+           (nal_unit_type >= 41 && nal_unit_type <= 44) || (nal_unit_type >= 48 && nal_unit_type <= 55);
 }
 
 }  // namespace qz_MPEGUtil

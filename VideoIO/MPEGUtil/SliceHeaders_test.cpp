@@ -1,11 +1,11 @@
 #include "VideoIO/MPEGUtil/SliceHeaders.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Testing/Kit/bit_writer.h"
 #include "VideoIO/MPEGUtil/Hex_test.h"
 #include "VideoIO/MPEGUtil/MPEGTestClips_test.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace qz_MPEGUtil {
 namespace {
@@ -68,10 +68,8 @@ std::vector<int> Expected(const std::vector<UnitOfStream>& stream, bool slices_a
 
 TEST(SliceHeaders, CutStreamsIntoPictures) {
     for (const bool slices_alone : {false, true}) {
-        EXPECT_THAT(Cut<H264>(h264_slices, slices_alone),
-                    ElementsAreArray(Expected<H264>(h264_slices, slices_alone)));
-        EXPECT_THAT(Cut<H265>(h265_slices, slices_alone),
-                    ElementsAreArray(Expected<H265>(h265_slices, slices_alone)));
+        EXPECT_THAT(Cut<H264>(h264_slices, slices_alone), ElementsAreArray(Expected<H264>(h264_slices, slices_alone)));
+        EXPECT_THAT(Cut<H265>(h265_slices, slices_alone), ElementsAreArray(Expected<H265>(h265_slices, slices_alone)));
     }
 }
 

@@ -65,8 +65,7 @@ const std::uint8_t* FindSse2(const std::uint8_t* p, const std::uint8_t* end) {
         if (ZerosSse2(_mm_min_epu8(_mm_min_epu8(a, b), _mm_min_epu8(c, d))) == 0) {
             continue;
         }
-        const std::uint64_t pairs =
-            ZerosSse2(a) | ZerosSse2(b) << 16 | ZerosSse2(c) << 32 | ZerosSse2(d) << 48;
+        const std::uint64_t pairs = ZerosSse2(a) | ZerosSse2(b) << 16 | ZerosSse2(c) << 32 | ZerosSse2(d) << 48;
         if (const std::uint8_t* found = FindInBlock(p, pairs)) {
             return found;
         }

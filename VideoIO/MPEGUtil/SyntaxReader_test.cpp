@@ -1,11 +1,10 @@
+#include "Testing/Kit/bit_writer.h"
 #include "VideoIO/MPEGUtil/H26xSyntaxReader.h"
-
-#include <random>
+#include "VideoIO/MPEGUtil/RbspReader.h"
 
 #include <gtest/gtest.h>
 
-#include "Testing/Kit/bit_writer.h"
-#include "VideoIO/MPEGUtil/RbspReader.h"
+#include <random>
 
 namespace qz_MPEGUtil {
 namespace {

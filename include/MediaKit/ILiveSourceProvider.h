@@ -1,8 +1,8 @@
 // What a recording tells its readers while it is being written.
 #pragma once
 
-#include "Platform/DirectShow/MediaType.h"
 #include "Platform/Com/Unknown.h"
+#include "Platform/DirectShow/MediaType.h"
 
 #include <cstdint>
 #include <vector>

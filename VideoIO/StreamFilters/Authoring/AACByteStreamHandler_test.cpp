@@ -58,9 +58,8 @@ TEST(AacHandler, KnowsAHeaderByItsFixedBits) {
         std::size_t byte;
         std::uint8_t value;
     };
-    for (const auto& [what, byte, value] :
-         {Case{"first sync byte", 0, 0xFE}, Case{"second sync byte", 1, 0xE1}, Case{"layer 1", 1, 0xF3},
-          Case{"layer 2", 1, 0xF5}}) {
+    for (const auto& [what, byte, value] : {Case{"first sync byte", 0, 0xFE}, Case{"second sync byte", 1, 0xE1},
+                                            Case{"layer 1", 1, 0xF3}, Case{"layer 2", 1, 0xF5}}) {
         Bytes header = kAdts;
         header[byte] = value;
         EXPECT_EQ(adts_header_length(header), 0u) << what;

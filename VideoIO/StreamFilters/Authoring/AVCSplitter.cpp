@@ -31,23 +31,16 @@ void AVCSplitter::capture(std::uint32_t type, Unit unit) {
         return;
     }
     switch (type) {
-    case AVC_NAL_SPS:
-        capture_sps(unit);
-        break;
-    case AVC_NAL_PPS:
-        capture_pps(unit);
-        break;
-    case AVC_NAL_SPS_EXTENSION:
-        capture_extension(unit);
-        break;
-    default:
-        break;
+        case AVC_NAL_SPS: capture_sps(unit); break;
+        case AVC_NAL_PPS: capture_pps(unit); break;
+        case AVC_NAL_SPS_EXTENSION: capture_extension(unit); break;
+        default: break;
     }
 }
 
 void AVCSplitter::capture_all(Unit stream) {
-    nal_buffer data{.base = stream.data(), .size = static_cast<std::uint32_t>(stream.size()),
-                    .flags = nal_buffer::complete};
+    nal_buffer data{
+        .base = stream.data(), .size = static_cast<std::uint32_t>(stream.size()), .flags = nal_buffer::complete};
     nal_buffer* unit = nullptr;
     while (data.size > kLastBytes) {
         const std::uint32_t type = scanner().next_nal_unit(&data, unit);
@@ -146,7 +139,11 @@ AVCSplitter::UnitBytes AVCSplitter::configuration_record() const {
     const std::size_t sps_count = std::min(m_spsBytes.size(), kMostSps);
     const std::size_t pps_count = std::min(m_ppsBytes.size(), kMostOthers);
     constexpr std::uint8_t profile_compatibility = 0;
-    record = {1, sps->profile_idc, profile_compatibility, sps->level_idc, 0xFC | (kUnitLengthSize - 1),
+    record = {1,
+              sps->profile_idc,
+              profile_compatibility,
+              sps->level_idc,
+              0xFC | (kUnitLengthSize - 1),
               static_cast<std::uint8_t>(0xE0 | sps_count)};
     for (std::size_t i = 0; i < sps_count; ++i) append_unit(record, m_spsBytes[i].bytes);
     record.push_back(static_cast<std::uint8_t>(pps_count));

@@ -5,6 +5,7 @@
 #include "VideoIO/StreamFilters/Container/size_byte_stream.h"
 
 #include <gmock/gmock.h>
+
 #include <new>
 
 namespace Norvane::MediaKit::Filters {

@@ -81,17 +81,16 @@ inline box_builder Trak(const ExpectedTrack& t) {
                                                .add(Words(t.matrix))
                                                .u32(t.video ? t.width << 16 : 0)
                                                .u32(t.video ? t.height << 16 : 0));
-    const box_builder elst = make_full_box(
-        "elst", 0, 0, box_builder().u32(1).u32(t.movieDuration).u32(t.mediaTime).u16(1).u16(0));
+    const box_builder elst =
+        make_full_box("elst", 0, 0, box_builder().u32(1).u32(t.movieDuration).u32(t.mediaTime).u16(1).u16(0));
     const box_builder mdhd = make_full_box(
         "mdhd", 0, 0, box_builder().words({Created, Created, t.timescale, t.duration}).u16(0x55C4).u16(0));
-    const box_builder hdlr = make_full_box(
-        "hdlr", 0, 0, box_builder().u32(0).text(t.video ? "vide" : "soun").zeros(12).u8(0));
-    const box_builder header =
-        t.video ? make_full_box("vmhd", 0, 1, box_builder().zeros(8))
-                : make_full_box("smhd", 0, 0, box_builder().zeros(4));
-    const box_builder dinf = make_box(
-        "dinf", make_full_box("dref", 0, 0, box_builder().u32(1).add(make_full_box("url ", 0, 1))));
+    const box_builder hdlr =
+        make_full_box("hdlr", 0, 0, box_builder().u32(0).text(t.video ? "vide" : "soun").zeros(12).u8(0));
+    const box_builder header = t.video ? make_full_box("vmhd", 0, 1, box_builder().zeros(8))
+                                       : make_full_box("smhd", 0, 0, box_builder().zeros(4));
+    const box_builder dinf =
+        make_box("dinf", make_full_box("dref", 0, 0, box_builder().u32(1).add(make_full_box("url ", 0, 1))));
     const box_builder minf = make_box("minf", box_builder().add(header).add(dinf).add(Stbl(t)));
     const box_builder mdia = make_box("mdia", box_builder().add(mdhd).add(hdlr).add(minf));
     return make_box("trak", box_builder().add(tkhd).add(make_box("edts", elst)).add(mdia));

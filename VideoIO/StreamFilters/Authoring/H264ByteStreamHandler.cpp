@@ -13,9 +13,7 @@ namespace {
 /// Slices and their partitions (1 to 5), parameter sets (7, 8, 13) and auxiliary pictures (19).
 constexpr std::uint32_t kWrittenTypes = 0x000821BE;
 
-constexpr bool is_written(std::uint32_t type) {
-    return (kWrittenTypes >> type & 1) != 0;
-}
+constexpr bool is_written(std::uint32_t type) { return (kWrittenTypes >> type & 1) != 0; }
 
 constexpr LONG kMacroblockSize = 16;
 
@@ -33,8 +31,8 @@ HRESULT H264_byte_stream_handler::write(IMediaSample& sample, vio::byte_stream& 
     std::span<const std::uint8_t> payload;
     QZCheckHRESULT(payload_of(sample, payload));
     written = {.offset = stream.tell()};
-    nal_buffer data{.base = payload.data(), .size = static_cast<std::uint32_t>(payload.size()),
-                    .flags = nal_buffer::complete};
+    nal_buffer data{
+        .base = payload.data(), .size = static_cast<std::uint32_t>(payload.size()), .flags = nal_buffer::complete};
     nal_buffer* unit = nullptr;
     while (data.size > kLastBytes) {
         const std::uint32_t type = scanner().next_nal_unit(&data, unit);

@@ -26,8 +26,21 @@ Bytes Sps(unsigned profile, std::uint64_t id, std::uint64_t width = 4, std::uint
 }
 
 Bytes Pps(std::uint64_t id, std::uint64_t sps, std::int64_t qp = 0) {
-    return bit_writer().u(8, 0x68).ue(id).ue(sps).u(2, 0).ue(0).ue(0).ue(0).u(3, 0).se(qp).se(0).se(0).u(3, 0)
-        .trailing().nal();
+    return bit_writer()
+        .u(8, 0x68)
+        .ue(id)
+        .ue(sps)
+        .u(2, 0)
+        .ue(0)
+        .ue(0)
+        .ue(0)
+        .u(3, 0)
+        .se(qp)
+        .se(0)
+        .se(0)
+        .u(3, 0)
+        .trailing()
+        .nal();
 }
 
 const Bytes kIdr = {0x65, 0x88, 0x84, 0x21};
@@ -113,16 +126,21 @@ TEST(H264Handler, DescribesTheStreamByItsFirstParameterSets) {
     const Bytes sps = Sps(66, 3), pps = Pps(1, 3);
     Writing writing(H264Type());
     ASSERT_EQ(writing.Write(AnnexB({sps, pps, kIdr})), S_OK);
-    const Bytes expected = Join({{1, 66, 0, 30, 0xFF, 0xE1, 0, static_cast<std::uint8_t>(sps.size())}, sps,
-                                 {1, 0, static_cast<std::uint8_t>(pps.size())}, pps});
+    const Bytes expected = Join({{1, 66, 0, 30, 0xFF, 0xE1, 0, static_cast<std::uint8_t>(sps.size())},
+                                 sps,
+                                 {1, 0, static_cast<std::uint8_t>(pps.size())},
+                                 pps});
     EXPECT_EQ(writing.Configuration(), expected);
 
     // Another set of the same id changes the profile in the record, not the bytes; one of another id is added.
     const Bytes changed = Sps(77, 3), second = Pps(2, 3), again = Pps(1, 3, 5);
     ASSERT_EQ(writing.Write(AnnexB({changed, again, second, kIdr})), S_OK);
-    Bytes after = Join({{1, 77, 0, 30, 0xFF, 0xE1, 0, static_cast<std::uint8_t>(sps.size())}, sps,
-                        {2, 0, static_cast<std::uint8_t>(pps.size())}, pps,
-                        {0, static_cast<std::uint8_t>(second.size())}, second});
+    Bytes after = Join({{1, 77, 0, 30, 0xFF, 0xE1, 0, static_cast<std::uint8_t>(sps.size())},
+                        sps,
+                        {2, 0, static_cast<std::uint8_t>(pps.size())},
+                        pps,
+                        {0, static_cast<std::uint8_t>(second.size())},
+                        second});
     EXPECT_EQ(writing.Configuration(), after);
 
     // And so does a return to the first bytes.
@@ -136,10 +154,14 @@ TEST(H264Handler, AddsTheFieldsOfHighProfiles) {
     Writing writing(H264Type());
     ASSERT_EQ(writing.Write(AnnexB({sps, kExtension, pps, kExtension, kIdr})), S_OK);
     EXPECT_EQ(writing.last, Prefixed({sps, kExtension, pps, kExtension, kIdr}));
-    EXPECT_EQ(writing.Configuration(),
-              Join({{1, 100, 0, 30, 0xFF, 0xE1, 0, static_cast<std::uint8_t>(sps.size())}, sps,
-                    {1, 0, static_cast<std::uint8_t>(pps.size())}, pps,
-                    {0xFE, 0xFA, 0xF9, 2, 0, 2}, kExtension, {0, 2}, kExtension}));
+    EXPECT_EQ(writing.Configuration(), Join({{1, 100, 0, 30, 0xFF, 0xE1, 0, static_cast<std::uint8_t>(sps.size())},
+                                             sps,
+                                             {1, 0, static_cast<std::uint8_t>(pps.size())},
+                                             pps,
+                                             {0xFE, 0xFA, 0xF9, 2, 0, 2},
+                                             kExtension,
+                                             {0, 2},
+                                             kExtension}));
 }
 
 TEST(H264Handler, CapturesFromTheFirstSample) {
@@ -206,8 +228,24 @@ TEST(H264Handler, MakesTheMediaTypeOfTheCurrentSequence) {
 
 TEST(H264Handler, ReadsAPictureSetAgainWhenItsSequenceHasChanged) {
     // With the map of the wider picture the set fits; with that of the small one it is bad and is dropped.
-    const auto grouped = bit_writer().u(8, 0x68).ue(4).ue(0).u(2, 0).ue(1).ue(0).ue(59).ue(59).ue(0).ue(0).u(3, 0).se(0)
-                             .se(0).se(0).u(3, 0).trailing().nal();
+    const auto grouped = bit_writer()
+                             .u(8, 0x68)
+                             .ue(4)
+                             .ue(0)
+                             .u(2, 0)
+                             .ue(1)
+                             .ue(0)
+                             .ue(59)
+                             .ue(59)
+                             .ue(0)
+                             .ue(0)
+                             .u(3, 0)
+                             .se(0)
+                             .se(0)
+                             .se(0)
+                             .u(3, 0)
+                             .trailing()
+                             .nal();
     const auto countOfPps = [](const Bytes& record) { return record[8 + record[7]]; };
     Writing writing(H264Type());
     ASSERT_EQ(writing.Write(AnnexB({Sps(66, 0, 4), grouped, kIdr})), S_OK);
@@ -238,9 +276,10 @@ TEST(Avc1Handler, CopiesSamplesAndTakesTheSetsOfTheMediaType) {
     CMediaType type;
     ASSERT_EQ(qz_DSFilters::BuildAVC1MediaType({64, 48}, {4, 3}, 0, 400000, 0, 66, 30, {sps, pps}, 4, type), S_OK);
     Writing writing(type);
-    EXPECT_EQ(writing.Configuration(),
-              Join({{1, 66, 0, 30, 0xFF, 0xE1, 0, static_cast<std::uint8_t>(sps.size())}, sps,
-                    {1, 0, static_cast<std::uint8_t>(pps.size())}, pps}));
+    EXPECT_EQ(writing.Configuration(), Join({{1, 66, 0, 30, 0xFF, 0xE1, 0, static_cast<std::uint8_t>(sps.size())},
+                                             sps,
+                                             {1, 0, static_cast<std::uint8_t>(pps.size())},
+                                             pps}));
     const Bytes sample = Prefixed({kSei, kIdr});
     ASSERT_EQ(writing.Write(sample, true), S_OK);
     EXPECT_EQ(writing.last, sample);

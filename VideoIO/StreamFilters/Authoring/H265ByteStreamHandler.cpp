@@ -34,11 +34,10 @@ HRESULT H265_byte_stream_handler::write(IMediaSample& sample, vio::byte_stream& 
                                        : write_reported_units(payload, stream, written);
 }
 
-HRESULT H265_byte_stream_handler::write_reported_units(Unit payload, vio::byte_stream& stream,
-                                                       WrittenSample& written) {
+HRESULT H265_byte_stream_handler::write_reported_units(Unit payload, vio::byte_stream& stream, WrittenSample& written) {
     using qz_MPEGUtil::nal_buffer;
-    nal_buffer data{.base = payload.data(), .size = static_cast<std::uint32_t>(payload.size()),
-                    .flags = nal_buffer::complete};
+    nal_buffer data{
+        .base = payload.data(), .size = static_cast<std::uint32_t>(payload.size()), .flags = nal_buffer::complete};
     nal_buffer* unit = nullptr;
     while (data.size > kLastBytes) {
         const std::uint32_t type = next_nal_unit(&data, unit);

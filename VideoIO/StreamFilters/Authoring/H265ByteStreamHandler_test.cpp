@@ -77,19 +77,19 @@ TEST(H265Handler, DescribesTheStreamByTheFirstSetOfEachKind) {
     Writing writing(H265Type());
     ASSERT_EQ(writing.Write(AnnexB({kPps, kVps, kSps, otherSps, Unit(19)})), S_OK);
     ASSERT_EQ(writing.Write(AnnexB({otherPps, otherSps, Unit(19)})), S_OK);
-    const Bytes fields = {1,                                        // version
-                          0x01,                                     // profile space, tier, profile: Main
-                          0x60, 0, 0, 0,                            // compatibility
-                          0x90, 0, 0, 0, 0, 0,                      // constraints
-                          30,                                       // level 1
-                          0xF0, 0, 0xFC,                            // segmentation, parallelism: not told
-                          0xFD, 0xF8, 0xF8,                         // 4:2:0, 8 bits
-                          0, 0,                                     // frame rate: not told
-                          0x0F,                                     // one temporal layer, nested, lengths of 4 bytes
+    const Bytes fields = {1,                          // version
+                          0x01,                       // profile space, tier, profile: Main
+                          0x60, 0,    0,    0,        // compatibility
+                          0x90, 0,    0,    0, 0, 0,  // constraints
+                          30,                         // level 1
+                          0xF0, 0,    0xFC,           // segmentation, parallelism: not told
+                          0xFD, 0xF8, 0xF8,           // 4:2:0, 8 bits
+                          0,    0,                    // frame rate: not told
+                          0x0F,                       // one temporal layer, nested, lengths of 4 bytes
                           3};
-    EXPECT_EQ(writing.Configuration(),
-              Join({fields, {0x80 | 32, 0, 1, 0, 24}, kVps, {0x80 | 33, 0, 1, 0, 40}, kSps, {0x80 | 34, 0, 1, 0, 7},
-                    kPps}));
+    EXPECT_EQ(
+        writing.Configuration(),
+        Join({fields, {0x80 | 32, 0, 1, 0, 24}, kVps, {0x80 | 33, 0, 1, 0, 40}, kSps, {0x80 | 34, 0, 1, 0, 7}, kPps}));
 }
 
 TEST(H265Handler, ReportsEachUnitWhenTheLogIsAskedForIt) {

@@ -4,6 +4,7 @@
 #include "VideoIO/StreamFilters/Authoring/Recording_test.h"
 
 #include <gmock/gmock.h>
+
 #include <map>
 #include <random>
 

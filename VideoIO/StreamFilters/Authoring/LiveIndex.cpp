@@ -39,8 +39,8 @@ void LiveIndex::Append(std::uint32_t track, std::span<const LiveSampleInfo> samp
 }
 
 void LiveIndex::AppendEntry(Track& track, const LiveSampleInfo& sample) {
-    track.samples.push_back({sample.offset, sample.start, sample.stop, sample.mediaStart, sample.mediaStop,
-                             sample.size, sample.sync});
+    track.samples.push_back(
+        {sample.offset, sample.start, sample.stop, sample.mediaStart, sample.mediaStop, sample.size, sample.sync});
     track.duration = AddTimes(track.duration, SubtractTimes(sample.stop, sample.start));
     const std::size_t last = track.samples.size() - 1;
     if (!track.statusMark) {
@@ -82,8 +82,7 @@ REFERENCE_TIME LiveIndex::Position() const {
     const CAutoLock lock(&m_lock);
     std::optional<REFERENCE_TIME> position;
     for (const auto& [number, track] : m_liveSource.m_tracks)
-        if (!track.samples.empty())
-            position = std::min(position.value_or(MaxTime), track.samples.back().start);
+        if (!track.samples.empty()) position = std::min(position.value_or(MaxTime), track.samples.back().start);
     return position.value_or(0);
 }
 

@@ -35,33 +35,33 @@ public:
     };
 
     /// Consumers that come from now on wait for samples again. What is in the index stays.
-    void BeginRecording() EXCLUDES(m_lock);
+    void BeginRecording() MK_EXCLUDES(m_lock);
 
     /// The sample data of this recording lie further towards the end of the file than was entered.
-    void ShiftRecording(std::uint64_t bytes) EXCLUDES(m_lock);
+    void ShiftRecording(std::uint64_t bytes) MK_EXCLUDES(m_lock);
 
     /// The samples have reached the file: enters them and wakes the track's consumers.
-    void Append(std::uint32_t track, std::span<const LiveSampleInfo> samples) EXCLUDES(m_lock);
+    void Append(std::uint32_t track, std::span<const LiveSampleInfo> samples) MK_EXCLUDES(m_lock);
     void Append(std::uint32_t track, const LiveSampleInfo& sample) { Append(track, std::span(&sample, 1)); }
 
     /// Every one of these tracks has a sample, and the last one's stop time is at least `stop`.
-    bool HaveReached(std::span<const std::uint32_t> tracks, REFERENCE_TIME stop) const EXCLUDES(m_lock);
+    bool HaveReached(std::span<const std::uint32_t> tracks, REFERENCE_TIME stop) const MK_EXCLUDES(m_lock);
 
     /// No more samples come: consumers are told so once they have fetched what is there.
-    void EndRecording() EXCLUDES(m_lock);
+    void EndRecording() MK_EXCLUDES(m_lock);
 
     /// Start time of the track's last sample, 0 when there is none.
-    REFERENCE_TIME TrackPosition(std::uint32_t track) const EXCLUDES(m_lock);
+    REFERENCE_TIME TrackPosition(std::uint32_t track) const MK_EXCLUDES(m_lock);
     /// The smallest of these among the tracks that have samples, 0 when none has.
-    REFERENCE_TIME Position() const EXCLUDES(m_lock);
+    REFERENCE_TIME Position() const MK_EXCLUDES(m_lock);
 
     /// Adds a consumer that is given the whole history first. A key that is there already stays as it is.
-    History AddConsumer(std::uint32_t track, std::uint64_t key, const wchar_t* name) EXCLUDES(m_lock);
+    History AddConsumer(std::uint32_t track, std::uint64_t key, const wchar_t* name) MK_EXCLUDES(m_lock);
     /// The removed consumer's name, or nothing for an unknown key.
-    std::optional<std::wstring> RemoveConsumer(std::uint64_t key) EXCLUDES(m_lock);
+    std::optional<std::wstring> RemoveConsumer(std::uint64_t key) MK_EXCLUDES(m_lock);
     /// See ILiveSourceProvider::GetSamples.
     HRESULT GetSamples(std::uint64_t key, std::vector<LiveSampleInfo>& samples, std::uint32_t timeoutMs,
-                       HANDLE abortEvent) EXCLUDES(m_lock);
+                       HANDLE abortEvent) MK_EXCLUDES(m_lock);
 
 private:
     /// A LiveSampleInfo without its reserved words.
@@ -95,14 +95,15 @@ private:
     using ConsumerPtr = std::shared_ptr<Consumer>;
 
     /// Null for a track that has no samples.
-    const Track* FilledTrack(std::uint32_t number) const REQUIRES(m_lock);
+    const Track* FilledTrack(std::uint32_t number) const MK_REQUIRES(m_lock);
     static LiveSampleInfo Expand(const Entry& entry);
     static void AppendEntry(Track& track, const LiveSampleInfo& sample);
-    HRESULT Find(std::uint64_t key, ConsumerPtr& consumer) const EXCLUDES(m_lock);
-    std::size_t Available(const Consumer& consumer) const REQUIRES(m_lock);
+    HRESULT Find(std::uint64_t key, ConsumerPtr& consumer) const MK_EXCLUDES(m_lock);
+    std::size_t Available(const Consumer& consumer) const MK_REQUIRES(m_lock);
     /// The result when there is one without waiting. `woken`: after a wait.
-    std::optional<HRESULT> Look(Consumer& consumer, std::vector<LiveSampleInfo>& samples, bool woken) EXCLUDES(m_lock);
-    void Fetch(Consumer& consumer, std::size_t count, std::vector<LiveSampleInfo>& samples) EXCLUDES(m_lock);
+    std::optional<HRESULT> Look(Consumer& consumer, std::vector<LiveSampleInfo>& samples, bool woken)
+        MK_EXCLUDES(m_lock);
+    void Fetch(Consumer& consumer, std::size_t count, std::vector<LiveSampleInfo>& samples) MK_EXCLUDES(m_lock);
 
     struct LiveSource {
         std::map<std::uint32_t, Track> m_tracks;
@@ -111,7 +112,7 @@ private:
     };
 
     mutable CCritSec m_lock{"live source", LockRank::FilterInner};
-    LiveSource m_liveSource GUARDED_BY(m_lock);
+    LiveSource m_liveSource MK_GUARDED_BY(m_lock);
 };
 
 }  // namespace Norvane::MediaKit::Filters

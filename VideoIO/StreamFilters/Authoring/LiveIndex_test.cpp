@@ -2,8 +2,9 @@
 
 #include "Testing/Kit/log_capture.h"
 
-#include <atomic>
 #include <gmock/gmock.h>
+
+#include <atomic>
 #include <thread>
 
 namespace Norvane::MediaKit::Filters {

@@ -1,5 +1,4 @@
 #include "MediaKit/ILiveSourceProvider.h"
-
 #include "Testing/Kit/interface_slots.h"
 
 namespace Norvane::MediaKit::Filters {

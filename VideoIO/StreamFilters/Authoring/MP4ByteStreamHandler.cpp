@@ -46,9 +46,7 @@ HRESULT byte_stream_handler::decoder_configuration(std::vector<std::uint8_t>& re
     return S_OK;
 }
 
-HRESULT byte_stream_handler::media_type(CMediaType& mediaType) {
-    return mediaType.Set(m_mediaType);
-}
+HRESULT byte_stream_handler::media_type(CMediaType& mediaType) { return mediaType.Set(m_mediaType); }
 
 HRESULT pcm16be_byte_stream_handler::read(IMediaSample& sample, vio::byte_stream& stream) {
     QZCheckHRESULT(byte_stream_handler::read(sample, stream));

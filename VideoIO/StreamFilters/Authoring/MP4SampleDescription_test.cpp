@@ -48,8 +48,14 @@ Bytes Stsd(const Bytes& entry) {
 Bytes Visual(std::uint8_t width, std::uint8_t height, Bytes name) {
     if (!name.empty()) name.insert(name.begin(), static_cast<std::uint8_t>(name.size()));
     name.resize(32);
-    return Join({Bytes(6), {0, 1}, Bytes(16), {0, width, 0, height, 0, 0x48, 0, 0, 0, 0x48, 0, 0}, Bytes(4), {0, 1},
-                 name, {0, 0x18, 0xFF, 0xFF}});
+    return Join({Bytes(6),
+                 {0, 1},
+                 Bytes(16),
+                 {0, width, 0, height, 0, 0x48, 0, 0, 0, 0x48, 0, 0},
+                 Bytes(4),
+                 {0, 1},
+                 name,
+                 {0, 0x18, 0xFF, 0xFF}});
 }
 
 CMediaType VideoType(const GUID& subtype, RECT source, LONG width, LONG height) {
@@ -80,7 +86,12 @@ CMediaType AudioType(const GUID& subtype, WORD tag, const Bytes& tail, DWORD byt
 }
 
 Bytes Audio(const Bytes& esds) {
-    return Box("mp4a", Join({Bytes(6), {0, 1}, Bytes(8), {0, 2, 0, 16}, Bytes(4), {0xBB, 0x80, 0, 0},
+    return Box("mp4a", Join({Bytes(6),
+                             {0, 1},
+                             Bytes(8),
+                             {0, 2, 0, 16},
+                             Bytes(4),
+                             {0xBB, 0x80, 0, 0},
                              Box("esds", Join({Bytes(4), esds}))}));
 }
 
@@ -89,7 +100,10 @@ Bytes AacDescriptors(const Bytes& specific, Bytes rate = {0, 0, 0x3E, 0x80}) {
     const Bytes info = specific.empty() ? Bytes{} : Join({{5, static_cast<std::uint8_t>(specific.size())}, specific});
     const auto config = static_cast<std::uint8_t>(13 + info.size());
     return Join({{3, static_cast<std::uint8_t>(3 + 2 + config + 3), 0, 2, 0, 4, config, 0x40, 5 << 2, 0, 0, 0},
-                 rate, rate, info, {6, 1, 2}});
+                 rate,
+                 rate,
+                 info,
+                 {6, 1, 2}});
 }
 
 TEST(SampleDescription, DescribesVideoWithItsRecord) {

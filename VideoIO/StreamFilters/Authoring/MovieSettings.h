@@ -18,9 +18,9 @@ struct MovieMetadataItem {
 /// Copied whole when a recording starts; a later change takes effect at the next start.
 /// Durations are in 100 ns.
 struct MovieSettings {
-    REFERENCE_TIME interleaveDuration = 2500000;  ///< target span of a chunk and of one interleave step
-    REFERENCE_TIME reservedDuration1 = 500000;    ///< kept with the settings, without effect
-    REFERENCE_TIME fragmentDuration = 10000000;   ///< least length of a fragment
+    REFERENCE_TIME interleaveDuration = 2500000;   ///< target span of a chunk and of one interleave step
+    REFERENCE_TIME reservedDuration1 = 500000;     ///< kept with the settings, without effect
+    REFERENCE_TIME fragmentDuration = 10000000;    ///< least length of a fragment
     REFERENCE_TIME reservedDuration2 = 100000000;  ///< kept with the settings, without effect
     std::int64_t reservedValue = 0;                ///< kept with the settings, without effect
     bool moveMoovToFront = false;                  ///< at the end `moov` goes in front of `mdat`

@@ -110,8 +110,8 @@ void MovieTrack::AppendDecodeTime(REFERENCE_TIME time) {
 void MovieTrack::AppendChunk(std::size_t firstSample, std::uint64_t maxStcoOffset) {
     if (firstSample == samples.size()) return;
     const std::uint64_t offset = samples[firstSample].offset;
-    chunks.push_back({offset, static_cast<std::uint32_t>(firstSample),
-                      static_cast<std::uint32_t>(samples.size() - firstSample)});
+    chunks.push_back(
+        {offset, static_cast<std::uint32_t>(firstSample), static_cast<std::uint32_t>(samples.size() - firstSample)});
     if (offset > maxStcoOffset) needsCo64 = true;
 }
 

@@ -55,9 +55,9 @@ struct MovieTrack {
     /// whose decode times are given, these instead.
     SegmentedVector<REFERENCE_TIME> presentationOrder;
     bool presentationOrderIsSorted = true;
-    bool reorderDetected = false;  ///< a video sample started before the one received before it
-    REFERENCE_TIME lastStart = 0;  ///< of the sample received last
-    REFERENCE_TIME lastStop = 0;   ///< of the sample written last
+    bool reorderDetected = false;       ///< a video sample started before the one received before it
+    REFERENCE_TIME lastStart = 0;       ///< of the sample received last
+    REFERENCE_TIME lastStop = 0;        ///< of the sample written last
     REFERENCE_TIME timeBase = MinTime;  ///< first entry of presentationOrder; MinTime: not set yet
     SegmentedVector<MovieChunk> chunks;
     bool needsCo64 = false;

@@ -155,8 +155,9 @@ TEST(MovieTrackTimescale, GoesOverTo90000WhenTwoSamplesShareATick) {
 
     EXPECT_EQ(track.timescale, 90000u);
     EXPECT_EQ(track.rate, (qz_DSFilters::StreamRate{90000, 3003}));
-    EXPECT_EQ(log.count(3, L"Found non-monotonically increasing DTS at 00:00:00.066_7334, in stream Input_0, switching "
-                           L"to 90000 timescale, new stream rate 90000 / 3003"),
+    EXPECT_EQ(log.count(3,
+                        L"Found non-monotonically increasing DTS at 00:00:00.066_7334, in stream Input_0, switching "
+                        L"to 90000 timescale, new stream rate 90000 / 3003"),
               1u);
     // Every sample counts in the new ticks, those from before included.
     const TrackTimeline timeline(track);

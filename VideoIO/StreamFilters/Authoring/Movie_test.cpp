@@ -6,8 +6,9 @@
 #include "VideoIO/StreamFilters/Authoring/SampleTables.h"
 #include "VideoIO/StreamFilters/Container/exception.h"
 
-#include <chrono>
 #include <gmock/gmock.h>
+
+#include <chrono>
 #include <limits>
 
 namespace Norvane::MediaKit::Filters {
@@ -152,9 +153,9 @@ TEST(Movie, KeepsTheStartOfATrackThatIsToKeepIt) {
         std::size_t edits;
         std::uint64_t mediaDuration, trackDuration;
     };
-    for (const Case& test : {Case{false, {-2, 0, 2}, 1, 6, 4}, Case{false, {10, 12}, 2, 4, 14},
-                             Case{true, {-4, 2, -2, 0}, 1, 8, 4}, Case{true, {6, 10, 8, 12}, 2, 8, 14},
-                             Case{true, {0, 4, 2, 6}, 1, 8, 8}}) {
+    for (const Case& test :
+         {Case{false, {-2, 0, 2}, 1, 6, 4}, Case{false, {10, 12}, 2, 4, 14}, Case{true, {-4, 2, -2, 0}, 1, 8, 4},
+          Case{true, {6, 10, 8, 12}, 2, 8, 14}, Case{true, {0, 4, 2, 6}, 1, 8, 8}}) {
         Recording recording({test.video ? VideoType(2 * Tick) : AudioType(50)});
         MovieTrack& track = recording[0].Track();
         track.timescale = 50;
@@ -183,10 +184,10 @@ TEST(Movie, WritesDecodeTimesThatAreGiven) {
         std::int64_t mediaTime;
     };
     for (const Case& test :
-         {Case{{{-4, 0}, {-2, 6}, {0, 2}, {2, 4}}, {0, 2, 4, 6}, {4, 8, 2, 2}, 1, 4},   // an encoder's delay
-          Case{{{0, 4}, {2, 8}, {4, 6}}, {0, 2, 4}, {4, 6, 2}, 2, 4},                   // the same, without an edit
-          Case{{{10, 10}, {11, 11}, {19, 19}}, {0, 1, 9}, {}, 2, 0},                    // uneven, and late
-          Case{{{2, 2}, {4, 3}, {3, 4}}, {0, 2, 2}, {0, -1, 0}, 2, 0}}) {               // shown early; set back
+         {Case{{{-4, 0}, {-2, 6}, {0, 2}, {2, 4}}, {0, 2, 4, 6}, {4, 8, 2, 2}, 1, 4},  // an encoder's delay
+          Case{{{0, 4}, {2, 8}, {4, 6}}, {0, 2, 4}, {4, 6, 2}, 2, 4},                  // the same, without an edit
+          Case{{{10, 10}, {11, 11}, {19, 19}}, {0, 1, 9}, {}, 2, 0},                   // uneven, and late
+          Case{{{2, 2}, {4, 3}, {3, 4}}, {0, 2, 2}, {0, -1, 0}, 2, 0}}) {              // shown early; set back
         Recording recording({VideoType(2 * Tick)});
         MovieTrack& track = recording[0].Track();
         track.timescale = 50;
@@ -263,11 +264,9 @@ TEST(Movie, OpensAFurtherMdatWhenAChunkWouldPassTheLimit) {
     track.stsz = {3, 3, 3, 3};
     track.co64 = std::vector<std::uint64_t>{32, 46, 49};
     const auto payload = [] { return box_builder().add({1, 2, 3, 1, 2, 3}); };
-    EXPECT_EQ(recording.Finish(), Ftyp()
-                                      .add(make_box("mdat", payload()))
-                                      .add(make_box("mdat", payload()))
-                                      .add(Moov(25, 4, {track}))
-                                      .bytes());
+    EXPECT_EQ(
+        recording.Finish(),
+        Ftyp().add(make_box("mdat", payload())).add(make_box("mdat", payload())).add(Moov(25, 4, {track})).bytes());
 }
 
 TEST(Movie, AChunkAtTheLimitStaysWith32Bits) {
@@ -349,10 +348,8 @@ TEST(Movie, MovingToTheFrontWidensOffsetsThatTheShiftTakesBeyondTheLimit) {
     recording.settings.moveMoovToFront = true;
     recording.settings.maxStcoOffset = 36 + narrowShift - 1;
     for (int i = 0; i < 3; ++i) recording.Receive(0, i * Frame, Frame, {1, 2}, false);
-    EXPECT_EQ(recording.Finish(), Ftyp()
-                                      .add(Moov(25, 3, {track}))
-                                      .add(make_box("mdat", box_builder().add({1, 2, 1, 2, 1, 2})))
-                                      .bytes());
+    EXPECT_EQ(recording.Finish(),
+              Ftyp().add(Moov(25, 3, {track})).add(make_box("mdat", box_builder().add({1, 2, 1, 2, 1, 2}))).bytes());
 }
 
 TEST(Movie, AnOffsetThatTheShiftTakesToTheLimitStaysWith32Bits) {

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Testing/Kit/failing_stream.h"
-#include "VideoIO/StreamFilters/Authoring/FakeInput_test.h"
 #include "VideoIO/StreamFilters/Authoring/ChunkWriter.h"
+#include "VideoIO/StreamFilters/Authoring/FakeInput_test.h"
 #include "VideoIO/StreamFilters/Authoring/Interleaver.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 #include "VideoIO/StreamFilters/Authoring/SampleTables.h"
 
+#include "VideoIO/FilterUtil/MediaTypeUtil.h"
+
 #include <limits>
 #include <optional>
-
-#include "VideoIO/FilterUtil/MediaTypeUtil.h"
 
 namespace Norvane::MediaKit::Filters {
 
@@ -26,8 +26,7 @@ void AppendRun(std::vector<Entry>& runs, std::uint32_t Entry::*value, std::uint3
 std::optional<std::uint32_t> OwnDuration(const MovieTrack& track) {
     if (!track.HasSourceTimes()) return std::nullopt;
     const REFERENCE_TIME start = track.samples[track.samples.size() - 1].start;
-    const std::int64_t ticks =
-        SubtractTimes(ToTicks(track.timescale, track.lastStop), ToTicks(track.timescale, start));
+    const std::int64_t ticks = SubtractTimes(ToTicks(track.timescale, track.lastStop), ToTicks(track.timescale, start));
     const bool told = ticks > 0 ? ticks <= std::numeric_limits<std::uint32_t>::max() : track.lastStop == start;
     return told ? std::optional(static_cast<std::uint32_t>(ticks)) : std::nullopt;
 }

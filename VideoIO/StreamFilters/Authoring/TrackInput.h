@@ -14,7 +14,7 @@ struct InputState {
     std::int64_t received = 0;  ///< samples since the pin became active
     bool endOfStream = false;
     SampleQueue queue;
-    REFERENCE_TIME chunkStart = 0;  ///< greatest key written, or where the next chunk was moved to begin
+    REFERENCE_TIME chunkStart = 0;        ///< greatest key written, or where the next chunk was moved to begin
     REFERENCE_TIME firstStart = MinTime;  ///< start time of the first sample; MinTime: none yet
 
     /// Before the first sample of a recording.

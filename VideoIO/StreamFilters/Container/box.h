@@ -5,12 +5,12 @@
 // parser keeps boxes by file offset, the writer in a list with each box's parent.
 #pragma once
 
+#include "VideoIO/StreamFilters/Container/fourcc.h"
+#include "VideoIO/StreamFilters/Container/visitor.h"
+
 #include <concepts>
 #include <cstdint>
 #include <type_traits>
-
-#include "VideoIO/StreamFilters/Container/fourcc.h"
-#include "VideoIO/StreamFilters/Container/visitor.h"
 
 namespace vio::mp4 {
 

@@ -1,12 +1,12 @@
 // What the tests of the boxes share: one box written, one box read.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "Testing/Kit/box_builder.h"
 #include "Testing/Kit/failing_stream.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
 #include "VideoIO/StreamFilters/Container/mp4_writer.h"
+
+#include <gtest/gtest.h>
 
 namespace vio::mp4 {
 

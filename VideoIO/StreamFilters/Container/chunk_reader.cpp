@@ -1,10 +1,10 @@
 #include "VideoIO/StreamFilters/Container/chunk_reader.h"
 
+#include "VideoIO/StreamFilters/Container/exception.h"
+
 #include <algorithm>
 #include <numeric>
 #include <string>
-
-#include "VideoIO/StreamFilters/Container/exception.h"
 
 namespace vio::details {
 namespace {

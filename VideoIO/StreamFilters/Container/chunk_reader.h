@@ -1,11 +1,11 @@
 // Reading within nested chunks: what the box parser and the descriptor parser have in common.
 #pragma once
 
-#include <limits>
-#include <vector>
-
 #include "VideoIO/StreamFilters/Container/byte_order.h"
 #include "VideoIO/StreamFilters/Container/byte_stream.h"
+
+#include <limits>
+#include <vector>
 
 namespace vio::details {
 

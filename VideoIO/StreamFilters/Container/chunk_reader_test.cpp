@@ -1,12 +1,12 @@
 #include "VideoIO/StreamFilters/Container/chunk_reader.h"
 
+#include "Testing/Kit/failing_stream.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <functional>
-
-#include "Testing/Kit/failing_stream.h"
 
 namespace vio::details {
 namespace {

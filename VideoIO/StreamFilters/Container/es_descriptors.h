@@ -2,14 +2,14 @@
 // records like the boxes.
 #pragma once
 
+#include "VideoIO/StreamFilters/Container/visitor.h"
+
 #include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <vector>
-
-#include "VideoIO/StreamFilters/Container/visitor.h"
 
 namespace vio::es {
 

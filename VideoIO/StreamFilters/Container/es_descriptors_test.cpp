@@ -1,13 +1,13 @@
 #include "VideoIO/StreamFilters/Container/es_descriptors.h"
 
-#include <gmock/gmock.h>
-
 #include "Testing/Kit/box_builder.h"
 #include "Testing/Kit/failing_stream.h"
 #include "VideoIO/StreamFilters/Container/es_parser_base.h"
 #include "VideoIO/StreamFilters/Container/es_writer_base.h"
 #include "VideoIO/StreamFilters/Container/exception.h"
 #include "VideoIO/StreamFilters/Container/memory_stream.h"
+
+#include <gmock/gmock.h>
 
 namespace vio::es {
 namespace {
@@ -147,8 +147,8 @@ TEST(DescriptorWriter, FlagsOfAStreamAreReversed) {
     es.url_string = {'a', 'b'};
     es.ocr_stream_flag = 1;
     es.OCR_ES_ID = 0x0405;
-    EXPECT_EQ(written(es), tagged(3, box_builder().u16(1).u8(0x0F).u16(0x0203).u8(2).text("ab").zeros(30).u16(0x0405))
-                               .bytes());
+    EXPECT_EQ(written(es),
+              tagged(3, box_builder().u16(1).u8(0x0F).u16(0x0203).u8(2).text("ab").zeros(30).u16(0x0405)).bytes());
 }
 
 TEST(DescriptorWriter, LaysOutTheOthers) {
@@ -171,22 +171,16 @@ TEST(DescriptorWriter, LaysOutTheOthers) {
     ExtendedSLConfigDescriptor sl;
     sl.predefined = 2;
     EXPECT_EQ(written(sl), tagged(100, box_builder().u8(2)).bytes());
-    for (const auto& empty : {written(ObjectDescriptor()), written(ProfileLevelIndicationIndexDescriptor()),
-                              written(BaseDescriptor(0x7F))})
+    for (const auto& empty :
+         {written(ObjectDescriptor()), written(ProfileLevelIndicationIndexDescriptor()), written(BaseDescriptor(0x7F))})
         EXPECT_THAT(bytes(empty.begin() + 1, empty.end()), ElementsAre(0, 0, 0, 0));
 }
 
 TEST(DescriptorReader, ReadsTheFlagsAndWhatTheyCallFor) {
-    const auto read_es = reading(tagged(3, box_builder()
-                                               .u16(1)
-                                               .u8(0xE3)
-                                               .u16(0x0203)
-                                               .u8(2)
-                                               .text("abc")
-                                               .zeros(29)
-                                               .u16(0x0405)
-                                               .add(tagged(6, box_builder().u8(2)))))
-                             .at<ES_Descriptor>(0);
+    const auto read_es =
+        reading(tagged(3, box_builder().u16(1).u8(0xE3).u16(0x0203).u8(2).text("abc").zeros(29).u16(0x0405).add(
+                              tagged(6, box_builder().u8(2)))))
+            .at<ES_Descriptor>(0);
     ASSERT_NE(read_es, nullptr);
     EXPECT_EQ(read_es->stream_dependence_flag, 0x80u);
     EXPECT_EQ(read_es->url_flag, 0x40u);
@@ -200,8 +194,8 @@ TEST(DescriptorReader, ReadsTheFlagsAndWhatTheyCallFor) {
 }
 
 TEST(DescriptorReader, BufferSizeIsInFileOrder) {
-    const auto config = reading(tagged(4, box_builder().u8(0x40).u8(0x16).u24(0x010203).u32(0).u32(0)))
-                            .at<DecoderConfigDescriptor>(0);
+    const auto config =
+        reading(tagged(4, box_builder().u8(0x40).u8(0x16).u24(0x010203).u32(0).u32(0))).at<DecoderConfigDescriptor>(0);
     EXPECT_EQ(config->buffer_size_db, 0x030201u);
     EXPECT_EQ(config->up_stream, 1u);
     EXPECT_EQ(config->reserved, 0u);

@@ -1,11 +1,11 @@
 // Reads descriptors from the bytes of an esds or iods box.
 #pragma once
 
-#include <map>
-#include <memory>
-
 #include "VideoIO/StreamFilters/Container/chunk_reader.h"
 #include "VideoIO/StreamFilters/Container/es_descriptors.h"
+
+#include <map>
+#include <memory>
 
 namespace vio::es {
 

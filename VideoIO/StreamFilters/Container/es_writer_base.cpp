@@ -61,7 +61,7 @@ void es_writer_base::visit(const ProfileLevelIndicationIndexDescriptor& descript
 
 void es_writer_base::visit(const SLConfigDescriptor& descriptor) {
     write_header(descriptor);
-    body(*stream)(descriptor.predefined);
+    body (*stream)(descriptor.predefined);
 }
 
 void es_writer_base::visit(const ExtendedSLConfigDescriptor& descriptor) {
@@ -114,7 +114,7 @@ void es_writer_base::visit(const MP4InitialObjectDescriptor& descriptor) {
 
 void es_writer_base::visit(const ES_ID_Inc& descriptor) {
     write_header(descriptor);
-    body(*stream)(descriptor.track_ID);
+    body (*stream)(descriptor.track_ID);
 }
 
 }  // namespace vio::es

@@ -1,11 +1,11 @@
 // Turns an ordered list of descriptors into bytes on a stream.
 #pragma once
 
-#include <memory>
-#include <vector>
-
 #include "VideoIO/StreamFilters/Container/byte_stream.h"
 #include "VideoIO/StreamFilters/Container/es_descriptors.h"
+
+#include <memory>
+#include <vector>
 
 namespace vio::es {
 

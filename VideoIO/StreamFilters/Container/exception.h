@@ -1,10 +1,10 @@
 // The container library's one error: an exception that carries a result.
 #pragma once
 
+#include "Platform/Com/Results.h"
+
 #include <exception>
 #include <string>
-
-#include "Platform/Com/Results.h"
 
 namespace core {
 

@@ -2,10 +2,10 @@
 // missing throws core::exception.
 #pragma once
 
-#include <span>
-
 #include "VideoIO/StreamFilters/Container/chunk_reader.h"
 #include "VideoIO/StreamFilters/Container/exception.h"
+
+#include <span>
 
 namespace vio::mp4 {
 

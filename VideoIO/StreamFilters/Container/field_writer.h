@@ -1,14 +1,14 @@
 // Puts the fields of a box on a stream, big-endian: the writing side of the field lists.
 #pragma once
 
-#include <limits>
-#include <span>
-#include <vector>
-
 #include "VideoIO/StreamFilters/Container/byte_order.h"
 #include "VideoIO/StreamFilters/Container/byte_stream.h"
 #include "VideoIO/StreamFilters/Container/exception.h"
 #include "VideoIO/StreamFilters/Container/size_byte_stream.h"
+
+#include <limits>
+#include <span>
+#include <vector>
 
 namespace vio::mp4 {
 

@@ -1,10 +1,10 @@
 // Boxes of the file level (ISO/IEC 14496-12, 4.3 and 8.1).
 #pragma once
 
+#include "VideoIO/StreamFilters/Container/box.h"
+
 #include <array>
 #include <vector>
-
-#include "VideoIO/StreamFilters/Container/box.h"
 
 namespace vio::mp4 {
 

@@ -1,8 +1,8 @@
 #include "VideoIO/StreamFilters/Container/file_boxes.h"
 
-#include <gmock/gmock.h>
-
 #include "VideoIO/StreamFilters/Container/box_test.h"
+
+#include <gmock/gmock.h>
 
 namespace vio::mp4 {
 namespace {
@@ -54,8 +54,8 @@ TEST(ObjectDescriptor, IsItsBytes) {
 }
 
 TEST(SegmentIndex, KeepsThreeWordsAReference) {
-    const auto version0 = parsed<segment_index_box>(make_full_box(
-        "sidx", 0, 0, box_builder().words({1, 90000, 10, 20}).u16(0).u16(2).words({1, 2, 3, 4, 5, 6})));
+    const auto version0 = parsed<segment_index_box>(
+        make_full_box("sidx", 0, 0, box_builder().words({1, 90000, 10, 20}).u16(0).u16(2).words({1, 2, 3, 4, 5, 6})));
     EXPECT_EQ(version0->earliest_presentation_time, 10u);
     EXPECT_EQ(version0->first_offset, 20u);
     ASSERT_EQ(version0->references.size(), 2u);

@@ -1,8 +1,8 @@
 #include "VideoIO/StreamFilters/Container/fragment_boxes.h"
 
-#include <gmock/gmock.h>
-
 #include "VideoIO/StreamFilters/Container/box_test.h"
+
+#include <gmock/gmock.h>
 
 namespace vio::mp4 {
 namespace {

@@ -1,10 +1,10 @@
 #include "VideoIO/StreamFilters/Container/memory_stream.h"
 
+#include "Platform/Kernel/Text.h"
+
 #include <algorithm>
 #include <cstring>
 #include <fstream>
-
-#include "Platform/Kernel/Text.h"
 
 namespace vio {
 
@@ -17,8 +17,8 @@ bool memory_stream::skip(std::int64_t delta) {
     // The sense of this comparison is the stream's contract, see the header.
     if (delta < 0 && delta > remaining - static_cast<std::int64_t>(size_)) return false;
     // A step may lead far out of the block, where pointers have no arithmetic.
-    cursor_ = reinterpret_cast<std::uint8_t*>(reinterpret_cast<std::uintptr_t>(cursor_) +
-                                              static_cast<std::uintptr_t>(delta));
+    cursor_ =
+        reinterpret_cast<std::uint8_t*>(reinterpret_cast<std::uintptr_t>(cursor_) + static_cast<std::uintptr_t>(delta));
     remaining_ -= static_cast<std::uint32_t>(delta);
     return true;
 }

@@ -1,9 +1,9 @@
 // A byte stream over a block of memory that the caller owns.
 #pragma once
 
-#include <string>
-
 #include "VideoIO/StreamFilters/Container/byte_stream.h"
+
+#include <string>
 
 namespace vio {
 

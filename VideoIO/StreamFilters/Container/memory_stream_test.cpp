@@ -1,5 +1,7 @@
 #include "VideoIO/StreamFilters/Container/memory_stream.h"
 
+#include "VideoIO/StreamFilters/Container/size_byte_stream.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -8,8 +10,6 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
-
-#include "VideoIO/StreamFilters/Container/size_byte_stream.h"
 
 namespace vio {
 namespace {

@@ -1,9 +1,9 @@
 // Boxes of the movie level (ISO/IEC 14496-12, 8.2 and 8.8).
 #pragma once
 
-#include <vector>
-
 #include "VideoIO/StreamFilters/Container/box.h"
+
+#include <vector>
 
 namespace vio::mp4 {
 

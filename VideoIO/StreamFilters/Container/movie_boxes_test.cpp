@@ -31,8 +31,7 @@ const box_builder& version0() {
 
 const box_builder& version1() {
     static const box_builder box = make_full_box(
-        "mvhd", 1, 0,
-        box_builder().u64(0x01020304).u64(0x05060708).u32(90000).u64(0x11121314).add(rest_of_header()));
+        "mvhd", 1, 0, box_builder().u64(0x01020304).u64(0x05060708).u32(90000).u64(0x11121314).add(rest_of_header()));
     return box;
 }
 
@@ -62,8 +61,8 @@ TEST(MovieHeader, RefusesWhatVersionZeroCannotHold) {
     movie_header_box box = header(0);
     box.duration = 0xFFFFFFFE;
     EXPECT_NO_THROW(written(box));
-    for (const auto field : {&movie_header_box::creation_time, &movie_header_box::modification_time,
-                             &movie_header_box::duration}) {
+    for (const auto field :
+         {&movie_header_box::creation_time, &movie_header_box::modification_time, &movie_header_box::duration}) {
         movie_header_box beyond = header(0);
         beyond.*field = 0xFFFFFFFF;
         EXPECT_THROW(written(beyond), core::exception);

@@ -1,8 +1,8 @@
 #include "VideoIO/StreamFilters/Container/mp4_parser_base.h"
 
-#include <algorithm>
-
 #include "Logging/qz_log.h"
+
+#include <algorithm>
 
 namespace vio::mp4 {
 namespace {

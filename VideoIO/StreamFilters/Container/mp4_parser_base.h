@@ -1,12 +1,12 @@
 // The lazy walk over the boxes of a file, shared by the parser of files and that of sample entries.
 #pragma once
 
-#include <map>
-#include <memory>
-
 #include "VideoIO/StreamFilters/Container/chunk_reader.h"
 #include "VideoIO/StreamFilters/Container/field_reader.h"
 #include "VideoIO/StreamFilters/Container/registry.h"
+
+#include <map>
+#include <memory>
 
 namespace vio::mp4 {
 

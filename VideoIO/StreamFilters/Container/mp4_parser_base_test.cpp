@@ -1,11 +1,11 @@
 #include "VideoIO/StreamFilters/Container/mp4_parser_base.h"
 
-#include <gmock/gmock.h>
-
 #include "Platform/Kernel/LastError.h"
 #include "Testing/Kit/log_capture.h"
 #include "VideoIO/StreamFilters/Container/box_test.h"
 #include "VideoIO/StreamFilters/Container/memory_stream.h"
+
+#include <gmock/gmock.h>
 
 namespace vio::mp4 {
 namespace {
@@ -231,8 +231,7 @@ TEST(Scan, ReadsWhatIsThereOfARangeThatIsCutOff) {
 TEST(Scan, BoundsNesting) {
     // A data reference within a data reference, over and over: the one visit that scans at file level.
     box_builder inner;
-    for (int depth = 0; depth < 20; ++depth)
-        inner = make_full_box("dref", 0, 0, box_builder().u32(0).add(inner));
+    for (int depth = 0; depth < 20; ++depth) inner = make_full_box("dref", 0, 0, box_builder().u32(0).add(inner));
     EXPECT_NO_THROW(file{inner});
 
     box_builder deep;

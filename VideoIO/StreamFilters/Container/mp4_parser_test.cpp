@@ -1,11 +1,11 @@
 // Whole small files: written, read back, cut off at every byte and damaged in every byte.
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
 
-#include <functional>
-
 #include "Testing/Kit/log_capture.h"
 #include "VideoIO/StreamFilters/Container/box_test.h"
 #include "VideoIO/StreamFilters/Container/memory_stream.h"
+
+#include <functional>
 
 namespace vio::mp4 {
 namespace {

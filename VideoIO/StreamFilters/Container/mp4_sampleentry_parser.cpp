@@ -87,8 +87,7 @@ void mp4_sampleentry_parser::visit(hevc_sample_entry& box) {
     visit(static_cast<visual_sample_entry&>(box));
     // The children were scanned just now. An entry without any is not scanned again: that would seek
     // in the middle of this visit.
-    if (boxes.contains(box.offset + box.header_size))
-        box.configuration = find_child<hevc_configuration_box>(box);
+    if (boxes.contains(box.offset + box.header_size)) box.configuration = find_child<hevc_configuration_box>(box);
 }
 
 void mp4_sampleentry_parser::visit(avc_configuration_box& box) { read_record(box, 0, box.record); }

@@ -10,11 +10,11 @@ namespace vio::mp4 {
 /// no part. Fails like the parser of files; a QuickTime audio entry of a version above 2 throws a
 /// plain std::exception.
 class mp4_sampleentry_parser
-    : public details::visitors<
-          mp4_parser_base, sample_entry, visual_sample_entry, audio_sample_entry, hint_sample_entry, bit_rate_box,
-          pixel_aspect_ratio_box, clean_apperture_box, colour_information_box, avc_configuration_box, avc_sample_entry,
-          avc2_sample_entry, hevc_configuration_box, hevc_sample_entry, ac3_sample_entry, ac3_configuration_box,
-          mp4_visual_sample_entry, mp4_audio_sample_entry, esd_box> {
+    : public details::visitors<mp4_parser_base, sample_entry, visual_sample_entry, audio_sample_entry,
+                               hint_sample_entry, bit_rate_box, pixel_aspect_ratio_box, clean_apperture_box,
+                               colour_information_box, avc_configuration_box, avc_sample_entry, avc2_sample_entry,
+                               hevc_configuration_box, hevc_sample_entry, ac3_sample_entry, ac3_configuration_box,
+                               mp4_visual_sample_entry, mp4_audio_sample_entry, esd_box> {
 public:
     explicit mp4_sampleentry_parser(parse_context context, const box_registry& from = sample_entry_registry())
         : visitors(std::move(context), from) {}

@@ -1,8 +1,8 @@
 #include "VideoIO/StreamFilters/Container/mp4_writer.h"
 
-#include <algorithm>
-
 #include "VideoIO/StreamFilters/Container/registry.h"
+
+#include <algorithm>
 
 namespace vio::mp4 {
 namespace {

@@ -1,9 +1,6 @@
 // Turns an ordered list of boxes into bytes on a stream.
 #pragma once
 
-#include <memory>
-#include <vector>
-
 #include "VideoIO/StreamFilters/Container/byte_stream.h"
 #include "VideoIO/StreamFilters/Container/field_writer.h"
 #include "VideoIO/StreamFilters/Container/file_boxes.h"
@@ -13,6 +10,9 @@
 #include "VideoIO/StreamFilters/Container/sample_table_boxes.h"
 #include "VideoIO/StreamFilters/Container/track_boxes.h"
 #include "VideoIO/StreamFilters/Container/user_data_boxes.h"
+
+#include <memory>
+#include <vector>
 
 namespace vio::mp4 {
 

@@ -1,10 +1,10 @@
 #include "VideoIO/StreamFilters/Container/mp4_writer.h"
 
-#include <gmock/gmock.h>
-
 #include "VideoIO/StreamFilters/Container/box_test.h"
 #include "VideoIO/StreamFilters/Container/memory_stream.h"
 #include "VideoIO/StreamFilters/Container/opaque_boxes.h"
+
+#include <gmock/gmock.h>
 
 namespace vio::mp4 {
 namespace {
@@ -51,8 +51,8 @@ TEST_F(Writer, KeepsTheListInTheOrderAskedFor) {
     const free_space_box stranger;
     const auto lost = writer.insert_before(&stranger, std::make_shared<free_space_box>(), nullptr);
     const auto lost2 = writer.insert_after(&stranger, std::make_shared<free_space_box>(), nullptr);
-    EXPECT_THAT(order(), ElementsAre(a.get(), between.get(), b.get(), c.get(), last.get(), end.get(), lost.get(),
-                                     lost2.get()));
+    EXPECT_THAT(order(),
+                ElementsAre(a.get(), between.get(), b.get(), c.get(), last.get(), end.get(), lost.get(), lost2.get()));
 }
 
 TEST_F(Writer, RemovesABoxWithAllBelowIt) {
@@ -126,8 +126,7 @@ TEST_F(Writer, AppendsBehindWhatIsWritten) {
     EXPECT_EQ(out->writes - writes, 2u) << "size and type of the new box";
     EXPECT_EQ(first->size, 12u);
     EXPECT_EQ(second->offset, 12u);
-    EXPECT_EQ(out->content,
-              box_builder().add(make_box("free", box_builder().zeros(4))).add(make_box("moov")).bytes());
+    EXPECT_EQ(out->content, box_builder().add(make_box("free", box_builder().zeros(4))).add(make_box("moov")).bytes());
 
     out->position = 999;
     writer.write(out, false);

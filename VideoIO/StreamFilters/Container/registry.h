@@ -1,11 +1,11 @@
 // From four-character codes to the classes of the boxes.
 #pragma once
 
+#include "VideoIO/StreamFilters/Container/box.h"
+
 #include <functional>
 #include <map>
 #include <memory>
-
-#include "VideoIO/StreamFilters/Container/box.h"
 
 namespace vio::mp4 {
 

@@ -1,10 +1,10 @@
 #include "VideoIO/StreamFilters/Container/registry.h"
 
-#include <gtest/gtest.h>
-
 #include "VideoIO/StreamFilters/Container/file_boxes.h"
 #include "VideoIO/StreamFilters/Container/sample_entries.h"
 #include "VideoIO/StreamFilters/Container/track_boxes.h"
+
+#include <gtest/gtest.h>
 
 namespace vio::mp4 {
 namespace {

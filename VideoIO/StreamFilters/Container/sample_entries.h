@@ -2,11 +2,11 @@
 // QuickTime file format; ETSI TS 102 366, annex F).
 #pragma once
 
+#include "VideoIO/StreamFilters/Container/box.h"
+
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "VideoIO/StreamFilters/Container/box.h"
 
 namespace vio::mp4 {
 

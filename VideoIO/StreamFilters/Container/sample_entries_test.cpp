@@ -1,10 +1,10 @@
 #include "VideoIO/StreamFilters/Container/sample_entries.h"
 
-#include <gmock/gmock.h>
-
 #include "Testing/Kit/log_capture.h"
 #include "VideoIO/StreamFilters/Container/box_test.h"
 #include "VideoIO/StreamFilters/Container/mp4_sampleentry_parser.h"
+
+#include <gmock/gmock.h>
 
 namespace vio::mp4 {
 namespace {
@@ -101,8 +101,9 @@ TEST(VisualEntry, IsReadWithItsChildren) {
 }
 
 TEST(HevcEntry, KeepsItsConfigurationIfThereIsOne) {
-    description with(make_box("hev1", visual_fields().add(make_box("pasp", box_builder().u32(4).u32(3))).add(
-                                          make_box("hvcC", box_builder().u8(1)))));
+    description with(make_box(
+        "hev1",
+        visual_fields().add(make_box("pasp", box_builder().u32(4).u32(3))).add(make_box("hvcC", box_builder().u8(1)))));
     ASSERT_NE(with.entry<hevc_sample_entry>(), nullptr);
     ASSERT_NE(with.entry<hevc_sample_entry>()->configuration, nullptr);
     EXPECT_THAT(with.entry<hevc_sample_entry>()->configuration->record, ElementsAre(1));
@@ -172,9 +173,9 @@ TEST(AudioEntry, OtherVersionsThrowAPlainException) {
 
 TEST(AudioEntry, LogsAnUnknownChildAndFindsWhatIsInIt) {
     log_capture log;
-    const auto wave =
-        make_box("wave", box_builder().add(make_box("frma", box_builder().text("mp4a")))
-                             .add(make_full_box("esds", 0, 0, box_builder().u8(3).u8(1).u8(9))));
+    const auto wave = make_box("wave", box_builder()
+                                           .add(make_box("frma", box_builder().text("mp4a")))
+                                           .add(make_full_box("esds", 0, 0, box_builder().u8(3).u8(1).u8(9))));
     description read(make_box("mp4a", audio_fields(1).zeros(16).add(wave)));
     EXPECT_EQ(log.count(2, L"Unknown top-level box wave, continuing parsing."), 1u);
     const auto found = read.parser.find_child(*read.entry<audio_sample_entry>(), false, 0, fourcc("wave"));

@@ -1,10 +1,10 @@
 // Boxes of the sample table (ISO/IEC 14496-12, 8.5 to 8.7 and 8.9).
 #pragma once
 
+#include "VideoIO/StreamFilters/Container/box.h"
+
 #include <memory>
 #include <vector>
-
-#include "VideoIO/StreamFilters/Container/box.h"
 
 namespace vio::mp4 {
 

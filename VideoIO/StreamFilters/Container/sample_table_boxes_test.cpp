@@ -1,8 +1,8 @@
 #include "VideoIO/StreamFilters/Container/sample_table_boxes.h"
 
-#include <gmock/gmock.h>
-
 #include "VideoIO/StreamFilters/Container/box_test.h"
+
+#include <gmock/gmock.h>
 
 namespace vio::mp4 {
 namespace {
@@ -109,8 +109,8 @@ TEST(ReadOnlyTables, AreWrittenAsAHeader) {
 }
 
 TEST(CompositionToDecode, ReadsBothWidths) {
-    const auto narrow = parsed<composition_to_decode_box>(
-        make_full_box("cslg", 0, 0, box_builder().words({1, 0xFFFFFFFE, 3, 4, 5})));
+    const auto narrow =
+        parsed<composition_to_decode_box>(make_full_box("cslg", 0, 0, box_builder().words({1, 0xFFFFFFFE, 3, 4, 5})));
     EXPECT_EQ(narrow->composition_to_dts_shift, 1);
     EXPECT_EQ(narrow->least_decode_to_display_delta, -2);
     EXPECT_EQ(narrow->composition_end_time, 5);
@@ -130,12 +130,12 @@ TEST(SampleGroups, PairsLieFourBytesEarly) {
         }
         return all;
     };
-    const auto version0 = parsed<sample_to_group_box>(
-        make_full_box("sbgp", 0, 0, box_builder().text("roll").words({2, 10, 1, 20, 2})));
+    const auto version0 =
+        parsed<sample_to_group_box>(make_full_box("sbgp", 0, 0, box_builder().text("roll").words({2, 10, 1, 20, 2})));
     EXPECT_EQ(version0->grouping_type, fourcc("roll"));
     EXPECT_THAT(pairs(version0), ElementsAre(2, 10, 1, 20));
-    const auto version1 = parsed<sample_to_group_box>(
-        make_full_box("sbgp", 1, 0, box_builder().text("roll").words({7, 1, 10, 1})));
+    const auto version1 =
+        parsed<sample_to_group_box>(make_full_box("sbgp", 1, 0, box_builder().text("roll").words({7, 1, 10, 1})));
     EXPECT_EQ(version1->grouping_type_parameter, 7u);
     EXPECT_THAT(pairs(version1), ElementsAre(1, 10));
     EXPECT_THROW(parsed<box>(make_full_box("sbgp", 2, 0, box_builder().zeros(16))), core::exception);

@@ -1,10 +1,10 @@
 // Boxes of a track down to its media information (ISO/IEC 14496-12, 8.3 to 8.7.2, 8.6.5 and 12).
 #pragma once
 
+#include "VideoIO/StreamFilters/Container/box.h"
+
 #include <string>
 #include <vector>
-
-#include "VideoIO/StreamFilters/Container/box.h"
 
 namespace vio::mp4 {
 

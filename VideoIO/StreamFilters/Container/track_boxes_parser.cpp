@@ -1,8 +1,8 @@
-#include <algorithm>
-#include <span>
-
 #include "Platform/Kernel/Text.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
+
+#include <algorithm>
+#include <span>
 
 namespace vio::mp4 {
 namespace {

@@ -58,8 +58,8 @@ TEST(Handler, NameIsUtf8WithItsTerminator) {
     handler_box box;
     box.handler_type = fourcc("vide");
     box.name = L"Vid\u00E9o";
-    const auto built = make_full_box(
-        "hdlr", 0, 0, box_builder().u32(0).text("vide").zeros(12).text("Vid\xC3\xA9o").u8(0));
+    const auto built =
+        make_full_box("hdlr", 0, 0, box_builder().u32(0).text("vide").zeros(12).text("Vid\xC3\xA9o").u8(0));
     EXPECT_EQ(written(box), built.bytes());
     const auto read = parsed<handler_box>(built);
     ASSERT_NE(read, nullptr);
@@ -100,8 +100,8 @@ edit_list_box edits(std::uint8_t version) {
 }
 
 TEST(EditList, IsLaidOutByVersionWithSignedMediaTimes) {
-    const auto version0 = make_full_box(
-        "elst", 0, 0, box_builder().words({2, 1000, 0xFFFFFFFF, 0x00010000, 2000, 1024, 0x00010002}));
+    const auto version0 =
+        make_full_box("elst", 0, 0, box_builder().words({2, 1000, 0xFFFFFFFF, 0x00010000, 2000, 1024, 0x00010002}));
     const auto version1 = make_full_box(
         "elst", 1, 0, box_builder().u32(2).u64(1000).u64(~0ull).u32(0x00010000).u64(2000).u64(1024).u32(0x00010002));
     EXPECT_EQ(written(edits(0)), version0.bytes());
@@ -142,8 +142,7 @@ TEST(DataReference, IsWrittenAsCountAndHeadersOnly) {
     writer.add_box<data_entry_url_box>(dref.get())->flags = 1;
     const auto out = std::make_shared<failing_stream>();
     writer.write(out, true);
-    EXPECT_EQ(out->content,
-              make_full_box("dref", 0, 0, box_builder().u32(1).add(make_full_box("url ", 0, 1))).bytes());
+    EXPECT_EQ(out->content, make_full_box("dref", 0, 0, box_builder().u32(1).add(make_full_box("url ", 0, 1))).bytes());
 }
 
 TEST(DataReference, ReadsTheFlagsOfItsEntriesAndTheBoxesBehindIt) {

@@ -1,9 +1,9 @@
 // Boxes of the user data (ISO/IEC 14496-12, 8.10.1, and the text items of QuickTime).
 #pragma once
 
-#include <string>
-
 #include "VideoIO/StreamFilters/Container/box.h"
+
+#include <string>
 
 namespace vio::mp4 {
 

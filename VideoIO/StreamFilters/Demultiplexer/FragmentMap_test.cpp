@@ -27,8 +27,8 @@ box_builder Defaults() {
 box_builder TrackFragment(std::uint32_t id, std::uint32_t flags, std::uint64_t base = 0) {
     box_builder tfhd = box_builder().u32(id);
     if ((flags & kBase) != 0) tfhd.u64(base);
-    return make_box("traf", make_full_box("tfhd", 0, flags, tfhd)
-                                .add(make_full_box("trun", 0, 0, box_builder().u32(2))));
+    return make_box("traf",
+                    make_full_box("tfhd", 0, flags, tfhd).add(make_full_box("trun", 0, 0, box_builder().u32(2))));
 }
 
 using Bases = std::vector<std::uint64_t>;
@@ -55,16 +55,31 @@ TEST(FragmentMap, TrackFragmentsBeginWhereTheirHeadersSay) {
         Bases strict;               // of the first, the third and the second
         Bases following;
     } cases[] = {
-        {"nothing is told", TrackFragment(1, kNothing), TrackFragment(2, kNothing),
-         {moof, moof, moof}, {moof, moof + 10 + 14, moof + 10}},
-        {"all begin at the moof", TrackFragment(1, kMoof), TrackFragment(2, kMoof),
-         {moof, moof, moof}, {moof, moof + 14, moof}},
-        {"the first has a base", TrackFragment(1, kBase, 1000), TrackFragment(2, kNothing),
-         {1000, moof, moof}, {1000, 1024, 1010}},
-        {"the second has a base", TrackFragment(1, kNothing), TrackFragment(2, kBase, 1ULL << 40),
-         {moof, moof, 1ULL << 40}, {moof, (1ULL << 40) + 14, 1ULL << 40}},
-        {"a base goes before the moof", TrackFragment(1, kBase | kMoof, 1000), TrackFragment(2, kMoof),
-         {1000, moof, moof}, {1000, moof + 14, moof}},
+        {"nothing is told",
+         TrackFragment(1, kNothing),
+         TrackFragment(2, kNothing),
+         {moof, moof, moof},
+         {moof, moof + 10 + 14, moof + 10}},
+        {"all begin at the moof",
+         TrackFragment(1, kMoof),
+         TrackFragment(2, kMoof),
+         {moof, moof, moof},
+         {moof, moof + 14, moof}},
+        {"the first has a base",
+         TrackFragment(1, kBase, 1000),
+         TrackFragment(2, kNothing),
+         {1000, moof, moof},
+         {1000, 1024, 1010}},
+        {"the second has a base",
+         TrackFragment(1, kNothing),
+         TrackFragment(2, kBase, 1ULL << 40),
+         {moof, moof, 1ULL << 40},
+         {moof, (1ULL << 40) + 14, 1ULL << 40}},
+        {"a base goes before the moof",
+         TrackFragment(1, kBase | kMoof, 1000),
+         TrackFragment(2, kMoof),
+         {1000, moof, moof},
+         {1000, moof + 14, moof}},
     };
     for (const auto& of : cases) {
         SCOPED_TRACE(of.what);
@@ -74,7 +89,8 @@ TEST(FragmentMap, TrackFragmentsBeginWhereTheirHeadersSay) {
         EXPECT_EQ(BasesOf(file, {.runsFollowEachOther = true}), of.following);
     }
     // Data of one moof do not follow those of another.
-    const box_builder two = Defaults().add(make_box("moof", TrackFragment(1, kBase, 1000)))
+    const box_builder two = Defaults()
+                                .add(make_box("moof", TrackFragment(1, kBase, 1000)))
                                 .add(make_box("moof", TrackFragment(2, kNothing)));
     const std::uint64_t second = moof + make_box("moof", TrackFragment(1, kBase, 1000)).size();
     EXPECT_EQ(BasesOf(two, {.runsFollowEachOther = true}), (Bases{1000, second}));

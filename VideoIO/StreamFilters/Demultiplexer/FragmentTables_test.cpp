@@ -1,5 +1,6 @@
-#include "Testing/Kit/log_capture.h"
 #include "VideoIO/StreamFilters/Demultiplexer/FragmentTables.h"
+
+#include "Testing/Kit/log_capture.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackRecords_test.h"
 
 #include <gtest/gtest.h>
@@ -98,9 +99,9 @@ TEST_F(FragmentTables, RunsTakeWhatTheyDoNotTellFromTheHeadersAbove) {
     fragments[2].tfhd->default_sample_duration = 99;
     fragments[2].tfhd->default_sample_size = 99;
     EXPECT_EQ(Records(),
-              "1000+5 0/30+10*, 1005+5 10/8+10, "      // the flags of the first stand above the default
-              "2000+8 20/20+3, 2008+8 23/23+3*, "      // and above those of the run
-              "3000+5 26/26+10*, 3005+5 36/36+10*");   // values without their flag count for nothing
+              "1000+5 0/30+10*, 1005+5 10/8+10, "     // the flags of the first stand above the default
+              "2000+8 20/20+3, 2008+8 23/23+3*, "     // and above those of the run
+              "3000+5 26/26+10*, 3005+5 36/36+10*");  // values without their flag count for nothing
     EXPECT_EQ(result, S_OK);
 }
 
@@ -108,12 +109,14 @@ TEST_F(FragmentTables, RunsWithoutOffsetBeginAtTheBaseAgain) {
     track_run_box back = WholeRun(0xFFFFFF9C, 1, 4);  // -100
     const auto bare = Boxed(Fields(0, 1));
     fragments = {Fragment(1000, {bare, bare, Boxed(WholeRun(50, 2, 4)), bare}), Fragment(500, {Boxed(back), bare})};
-    EXPECT_EQ(Records(), "1000+5 0/0+10, 1000+5 10/10+10, 1050+4 20/20+20*, 1054+4 40/40+20*, 1000+5 60/60+10, "
-                         "400+4 70/70+20*, 500+5 90/90+10");
+    EXPECT_EQ(Records(),
+              "1000+5 0/0+10, 1000+5 10/10+10, 1050+4 20/20+20*, 1054+4 40/40+20*, 1000+5 60/60+10, "
+              "400+4 70/70+20*, 500+5 90/90+10");
 
     policy.runsFollowEachOther = true;
-    EXPECT_EQ(Records(), "1000+5 0/0+10, 1005+5 10/10+10, 1050+4 20/20+20*, 1054+4 40/40+20*, 1058+5 60/60+10, "
-                         "400+4 70/70+20*, 404+5 90/90+10");
+    EXPECT_EQ(Records(),
+              "1000+5 0/0+10, 1005+5 10/10+10, 1050+4 20/20+20*, 1054+4 40/40+20*, 1058+5 60/60+10, "
+              "400+4 70/70+20*, 404+5 90/90+10");
     EXPECT_EQ(EndOfFragmentData(fragments[0], boxes.trex.get()), 1063U);
     EXPECT_EQ(EndOfFragmentData(fragments[1], nullptr), 404U) << "without defaults";
 }

@@ -95,7 +95,7 @@ HRESULT MP4MediaDemuxFilter::CheckMovie() {
     const std::uint64_t fileSize = m_stream->WholeSize();
     details::ReadingBudget budget(fileSize, details::BoxBytes(*m_parser, fileSize));
     const auto createOutputPin = [&](const details::TrackBoxes& track, REFERENCE_TIME& duration)
-                                     REQUIRES(m_connectionLock) { return CreateOutputPin(track, budget, duration); };
+                                     MK_REQUIRES(m_connectionLock) { return CreateOutputPin(track, budget, duration); };
     const HRESULT hr = details::mp4_check(*m_parser, m_policy, createOutputPin, m_facts);
     if (FAILED(hr)) return hr;
     MP4MediaDemuxSeeking* const seeking = Seeking();

@@ -40,10 +40,10 @@ public:
 
     /// Opens the file behind the reader. E_UNEXPECTED without one, VFW_E_NOT_STOPPED while the filter plays,
     /// QZ_E_UNSUPPORTED_FORMAT for a file that cannot be played. Output pins of an earlier file stay.
-    HRESULT SetReader(IAsyncReader* pReader) EXCLUDES(m_seekingLock);
+    HRESULT SetReader(IAsyncReader* pReader) MK_EXCLUDES(m_seekingLock);
 
     /// The one that all output pins share, made at the first call. Null when there is no memory for it.
-    MP4MediaDemuxSeeking* Seeking() EXCLUDES(m_seekingLock);
+    MP4MediaDemuxSeeking* Seeking() MK_EXCLUDES(m_seekingLock);
     /// For the pins' threads: it changes only while the filter is stopped, when they are not. Null before the first
     /// connection.
     IAsyncReader* Reader() const { return m_reader.get(); }
@@ -69,30 +69,30 @@ public:
 
 protected:
     /// Without the pin that is being made, which may yet be deleted.
-    std::size_t StreamCount() const override REQUIRES(m_cStateLock) { return m_wholePins; }
+    std::size_t StreamCount() const override MK_REQUIRES(m_cStateLock) { return m_wholePins; }
 
 private:
     /// Null when there is none. Pins live as long as the filter.
     MP4MediaDemuxOutputPin* FirstConnectedVideoPin();
     HRESULT SetPolicy(bool details::ReadingPolicy::*choice, BOOL value);
-    HRESULT Open(IAsyncReader* reader) REQUIRES(m_connectionLock);
-    HRESULT CheckMovie() REQUIRES(m_connectionLock);
-    void FindMovieHeader() REQUIRES(m_connectionLock);
-    HRESULT CreateOutputPin(const details::TrackBoxes& track, details::ReadingBudget& budget,
-                            REFERENCE_TIME& duration) REQUIRES(m_connectionLock);
+    HRESULT Open(IAsyncReader* reader) MK_REQUIRES(m_connectionLock);
+    HRESULT CheckMovie() MK_REQUIRES(m_connectionLock);
+    void FindMovieHeader() MK_REQUIRES(m_connectionLock);
+    HRESULT CreateOutputPin(const details::TrackBoxes& track, details::ReadingBudget& budget, REFERENCE_TIME& duration)
+        MK_REQUIRES(m_connectionLock);
 
     /// Held while the input is being connected and the file is opened.
     CCritSec m_connectionLock{"MP4MediaDemuxFilter connection", LockRank::Filter};
-    details::ReadingPolicy m_policy GUARDED_BY(m_connectionLock);
+    details::ReadingPolicy m_policy MK_GUARDED_BY(m_connectionLock);
 
     // The destructor lets go of them from the last to the first.
     std::unique_ptr<MP4MediaDemuxSeeking> m_seeking;  ///< made under m_seekingLock
-    ComPtr<IAsyncReader> m_reader;  ///< written under the state lock, while the filter is stopped
-    std::shared_ptr<vio::mp4::mp4_parser> m_parser GUARDED_BY(m_connectionLock);
-    std::shared_ptr<AsyncReaderByteStream> m_stream GUARDED_BY(m_connectionLock);
-    details::MovieFacts m_facts GUARDED_BY(m_connectionLock);
-    bool m_streamingOrder GUARDED_BY(m_connectionLock) = false;
-    std::size_t m_wholePins GUARDED_BY(m_cStateLock) = 0;
+    ComPtr<IAsyncReader> m_reader;                    ///< written under the state lock, while the filter is stopped
+    std::shared_ptr<vio::mp4::mp4_parser> m_parser MK_GUARDED_BY(m_connectionLock);
+    std::shared_ptr<AsyncReaderByteStream> m_stream MK_GUARDED_BY(m_connectionLock);
+    details::MovieFacts m_facts MK_GUARDED_BY(m_connectionLock);
+    bool m_streamingOrder MK_GUARDED_BY(m_connectionLock) = false;
+    std::size_t m_wholePins MK_GUARDED_BY(m_cStateLock) = 0;
     CCritSec m_seekingLock{"MP4MediaDemuxFilter seeking", LockRank::FilterInner};
     std::unique_ptr<MP4MediaDemuxInputPin> m_inputPin;
 };

@@ -162,11 +162,17 @@ TEST_F(MP4MediaDemuxFilterTest, WhatCannotBeOpened) {
     } kCases[] = {
         {"no reader", nullptr, E_UNEXPECTED, {{1, L"pReader != nullptr"}}},
         {"empty", new memory_async_reader({}), QZ_E_UNSUPPORTED_FORMAT, {{2, L"mp4_check: moov box not found."}}},
-        {"broken", new memory_async_reader(broken), QZ_E_UNSUPPORTED_FORMAT,
+        {"broken",
+         new memory_async_reader(broken),
+         QZ_E_UNSUPPORTED_FORMAT,
          {{1, L"Unsupported format, failed to set reader: Attempting to read past current chunk "}}},
-        {"throws", new ProbingReader(broken, [] { throw std::runtime_error("no disk"); }), QZ_E_UNSUPPORTED_FORMAT,
+        {"throws",
+         new ProbingReader(broken, [] { throw std::runtime_error("no disk"); }),
+         QZ_E_UNSUPPORTED_FORMAT,
          {{1, L"Unsupported format, failed to set reader: no disk"}}},
-        {"a track that refuses the file", new memory_async_reader(refused.bytes()), QZ_E_UNSUPPORTED_FORMAT,
+        {"a track that refuses the file",
+         new memory_async_reader(refused.bytes()),
+         QZ_E_UNSUPPORTED_FORMAT,
          {{3, L"mp4_check: found 1 mdat box(es)."}, {2, L"Unknown top-level box av01, continuing parsing."}}},
     };
     for (const auto& file : kCases) {
@@ -321,9 +327,12 @@ TEST_F(MP4MediaDemuxFilterTest, ChoicesAreMadeWhileTheInputIsFree) {
     const Bytes bytes = movie.bytes();
     EXPECT_EQ(Open(bytes), S_OK);
     EXPECT_EQ(Demux().OutputPinCount(), 0) << "tracks without samples are left out";
-    const HRESULT late[] = {policy->SetReadAvc3AsAvc1(TRUE), policy->SetKnowSegmentBoxes(TRUE),
-                            policy->SetEverySampleIsSyncWithoutTable(TRUE), policy->SetUseFragmentDecodeTimes(TRUE),
-                            policy->SetSizePcmByEntry(TRUE), policy->SetRunsFollowEachOther(TRUE),
+    const HRESULT late[] = {policy->SetReadAvc3AsAvc1(TRUE),
+                            policy->SetKnowSegmentBoxes(TRUE),
+                            policy->SetEverySampleIsSyncWithoutTable(TRUE),
+                            policy->SetUseFragmentDecodeTimes(TRUE),
+                            policy->SetSizePcmByEntry(TRUE),
+                            policy->SetRunsFollowEachOther(TRUE),
                             policy->SetLeaveOutBrokenParts(TRUE),
                             policy->SetHeedEmptyEdits(TRUE)};
     EXPECT_THAT(late, testing::Each(VFW_E_ALREADY_CONNECTED));

@@ -59,8 +59,8 @@ HRESULT MP4MediaDemuxOutputPin::BuildTables(const Origin& origin, REFERENCE_TIME
 
     // No sample of a whole file is larger than the file; one that claims to be fails when it is read.
     const std::uint64_t largest = std::min<std::uint64_t>(track_.max_sample_size, origin.budget.FileSize());
-    const std::uint64_t room = std::clamp<std::uint64_t>(origin.budget.TakeBufferBytes(largest), 1,
-                                                         std::numeric_limits<LONG>::max());
+    const std::uint64_t room =
+        std::clamp<std::uint64_t>(origin.budget.TakeBufferBytes(largest), 1, std::numeric_limits<LONG>::max());
     m_bufferSize = static_cast<LONG>(room);
     return S_OK;
 }

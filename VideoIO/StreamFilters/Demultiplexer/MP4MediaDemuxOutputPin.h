@@ -62,8 +62,8 @@ public:
     // For the seeking object: the two halves of a seek, one seek at a time. A pin without a thread only keeps the new
     // position.
     void StopForSeek();
-    void RestartAt(REFERENCE_TIME start) EXCLUDES(m_fieldLock);
-    void SetStop(REFERENCE_TIME stop) EXCLUDES(m_fieldLock);
+    void RestartAt(REFERENCE_TIME start) MK_EXCLUDES(m_fieldLock);
+    void SetStop(REFERENCE_TIME stop) MK_EXCLUDES(m_fieldLock);
 
     // The stream
     HRESULT GetMediaType(int iPosition, CMediaType* pMediaType) override;
@@ -125,8 +125,8 @@ private:
     HRESULT Build(const Origin& origin, REFERENCE_TIME& duration);
     HRESULT BuildTables(const Origin& origin, REFERENCE_TIME& duration);
     bool StartsAtSyncRecords() const;
-    Segment CurrentSegment() const EXCLUDES(m_fieldLock);
-    details::MediaTypeOverrides Overrides() const EXCLUDES(m_fieldLock);
+    Segment CurrentSegment() const MK_EXCLUDES(m_fieldLock);
+    details::MediaTypeOverrides Overrides() const MK_EXCLUDES(m_fieldLock);
 
     // On the thread
     HRESULT PlaySamples(Command& command);
@@ -162,7 +162,7 @@ private:
 
     /// Guards what follows, and the start, stop and rate of CBasePin. Nothing is called with it held.
     mutable CCritSec m_fieldLock{"MP4MediaDemuxOutputPin fields", LockRank::Object};
-    details::MediaTypeOverrides m_overrides GUARDED_BY(m_fieldLock);
+    details::MediaTypeOverrides m_overrides MK_GUARDED_BY(m_fieldLock);
 };
 
 }  // namespace Norvane::MediaKit::Filters

@@ -1,7 +1,8 @@
 // The pin's side of seeking.
+#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxOutputPin.h"
+
 #include "Logging/Checks.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxFilter.h"
-#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxOutputPin.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxSeeking.h"
 #include "VideoIO/StreamFilters/Demultiplexer/Turn.h"
 
@@ -115,8 +116,7 @@ HRESULT MP4MediaDemuxOutputPin::ConvertTimeFormat(LONGLONG* pTarget, const GUID*
     return Forward(&IMediaSeeking::ConvertTimeFormat, pTarget, pTargetFormat, Source, pSourceFormat);
 }
 
-HRESULT MP4MediaDemuxOutputPin::SetPositions(LONGLONG* pCurrent, DWORD CurrentFlags, LONGLONG* pStop,
-                                             DWORD StopFlags) {
+HRESULT MP4MediaDemuxOutputPin::SetPositions(LONGLONG* pCurrent, DWORD CurrentFlags, LONGLONG* pStop, DWORD StopFlags) {
     return ForwardFromMaster(&IMediaSeeking::SetPositions, pCurrent, CurrentFlags, pStop, StopFlags);
 }
 

@@ -1,9 +1,10 @@
 // The pin's thread.
+#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxOutputPin.h"
+
 #include "Logging/Checks.h"
 #include "MediaKit/IMediaSampleMarker.h"
 #include "VideoIO/StreamFilters/Demultiplexer/AsyncReaderByteStream.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxFilter.h"
-#include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxOutputPin.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackSearch.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTime.h"
 #include "VideoIO/StreamFilters/Demultiplexer/Turn.h"

@@ -228,7 +228,8 @@ TEST_F(DemuxOutputPin, EndsAloneWhenItsSamplesCannotBeRead) {
         EXPECT_EQ(events[0].code, EC_ERRORABORT);
         EXPECT_EQ(events[0].first, broken.failure);
         EXPECT_EQ(log.count(1, broken.failure == E_FAIL ? L"Error from FillBuffer, aborting 0x80004005"
-                                                        : L"Error from FillBuffer, aborting 0x8004020d"), 1u);
+                                                        : L"Error from FillBuffer, aborting 0x8004020d"),
+                  1u);
     }
 }
 
@@ -386,7 +387,11 @@ TEST_F(DemuxOutputPin, TakesAStartAndAStopAtOnceAndDistances) {
     } steps[] = {
         // A stop that comes with a start waits for one that comes alone.
         {5 * kFrame, kAbsolute, 30 * kFrame, kAbsolute, {5 * kFrame, 30 * kFrame}, {5 * kFrame, kNever}},
-        {7 * kFrame, kRelative, 10 * kFrame, AM_SEEKING_IncrementalPositioning, {12 * kFrame, 22 * kFrame},
+        {7 * kFrame,
+         kRelative,
+         10 * kFrame,
+         AM_SEEKING_IncrementalPositioning,
+         {12 * kFrame, 22 * kFrame},
          {12 * kFrame, kNever}},
         {0, 0, kFrame, kRelative, {12 * kFrame, 23 * kFrame}, {12 * kFrame, 23 * kFrame}},
         {-2 * kFrame, kRelative, 0, 0, {10 * kFrame, 23 * kFrame}, {10 * kFrame, 23 * kFrame}},

@@ -18,7 +18,7 @@ public:
     MP4MediaDemuxSeeking(MP4MediaDemuxFilter* filter, CCritSec* lock, HRESULT* phr);
 
     /// Of the movie, 100 ns.
-    void SetDuration(REFERENCE_TIME duration) EXCLUDES(m_pLock);
+    void SetDuration(REFERENCE_TIME duration) MK_EXCLUDES(m_pLock);
 
 protected:
     /// Stops all pins before it starts the first at the new position. When several threads seek at once, the last

@@ -197,8 +197,7 @@ void MovieCheck::CheckOrder() {
     if (m_mdat == nullptr) return;
     m_facts.streamingOrder = m_facts.moov->offset < m_mdat->offset;
     if (!*m_facts.streamingOrder)
-        QZReport(2,
-                 L"mp4check: warning: moov after mdat, the file is not optimized for streaming (%I64d > %I64d).",
+        QZReport(2, L"mp4check: warning: moov after mdat, the file is not optimized for streaming (%I64d > %I64d).",
                  Offset(*m_facts.moov), Offset(*m_mdat));
 }
 

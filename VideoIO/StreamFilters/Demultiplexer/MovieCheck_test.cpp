@@ -85,10 +85,8 @@ movie_file Movie(const std::vector<const char*>& handlers = {"vide"}) {
 
 /// Replaces all boxes of a type.
 auto With(std::string type, box_builder instead) {
-    return [type = std::move(type), instead = std::move(instead)](std::string_view at, std::size_t,
-                                                                  const box_builder& box) {
-        return at == type ? instead : box;
-    };
+    return [type = std::move(type), instead = std::move(instead)](
+               std::string_view at, std::size_t, const box_builder& box) { return at == type ? instead : box; };
 }
 
 /// Boxes of the top level put in another order, or left out.
@@ -134,13 +132,14 @@ TEST(MovieCheck, TellsWhatIsOddAboutTheTopLevel) {
     EXPECT_EQ(found.hr, S_OK);
     EXPECT_THAT(found.messages,
                 ElementsAre(log_capture::message{3, L"mp4_check: found 2 mdat box(es)."},
-                            log_capture::message{2, L"mp4check: ftyp box placed after mdat box (" +
-                                                        At(reversed, "ftyp") + L" > 0)."},
+                            log_capture::message{
+                                2, L"mp4check: ftyp box placed after mdat box (" + At(reversed, "ftyp") + L" > 0)."},
                             log_capture::message{2, L"mp4check: ftyp box placed after moov box (" +
                                                         At(reversed, "ftyp") + L" > " + At(reversed, "moov") + L")."},
-                            log_capture::message{2, L"mp4check: warning: moov after mdat, the file is not optimized "
-                                                    L"for streaming (" +
-                                                        At(reversed, "moov") + L" > 0)."}));
+                            log_capture::message{2,
+                                                 L"mp4check: warning: moov after mdat, the file is not optimized "
+                                                 L"for streaming (" +
+                                                     At(reversed, "moov") + L" > 0)."}));
     EXPECT_EQ(found.facts.streamingOrder, false);
 
     movie_file headless = Movie();
@@ -219,12 +218,11 @@ TEST(MovieCheck, GathersFragmentsByTrack) {
     const Bytes bytes = movie.bytes();
     Outcome found = Check(bytes);
     EXPECT_EQ(found.hr, S_OK);
-    EXPECT_THAT(found.messages,
-                ElementsAre(log_capture::message{3, L"mp4_check: found 2 mdat box(es)."},
-                            log_capture::message{3, L"mp4check: track 10, found 2 fragments"},
-                            log_capture::message{2, L"mp4check: track 20, trex box not found."},
-                            log_capture::message{3, L"mp4check: track 30, found 2 fragments"},
-                            log_capture::message{3, L"Ignored track text"}));
+    EXPECT_THAT(found.messages, ElementsAre(log_capture::message{3, L"mp4_check: found 2 mdat box(es)."},
+                                            log_capture::message{3, L"mp4check: track 10, found 2 fragments"},
+                                            log_capture::message{2, L"mp4check: track 20, trex box not found."},
+                                            log_capture::message{3, L"mp4check: track 30, found 2 fragments"},
+                                            log_capture::message{3, L"Ignored track text"}));
     EXPECT_THAT(found.asked, ElementsAre(Asked{30, 2, true, true}, Asked{20, 2, false, false}));
     ASSERT_EQ(found.fragments.size(), 2u);
     EXPECT_EQ(std::to_wstring(found.fragments[0].base), At(bytes, "moof"));
@@ -300,8 +298,7 @@ TEST(MovieCheck, LeavesATrackOutThatWouldRefuseTheFileWhenAsked) {
     EXPECT_EQ(found.hr, S_OK);
     EXPECT_EQ(found.asked.size(), 3u);
     EXPECT_EQ(found.facts.duration, 8);
-    EXPECT_EQ(found.messages.back(),
-              (log_capture::message{2, L"mp4check: track 2 cannot be played, it is left out."}));
+    EXPECT_EQ(found.messages.back(), (log_capture::message{2, L"mp4check: track 2 cannot be played, it is left out."}));
 }
 
 // A file cut off in its media data is usual; a `moov` that is longer than the file is not.
@@ -341,9 +338,9 @@ TEST(MovieCheck, ManyBoxesTakeTheirTimeOnce) {
     EXPECT_EQ(found.hr, S_OK);
     ASSERT_EQ(found.asked.size(), kMany / 10);
     EXPECT_EQ(found.asked.front(), (Asked{1, kMany, true, false}));
-    EXPECT_LT(std::count_if(found.asked.begin(), found.asked.end(),
-                            [](const Asked& track) { return track.fragments != 0; }),
-              100);
+    EXPECT_LT(
+        std::count_if(found.asked.begin(), found.asked.end(), [](const Asked& track) { return track.fragments != 0; }),
+        100);
 }
 
 }  // namespace Norvane::MediaKit::Filters::details

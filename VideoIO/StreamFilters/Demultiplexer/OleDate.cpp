@@ -33,8 +33,7 @@ double AddToOleDate(double date, double days) {
 double OleDateOfMovieTime(std::uint64_t seconds) {
     const auto days = static_cast<double>(seconds / 86400);
     const auto ofDay = static_cast<unsigned>(seconds % 86400);
-    return AddToOleDate(MovieEpoch(),
-                        days + ofDay / 3600 / 24.0 + ofDay / 60 % 60 / 1440.0 + ofDay % 60 / 86400.0);
+    return AddToOleDate(MovieEpoch(), days + ofDay / 3600 / 24.0 + ofDay / 60 % 60 / 1440.0 + ofDay % 60 / 86400.0);
 }
 
 }  // namespace Norvane::MediaKit::Filters::details

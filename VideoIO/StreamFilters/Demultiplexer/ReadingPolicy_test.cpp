@@ -1,5 +1,4 @@
 #include "MediaKit/IReadingPolicy.h"
-
 #include "MediaKit/ITrackInformation.h"
 #include "MediaKit/Results.h"
 #include "Testing/Kit/heap_sample.h"
@@ -30,8 +29,8 @@ using mediakit_test::movie_file;
 /// A file that each choice reads otherwise: two samples of each track in `moov`, then fragments of two.
 std::vector<BYTE> OddFile() {
     movie_file movie;
-    movie.tracks = {h264_track(2), aac_track(4), aac_track(6), mediakit_test::pcm_track("sowt", 2), h264_track(2),
-                    aac_track(2)};
+    movie.tracks = {h264_track(2), aac_track(4), aac_track(6), mediakit_test::pcm_track("sowt", 2),
+                    h264_track(2), aac_track(2)};
     movie.tracks[0].with_stss = false;
     movie.tracks[0].edits = {{40, -1}, {80, 0}};                  // 40 ms empty
     movie.tracks[3].entry = mediakit_test::pcm_entry("sowt", 1);  // 2 bytes a sample
@@ -78,9 +77,14 @@ Facts FactsOf(MP4MediaDemuxFilter& demux, HRESULT opened) {
 TEST(ReadingPolicy, EachChoiceHasItsOwnEffect) {
     const std::vector<BYTE> bytes = OddFile();
     constexpr std::int64_t kFrame = 1024;
-    const Facts strict = {{"refused", 1},       {"pins", 4}, {"sync samples", 0},
-                          {"edit", 0},          {"end", 4 * kFrame * 10'000'000 / 48000},
-                          {"fourth sample", 2}, {"samples", 4}, {"PCM bytes", 8}};
+    const Facts strict = {{"refused", 1},
+                          {"pins", 4},
+                          {"sync samples", 0},
+                          {"edit", 0},
+                          {"end", 4 * kFrame * 10'000'000 / 48000},
+                          {"fourth sample", 2},
+                          {"samples", 4},
+                          {"PCM bytes", 8}};
     const struct {
         HRESULT (IReadingPolicy::*choose)(BOOL);
         const char* fact;

@@ -26,7 +26,7 @@ struct Claim {
     std::vector<composition_offset_box::entry> ctts = {};
     std::optional<Numbers> stss = {};
     std::vector<sample_to_chunk_box::entry> stsc = {{1, 100, 1}};
-    std::uint32_t size = 0;           ///< constant
+    std::uint32_t size = 0;                   ///< constant
     std::optional<std::uint32_t> count = {};  ///< else that of the sizes
     Numbers sizes = {};
     Numbers stz2 = {};
@@ -79,44 +79,62 @@ TEST(SampleTable, IsWalkedRowByRow) {
         const char* records;
     } cases[] = {
         {"chunks, offsets and sync samples",
-         {.stts = {{2, 10}, {2, 20}}, .ctts = {{1, 20}, {3, 5}}, .stss = Numbers{1, 3},
-          .stsc = {{1, 2, 1}, {2, 1, 1}}, .sizes = {7, 8, 9, 6}, .stco = {100, 200, 50}},
+         {.stts = {{2, 10}, {2, 20}},
+          .ctts = {{1, 20}, {3, 5}},
+          .stss = Numbers{1, 3},
+          .stsc = {{1, 2, 1}, {2, 1, 1}},
+          .sizes = {7, 8, 9, 6},
+          .stco = {100, 200, 50}},
          "100+7 0/20+10*, 107+8 10/15+10, 200+9 20/25+20*, 50+6 40/45+20"},
-        {"the last duration and offset stay", {.stts = {{1, 10}}, .ctts = {{1, 3}}, .sizes = {1, 1, 1}},
+        {"the last duration and offset stay",
+         {.stts = {{1, 10}}, .ctts = {{1, 3}}, .sizes = {1, 1, 1}},
          "1000+1 0/3+10, 1001+1 10/13+10, 1002+1 20/23+10"},
-        {"empty runs are passed over", {.stts = {{0, 1}, {1, 10}, {0, 2}, {0, 3}, {1, 30}},
-          .ctts = {{0, 100}, {1, 1}, {0, 100}, {1, 2}}, .sizes = {1, 1}}, "1000+1 0/1+10, 1001+1 10/12+30"},
-        {"and stay when the empty ones come last", {.stts = {{1, 10}, {0, 99}, {0, 98}}, .ctts = {{1, 3}, {0, 50}},
-          .sizes = {1, 1, 1}}, "1000+1 0/3+10, 1001+1 10/13+10, 1002+1 20/23+10"},
-        {"the last row tells when all are empty", {.stts = {{0, 99}, {0, 10}}, .ctts = {{0, 50}, {0, 3}},
-          .sizes = {1, 1}}, "1000+1 0/3+10, 1001+1 10/13+10"},
+        {"empty runs are passed over",
+         {.stts = {{0, 1}, {1, 10}, {0, 2}, {0, 3}, {1, 30}},
+          .ctts = {{0, 100}, {1, 1}, {0, 100}, {1, 2}},
+          .sizes = {1, 1}},
+         "1000+1 0/1+10, 1001+1 10/12+30"},
+        {"and stay when the empty ones come last",
+         {.stts = {{1, 10}, {0, 99}, {0, 98}}, .ctts = {{1, 3}, {0, 50}}, .sizes = {1, 1, 1}},
+         "1000+1 0/3+10, 1001+1 10/13+10, 1002+1 20/23+10"},
+        {"the last row tells when all are empty",
+         {.stts = {{0, 99}, {0, 10}}, .ctts = {{0, 50}, {0, 3}}, .sizes = {1, 1}},
+         "1000+1 0/3+10, 1001+1 10/13+10"},
         {"offsets are signed", {.ctts = {{1, 0xFFFFFFF6}}, .sizes = {1, 1}}, "1000+1 0/-10+10, 1001+1 10/0+10"},
         {"a constant size", {.size = 5, .count = 2}, "1000+5 0/0+10, 1005+5 10/10+10"},
-        {"sizes that are fewer than samples", {.count = 3, .sizes = {4}},
+        {"sizes that are fewer than samples",
+         {.count = 3, .sizes = {4}},
          "1000+4 0/0+10, 1004+0 10/10+10, 1004+0 20/20+10"},
         {"compact sizes", {.stz2 = {3, 4}}, "1000+3 0/0+10, 1003+4 10/10+10"},
         {"compact sizes beside the others", {.sizes = {1, 1}, .stz2 = {3, 4, 5}}, "1000+1 0/0+10, 1001+1 10/10+10"},
-        {"fewer chunks than samples", {.stsc = {{1, 1, 1}}, .sizes = {1, 1, 1}, .stco = {5, 9}},
+        {"fewer chunks than samples",
+         {.stsc = {{1, 1, 1}}, .sizes = {1, 1, 1}, .stco = {5, 9}},
          "5+1 0/0+10, 9+1 10/10+10"},
-        {"chunks without samples", {.stsc = {{1, 0, 1}, {3, 1, 1}}, .sizes = {1, 1}, .stco = {1, 2, 3, 4}},
+        {"chunks without samples",
+         {.stsc = {{1, 0, 1}, {3, 1, 1}}, .sizes = {1, 1}, .stco = {1, 2, 3, 4}},
          "3+1 0/0+10, 4+1 10/10+10"},
         {"no chunk holds samples", {.stsc = {{1, 1, 1}, {2, 0, 1}}, .sizes = {1, 1}, .stco = {1, 2, 3}}, "1+1 0/0+10"},
-        {"runs without chunks", {.stsc = {{1, 9, 1}, {1, 1, 1}, {2, 2, 1}}, .sizes = {1, 1, 1}, .stco = {10, 20}},
+        {"runs without chunks",
+         {.stsc = {{1, 9, 1}, {1, 1, 1}, {2, 2, 1}}, .sizes = {1, 1, 1}, .stco = {10, 20}},
          "10+1 0/0+10, 20+1 10/10+10, 21+1 20/20+10"},
-        {"runs out of order", {.stsc = {{5, 9, 1}, {1, 1, 1}, {2, 2, 1}}, .sizes = {1, 1, 1}, .stco = {10, 20}},
+        {"runs out of order",
+         {.stsc = {{5, 9, 1}, {1, 1, 1}, {2, 2, 1}}, .sizes = {1, 1, 1}, .stco = {10, 20}},
          "10+1 0/0+10, 20+1 10/10+10, 21+1 20/20+10"},
-        {"64-bit offsets", {.sizes = {1, 2}, .stco = {}, .co64 = {1ULL << 40}},
+        {"64-bit offsets",
+         {.sizes = {1, 2}, .stco = {}, .co64 = {1ULL << 40}},
          "1099511627776+1 0/0+10, 1099511627777+2 10/10+10"},
         {"both kinds of offsets: the larger are taken, the fewer count",
          {.stsc = {{1, 1, 1}}, .sizes = {1, 1, 1}, .stco = {1, 2}, .co64 = {70, 80, 90}},
          "70+1 0/0+10, 80+1 10/10+10"},
-        {"offsets where no file reaches", {.sizes = {2, 9}, .stco = {}, .co64 = {~0ULL - 1}},
+        {"offsets where no file reaches",
+         {.sizes = {2, 9}, .stco = {}, .co64 = {~0ULL - 1}},
          "9223372036854775807+2 0/0+10, 0+9 10/10+10"},
         {"sync numbers that repeat, or stand in no order",
          {.stss = Numbers{0, 1, 1, 4, 2, 5}, .sizes = {1, 1, 1, 1, 1}},
          "1000+1 0/0+10*, 1001+1 10/10+10, 1002+1 20/20+10, 1003+1 30/30+10*, 1004+1 40/40+10*"},
         {"sync numbers without one", {.stss = Numbers{}, .sizes = {1}}, "1000+1 0/0+10"},
-        {"duration of 32 bits", {.stts = {{1, 0xFFFFFFFF}}, .sizes = {1, 1}},
+        {"duration of 32 bits",
+         {.stts = {{1, 0xFFFFFFFF}}, .sizes = {1, 1}},
          "1000+1 0/0+4294967295, 1001+1 4294967295/4294967295+4294967295"},
     };
     for (const auto& c : cases) {
@@ -140,12 +158,9 @@ TEST(SampleTable, FailsWithoutTimesAndWithoutSizes) {
         Claim claim;
         std::size_t logged;
     } cases[] = {
-        {"no times", {.stts = {}, .sizes = {1}}, 0},
-        {"no sizes table", {}, 1},
-        {"no sample", {.stts = {}, .count = 0}, 1},
-        {"sizes of 0", {.sizes = {0, 0}}, 1},
-        {"no chunk runs", {.stsc = {}, .sizes = {1}}, 1},
-        {"no chunk offsets", {.sizes = {1}, .stco = {}}, 1},
+        {"no times", {.stts = {}, .sizes = {1}}, 0},      {"no sizes table", {}, 1},
+        {"no sample", {.stts = {}, .count = 0}, 1},       {"sizes of 0", {.sizes = {0, 0}}, 1},
+        {"no chunk runs", {.stsc = {}, .sizes = {1}}, 1}, {"no chunk offsets", {.sizes = {1}, .stco = {}}, 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -224,8 +239,7 @@ TEST(GroupedSound, CountsChunksThatTheSamplesNeed) {
 
 TEST(GroupedSound, SizesByEntryWhenTheHostSaysSo) {
     const ReadingPolicy policy{.sizePcmByEntry = true};
-    SampleTableBoxes boxes =
-        Claim{.stts = {{10, 1}}, .stsc = {{1, 10, 1}}, .size = 1, .count = 10}.Boxes();
+    SampleTableBoxes boxes = Claim{.stts = {{10, 1}}, .stsc = {{1, 10, 1}}, .size = 1, .count = 10}.Boxes();
     const auto size = [&] { return std::uint32_t{Build(boxes, kSound, policy).tables.index_.at(0).size}; };
     EXPECT_EQ(size(), 40U) << "no description";
     const auto entry = std::make_shared<audio_sample_entry>(fourcc("sowt"));
@@ -254,14 +268,22 @@ TEST(SampleTable, ClaimsCostNoMoreThanTheFileIsLarge) {
         std::size_t records;
         std::size_t logged;
     } cases[] = {
-        {"all in one chunk", {.stsc = {{1, 0xFFFFFFFF, 1}}, .size = 1, .count = 0xFFFFFFFF}, kVideo,
-         (65536 + 5000) / 2, 1},
+        {"all in one chunk",
+         {.stsc = {{1, 0xFFFFFFFF, 1}}, .size = 1, .count = 0xFFFFFFFF},
+         kVideo,
+         (65536 + 5000) / 2,
+         1},
         {"in few chunks", {.stsc = {{1, 2, 1}}, .size = 1, .count = 0xFFFFFFFF, .stco = {1, 2}}, kVideo, 4, 0},
         {"in few chunks of sound",
          {.stts = {{0xFFFFFFFF, 1}}, .stsc = {{1, 1, 1}}, .size = 1, .count = 0xFFFFFFFF, .stco = {1, 2}},
-         kSound, 2, 0},
-        {"runs of many chunks", {.stsc = {{1, 0, 1}, {0xFFFFFFFF, 0xFFFFFFFF, 1}}, .size = 1, .count = 0xFFFFFFFF},
-         kVideo, 0, 0},
+         kSound,
+         2,
+         0},
+        {"runs of many chunks",
+         {.stsc = {{1, 0, 1}, {0xFFFFFFFF, 0xFFFFFFFF, 1}}, .size = 1, .count = 0xFFFFFFFF},
+         kVideo,
+         0,
+         0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -302,8 +324,11 @@ TEST(ReadingBudget, CountsWhatBoxesAtTopLevelTake) {
         box_builder file;
         std::uint64_t bytes;
     } cases[] = {
-        {"media data's header alone", box_builder().add(make_box("free", box_builder().zeros(12)))
-             .add(make_box("mdat", box_builder().zeros(100))).add(make_large_box("mdat", box_builder().zeros(50))),
+        {"media data's header alone",
+         box_builder()
+             .add(make_box("free", box_builder().zeros(12)))
+             .add(make_box("mdat", box_builder().zeros(100)))
+             .add(make_large_box("mdat", box_builder().zeros(50))),
          20 + 8 + 16},
         {"a box that holds others", make_box("dref", box_builder().zeros(8).add(make_box("mdat"))), 24},
         {"media data that claims more than there is", make_lying_box(1000, "mdat", box_builder().zeros(9)), 8},
@@ -326,13 +351,13 @@ TEST(TypicalDuration, IsThatOfMostSamples) {
     } cases[] = {
         {{{10, 40}}, 40},
         {{{10, 0xFFFFFFFF}}, 4294967295.0},
-        {{{50, 40}, {1, 4000}, {49, 40}}, 40},                        // an odd one is left out
-        {{{1, 33}, {1, 34}, {1, 33}, {1, 34}}, 33.5},                 // two alternate
-        {{{3, 10}, {3, 40}, {4, 70}}, 43},                            // three kept
-        {{{2, 10}, {8, 40}}, 40},                                     // 2 is not more than 10 / 5
-        {{{3, 10}, {8, 40}}, (30 + 320) / 11.0},                      // 3 is more than 11 / 5
+        {{{50, 40}, {1, 4000}, {49, 40}}, 40},                         // an odd one is left out
+        {{{1, 33}, {1, 34}, {1, 33}, {1, 34}}, 33.5},                  // two alternate
+        {{{3, 10}, {3, 40}, {4, 70}}, 43},                             // three kept
+        {{{2, 10}, {8, 40}}, 40},                                      // 2 is not more than 10 / 5
+        {{{3, 10}, {8, 40}}, (30 + 320) / 11.0},                       // 3 is more than 11 / 5
         {{{5, 10}, {1, 20}, {1, 30}, {1, 40}, {1, 50}, {1, 60}}, 25},  // what is kept covers no more than half: all
-        {{{1, 1}, {1, 2}, {1, 3}, {1, 4}, {1, 5}, {1, 6}}, 3.5},      // none is kept
+        {{{1, 1}, {1, 2}, {1, 3}, {1, 4}, {1, 5}, {1, 6}}, 3.5},       // none is kept
         {{{1, 9}, {1, 2}, {1, 3}, {1, 4}, {1, 5}, {1, 6}, {4, 9}, {6, 9}}, 9},  // late, but most
         {{{0, 10}}, 0},
     };
@@ -354,7 +379,8 @@ TEST(EditList, MovesByTheFirstEditThatShowsMedia) {
         {{{0, -2}}, -2, "1000+1 0/9+10"},
         {{{0, -1}}, 0, "1000+1 0/7+10"},
         {{}, 0, "1000+1 0/7+10"},
-        {{{0, std::numeric_limits<std::int64_t>::min()}}, std::numeric_limits<std::int64_t>::min(),
+        {{{0, std::numeric_limits<std::int64_t>::min()}},
+         std::numeric_limits<std::int64_t>::min(),
          "1000+1 0/-9223372036854775801+10"},
     };
     for (const auto& c : cases) {
@@ -487,8 +513,8 @@ TEST(SampleTable, IsFoundInFilesOfEveryForm) {
             std::int64_t dts = 0;
             for (std::size_t i = 0; i < 7; ++i) {
                 const auto& sample = track.samples[i];
-                const SampleRecord expected{built.positions[1][i], sample.sync ? 1U : 0U, dts, dts + sample.cts_offset,
-                                            9, sample.duration};
+                const SampleRecord expected{
+                    built.positions[1][i], sample.sync ? 1U : 0U, dts, dts + sample.cts_offset, 9, sample.duration};
                 EXPECT_EQ(Text(tables.index_[i]), Text(expected));
                 dts += sample.duration;
             }

@@ -24,14 +24,13 @@ void BuildVideoSyncIndex(TrackTables& tables) {
     FillSyncIndex(tables, &SampleRecord::cts, [&](std::size_t i) { return tables.index_[i].sync != 0; });
     tables.longest_sync_distance = 0;
     for (std::size_t i = 1; i < tables.sync_index.size(); ++i)
-        tables.longest_sync_distance = std::max(tables.longest_sync_distance,
-                                                tables.sync_index[i].sample - tables.sync_index[i - 1].sample);
+        tables.longest_sync_distance =
+            std::max(tables.longest_sync_distance, tables.sync_index[i].sample - tables.sync_index[i - 1].sample);
 }
 
 void BuildAudioSyncIndex(TrackTables& tables) {
     const std::int64_t second = tables.timescale();
-    FillSyncIndex(tables, &SampleRecord::dts,
-                  [&](std::size_t i) { return i == 0 || tables.index_[i].dts >= second; });
+    FillSyncIndex(tables, &SampleRecord::dts, [&](std::size_t i) { return i == 0 || tables.index_[i].dts >= second; });
 }
 
 }  // namespace Norvane::MediaKit::Filters::details

@@ -71,8 +71,7 @@ Built BuildFrom(vio::mp4::mp4_parser& parser, DWORD handler, const vio::mp4::sam
 }
 
 /// From a file that is a sample description of one entry.
-Built Build(DWORD handler, const box_builder& entry, const ReadingPolicy& policy = {},
-            TrackTables tables = Tables()) {
+Built Build(DWORD handler, const box_builder& entry, const ReadingPolicy& policy = {}, TrackTables tables = Tables()) {
     failing_stream stream(make_full_box("stsd", 0, 0, box_builder().u32(1).add(entry)).bytes());
     vio::mp4::mp4_parser parser(stream);
     {
@@ -165,8 +164,8 @@ TEST(VideoTrackMedia, ReadsAvc) {
     EXPECT_EQ(avc1.media.sampleEntry, fourcc("avc1"));
     EXPECT_EQ(avc1.format<MPEG2VIDEOINFO>().dwFlags, 4u);
 
-    const Built avc3 = Build(kVideo, visual_entry("avc3", 9, 9, make_box("avcC", avcc_record(units))),
-                             {.readAvc3AsAvc1 = true});
+    const Built avc3 =
+        Build(kVideo, visual_entry("avc3", 9, 9, make_box("avcC", avcc_record(units))), {.readAvc3AsAvc1 = true});
     ExpectVideo(avc3, MEDIASUBTYPE_AVC1, {320, 240}, {4, 3}, 8000);
     EXPECT_EQ(avc3.media.sampleEntry, fourcc("avc3"));
 
@@ -264,8 +263,8 @@ TEST(VideoTrackMedia, ReadsMpeg4WithTheStreamsOwnHeader) {
             EXPECT_TRUE(built.said(2, c.message));
     }
     const Built kept = Build(kVideo, mp4v_entry(352, 288, progressive));
-    EXPECT_TRUE(std::equal(progressive.begin(), progressive.end(),
-                           kept.media.mediaType.pbFormat + sizeof(VIDEOINFOHEADER2)));
+    EXPECT_TRUE(
+        std::equal(progressive.begin(), progressive.end(), kept.media.mediaType.pbFormat + sizeof(VIDEOINFOHEADER2)));
     const Built told = Build(kVideo, visual_entry("mp4v", 352, 288, esds_box(0x20, {}, 123456)));
     EXPECT_EQ(told.format<VIDEOINFOHEADER2>().dwBitRate, 123456u);
 
@@ -334,21 +333,36 @@ TEST(AudioTrackMedia, MakesTheWaveFormat) {
         {"little-endian", pcm_entry("sowt"), MEDIASUBTYPE_PCM, {1, 2, 48000, 192000, 4, 16, 0}, {}},
         {"big-endian", pcm_entry("twos", 8, 44100), MEDIASUBTYPE_PCM, {1, 8, 44100, 705600, 16, 16, 0}, {}},
         {"nothing told", audio_entry("sowt", 0, 0, 1), MEDIASUBTYPE_PCM, {1, 0, 1, 0, 0, 0, 0}, {}},
-        {"most told", audio_entry("sowt", 65535, 65535, 65535), MEDIASUBTYPE_PCM,
-         {1, 65535, 65535, 65535u * 49152u, 49152, 65535, 0}, {}},
+        {"most told",
+         audio_entry("sowt", 65535, 65535, 65535),
+         MEDIASUBTYPE_PCM,
+         {1, 65535, 65535, 65535u * 49152u, 49152, 65535, 0},
+         {}},
         // The bit rate is the track's; rate and channels are the specific info's where it has them.
         {"AAC", aac_entry({}, 44100), subtype_of(0xFF), {0xFF, 2, 48000, 1000, 4, 16, 2}, {0, 2}},
-        {"AAC beyond 16 bits of rate", mp4a_entry(0x66, {0x10, 0x10}, 2, 0), subtype_of(0xFF),
-         {0xFF, 2, 96000, 1000, 4, 16, 2}, {0, 2}},
-        {"AAC mono in stereo", mp4a_entry(0x67, audio_specific_config(mono)), subtype_of(0xFF),
-         {0xFF, 1, 44100, 1000, 2, 16, 2}, {0, 2}},
+        {"AAC beyond 16 bits of rate",
+         mp4a_entry(0x66, {0x10, 0x10}, 2, 0),
+         subtype_of(0xFF),
+         {0xFF, 2, 96000, 1000, 4, 16, 2},
+         {0, 2}},
+        {"AAC mono in stereo",
+         mp4a_entry(0x67, audio_specific_config(mono)),
+         subtype_of(0xFF),
+         {0xFF, 1, 44100, 1000, 2, 16, 2},
+         {0, 2}},
         {"AAC without info", mp4a_entry(0x68, {}), subtype_of(0xFF), {0xFF, 2, 44100, 1000, 4, 16, 0}, {0, 2}},
-        {"AAC with info that tells nothing", mp4a_entry(0x40, {0x12, 0x00}), subtype_of(0xFF),
-         {0xFF, 2, 44100, 1000, 4, 16, 2}, {0, 2}},
+        {"AAC with info that tells nothing",
+         mp4a_entry(0x40, {0x12, 0x00}),
+         subtype_of(0xFF),
+         {0xFF, 2, 44100, 1000, 4, 16, 2},
+         {0, 2}},
         {"AAC 5.1", aac_entry(six), subtype_of(0xFF), {0xFFFE, 6, 48000, 1000, 12, 16, 24}, {0, 2}},
         {"MPEG-1 audio", mp3_entry(), subtype_of(0x50), {0x50, 2, 44100, 1000, 4, 16, 22}, {0, 2}},
-        {"MPEG-2 audio with info", mp4a_entry(0x69, {7, 7, 7}), subtype_of(0x50),
-         {0x50, 2, 44100, 1000, 4, 16, 25}, {0, 2}},
+        {"MPEG-2 audio with info",
+         mp4a_entry(0x69, {7, 7, 7}),
+         subtype_of(0x50),
+         {0x50, 2, 44100, 1000, 4, 16, 25},
+         {0, 2}},
         {"QuickTime 1", QuickTimeEntry(1, 16, wave), subtype_of(0xFF), {0xFF, 2, 48000, 1000, 4, 16, 2}, {0, 2}},
         {"QuickTime 2", QuickTimeEntry(2, 36, wave), subtype_of(0xFF), {0xFF, 2, 48000, 1000, 4, 16, 2}, {0, 2}},
     };

@@ -30,8 +30,8 @@ DWORD OrientationOf(const vio::mp4::track_header_box& tkhd) {
     const auto& m = tkhd.matrix;  // a b u, c d v, x y w: where the picture is moved to does not matter
     if (m.size() != 9 || m[2] != 0 || m[5] != 0 || m[8] != kWeight) return qz_DSFilters::VideoOrientation_None;
     const std::array<std::uint32_t, 4> matrix = {m[0], m[1], m[3], m[4]};
-    const auto turn = std::find_if(std::begin(kTurns), std::end(kTurns),
-                                   [&](const Turn& known) { return known.matrix == matrix; });
+    const auto turn =
+        std::find_if(std::begin(kTurns), std::end(kTurns), [&](const Turn& known) { return known.matrix == matrix; });
     return turn == std::end(kTurns) ? DWORD{qz_DSFilters::VideoOrientation_None} : turn->orientation;
 }
 

@@ -115,8 +115,8 @@ void ReadVideoHeader(std::span<const std::uint8_t> header, Picture& picture) {
         return;
     }
     if (params.size.cx != picture.size.cx || params.size.cy != picture.size.cy)
-        QZReport(2, L"mp4check: video size in header (%dx%d) does not match decoder spec info (%dx%d)",
-                 picture.size.cx, picture.size.cy, params.size.cx, params.size.cy);
+        QZReport(2, L"mp4check: video size in header (%dx%d) does not match decoder spec info (%dx%d)", picture.size.cx,
+                 picture.size.cy, params.size.cx, params.size.cy);
     picture = {params.size, PictureAspectRatio(params.size, params.pixelAspectRatio),
                InterlaceFlags(params.pictureStructure)};
 }
@@ -126,8 +126,7 @@ HRESULT BuildMpeg4(const MediaSource& source, const visual_sample_entry& visual,
     const HRESULT found = FindDecoderConfiguration(source.parser, visual, configuration);
     if (FAILED(found)) return found;
     const std::span<const std::uint8_t> info = SpecificInfo(*configuration);
-    const GUID& subtype =
-        configuration->object_type_indication == kMotionJpeg ? MEDIASUBTYPE_MJPG : MEDIASUBTYPE_MP4V;
+    const GUID& subtype = configuration->object_type_indication == kMotionJpeg ? MEDIASUBTYPE_MJPG : MEDIASUBTYPE_MP4V;
 
     BuildVideoSyncIndex(source.tables);
     const SIZE size{visual.width, visual.height};
@@ -137,8 +136,8 @@ HRESULT BuildMpeg4(const MediaSource& source, const visual_sample_entry& visual,
     DWORD bitRate = configuration->avg_bitrate;
     if (bitRate == 0) bitRate = AverageBitRate(source.tables);
     QZCheckHRESULT(qz_DSFilters::BuildVideoInfo2MediaType(
-        picture.size, picture.aspectRatio, bitRate, subtype, AverageTimePerFrame(source.tables),
-        picture.interlaceFlags, info.data(), static_cast<DWORD>(info.size()), media.mediaType));
+        picture.size, picture.aspectRatio, bitRate, subtype, AverageTimePerFrame(source.tables), picture.interlaceFlags,
+        info.data(), static_cast<DWORD>(info.size()), media.mediaType));
     return S_OK;
 }
 

@@ -1,7 +1,6 @@
 // The library's exported functions. How each treats its pointer and what it reports is told in MediaKit/Factories.h.
-#include "MediaKit/Factories.h"
-
 #include "Logging/Checks.h"
+#include "MediaKit/Factories.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxFilter.h"
 #include "VideoIO/StreamFilters/Frame/VoidFilter.h"
 #include "VideoIO/StreamFilters/Multiplexer/MP4MediaMuxFilter2.h"
@@ -57,9 +56,7 @@ HRESULT CreateMP4MediaDemuxFilter(IBaseFilter** ppFilter) {
                                                                                                  : E_OUTOFMEMORY;
 }
 
-HRESULT CreateMP4MediaMuxFilter(IBaseFilter** ppFilter) {
-    return CreateUnlessOutOfMemory<MP4MediaMuxFilter>(ppFilter);
-}
+HRESULT CreateMP4MediaMuxFilter(IBaseFilter** ppFilter) { return CreateUnlessOutOfMemory<MP4MediaMuxFilter>(ppFilter); }
 
 HRESULT CreateSharedFileSinkFilter(IBaseFilter** ppFilter) {
     HRESULT constructed = S_OK;

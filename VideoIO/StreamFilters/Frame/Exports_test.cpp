@@ -1,5 +1,4 @@
 #include "MediaKit/Factories.h"
-
 #include "Platform/Com/ComPtr.h"
 #include "Platform/DirectShow/IBaseFilter.h"
 #include "Testing/Kit/failing_new.h"

@@ -20,8 +20,8 @@ using qz_MPEGSystemFilters::IMPEG4Mux;
 TEST(InterfaceSlots, OfTheMultiplexersAreWhereTheyArePublished) {
     expect_slots<IMPEG4Mux, IUnknown>("IMPEG4Mux", 3, &IMPEG4Mux::Reserved1, &IMPEG4Mux::SetMoveMoovToFront,
                                       &IMPEG4Mux::SetSoftware, &IMPEG4Mux::SetSecondSoftware,
-                                      &IMPEG4Mux::SetDescription, &IMPEG4Mux::Reserved6,
-                                      &IMPEG4Mux::GetCurrentPosition, &IMPEG4Mux::SetFlag);
+                                      &IMPEG4Mux::SetDescription, &IMPEG4Mux::Reserved6, &IMPEG4Mux::GetCurrentPosition,
+                                      &IMPEG4Mux::SetFlag);
     expect_slots<IPerformanceInfoProvider, IUnknown>(
         "IPerformanceInfoProvider", 3, &IPerformanceInfoProvider::EnableStatistics,
         &IPerformanceInfoProvider::GetWriterName, &IPerformanceInfoProvider::GetStatistic,
@@ -51,8 +51,8 @@ TEST(InterfaceSlots, OfTheDemultiplexerAreWhereTheyArePublished) {
     using qz_DSFilters::IMediaSampleMarker;
     expect_slots<IMediaSampleMarker, IUnknown>(
         "IMediaSampleMarker", 3, &IMediaSampleMarker::SetMarkerValue, &IMediaSampleMarker::GetMarkerValue,
-        &IMediaSampleMarker::SetMarkerOffset, &IMediaSampleMarker::GetMarkerOffset,
-        &IMediaSampleMarker::SetMarkerTime, &IMediaSampleMarker::GetMarkerTime);
+        &IMediaSampleMarker::SetMarkerOffset, &IMediaSampleMarker::GetMarkerOffset, &IMediaSampleMarker::SetMarkerTime,
+        &IMediaSampleMarker::GetMarkerTime);
 }
 
 }  // namespace Norvane::MediaKit::Filters

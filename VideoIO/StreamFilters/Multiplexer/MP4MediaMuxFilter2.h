@@ -16,31 +16,31 @@ public:
                                Movie::Clock clock = SecondsSince1904);
 
     HRESULT OnSampleReceived(MP4MediaMuxInputPin& pin, IMediaSample& sample, REFERENCE_TIME start) override
-        EXCLUDES(m_lock);
+        MK_EXCLUDES(m_lock);
     HRESULT RemoveConsumer(std::uint32_t track, std::uint64_t key) override;
 
 protected:
-    void WriteReady() override REQUIRES(m_lock) { RunInterleaver(false); }
-    void WriteRest() override REQUIRES(m_lock) { RunInterleaver(true); }
-    void FinishMovie() override REQUIRES(m_lock);
-    void HandOn() override REQUIRES(m_lock);
+    void WriteReady() override MK_REQUIRES(m_lock) { RunInterleaver(false); }
+    void WriteRest() override MK_REQUIRES(m_lock) { RunInterleaver(true); }
+    void FinishMovie() override MK_REQUIRES(m_lock);
+    void HandOn() override MK_REQUIRES(m_lock);
 
 private:
-    void RunInterleaver(bool final) REQUIRES(m_lock);
+    void RunInterleaver(bool final) MK_REQUIRES(m_lock);
 
     // InterleaverHost
-    REFERENCE_TIME InterleaveDuration() const override REQUIRES(m_lock);
-    std::size_t MovieTrackCount() const override REQUIRES(m_lock) { return m_movie.TrackCount(); }
-    HRESULT StartMovie() override REQUIRES(m_lock);
-    std::size_t WriteChunk(TrackInput& input, REFERENCE_TIME limit, bool forced) override REQUIRES(m_lock);
+    REFERENCE_TIME InterleaveDuration() const override MK_REQUIRES(m_lock);
+    std::size_t MovieTrackCount() const override MK_REQUIRES(m_lock) { return m_movie.TrackCount(); }
+    HRESULT StartMovie() override MK_REQUIRES(m_lock);
+    std::size_t WriteChunk(TrackInput& input, REFERENCE_TIME limit, bool forced) override MK_REQUIRES(m_lock);
 
     // ChunkWriterHost
     void SetWritePosition(std::uint64_t position) override { m_outputPin.SetWritePosition(position); }
-    void OnSampleWritten(TrackInput& input, const LiveSampleInfo& sample) override REQUIRES(m_lock);
-    void OnInputDrained(TrackInput& input) override REQUIRES(m_lock) { CheckEndOfStream(Pin(input)); }
+    void OnSampleWritten(TrackInput& input, const LiveSampleInfo& sample) override MK_REQUIRES(m_lock);
+    void OnInputDrained(TrackInput& input) override MK_REQUIRES(m_lock) { CheckEndOfStream(Pin(input)); }
 
-    Movie m_movie GUARDED_BY(m_lock);
-    bool m_written GUARDED_BY(m_lock) = false;  ///< since the last HandOn
+    Movie m_movie MK_GUARDED_BY(m_lock);
+    bool m_written MK_GUARDED_BY(m_lock) = false;  ///< since the last HandOn
 };
 
 }  // namespace Norvane::MediaKit::Filters

@@ -6,8 +6,9 @@
 #include "Testing/Kit/box_builder.h"
 #include "VideoIO/StreamFilters/Multiplexer/MuxRig_test.h"
 
-#include <algorithm>
 #include <gmock/gmock.h>
+
+#include <algorithm>
 #include <thread>
 
 namespace Norvane::MediaKit::Filters {
@@ -190,8 +191,9 @@ TEST_F(Recorder, SettingsAreForTheTimeBeforeTheFirstConnection) {
     for (const HRESULT hr : {settings->SetMoveMoovToFront(FALSE), settings->SetSoftware(L"x"),
                              settings->SetSecondSoftware(L"x"), settings->SetDescription(L"x")})
         EXPECT_EQ(hr, E_UNEXPECTED);
-    EXPECT_EQ(log.count(1, L"m_inputPins.empty() || (m_inputPins.front() == nullptr) || "
-                           L"!m_inputPins.front()->IsConnected()"),
+    EXPECT_EQ(log.count(1,
+                        L"m_inputPins.empty() || (m_inputPins.front() == nullptr) || "
+                        L"!m_inputPins.front()->IsConnected()"),
               4u);
     for (int n = 0; n < 3; ++n) ASSERT_EQ(Send(0, n), S_OK);
     Stop();
@@ -199,7 +201,9 @@ TEST_F(Recorder, SettingsAreForTheTimeBeforeTheFirstConnection) {
     const auto bytes = sink->file().bytes();
     const std::string content(bytes.begin(), bytes.end());
     EXPECT_NE(content.find("\xA9swr\x00\x07\x15\xC7tool/\xC3\xBC", 0, 15), std::string::npos);
-    EXPECT_NE(content.find("\xA9" "des"), std::string::npos);
+    EXPECT_NE(content.find("\xA9"
+                           "des"),
+              std::string::npos);
 }
 
 TEST_F(Recorder, ReadersFindTheirSamplesBehindAMoovThatMovedToTheFront) {
@@ -390,8 +394,9 @@ TEST_F(Recorder, ALateTypeChangeIsTakenAndLogged) {
     ASSERT_EQ(Send(0, 0), S_OK);
     const CMediaType other = mediakit_test::avc1_type(mediakit_test::h264_units(4, 3), Frame);
     EXPECT_EQ((*this)[0].send({{1}, Frame, 2 * Frame, true, false, other}), S_OK);
-    EXPECT_EQ(log.count(3, L"Media type has changed after receiving samples. The new type has been discarded and this "
-                           L"may result in an invalid file."),
+    EXPECT_EQ(log.count(3,
+                        L"Media type has changed after receiving samples. The new type has been discarded and this "
+                        L"may result in an invalid file."),
               1u);
     EXPECT_EQ(Input(0).TrackMediaType(), other);
 }
@@ -417,8 +422,9 @@ TEST_F(Recorder, LogsWhoReads) {
     StartVideo();
     for (int n = 0; n < 3; ++n) ASSERT_EQ(Send(0, n), S_OK);
     mux->AddConsumer(0, 9, L"reader", 0, 0, nullptr);
-    EXPECT_EQ(log.count(5, L"AddConsumer 'reader' Input_0, 3 samples\n               firstSampleTime: "
-                           L"00:00:00.000_0000 (10 bytes)\n                lastSampleTime: 00:00:00.080_0000"),
+    EXPECT_EQ(log.count(5,
+                        L"AddConsumer 'reader' Input_0, 3 samples\n               firstSampleTime: "
+                        L"00:00:00.000_0000 (10 bytes)\n                lastSampleTime: 00:00:00.080_0000"),
               1u);
     mux->RemoveConsumer(0, 9);
     mux->RemoveConsumer(0, 9);

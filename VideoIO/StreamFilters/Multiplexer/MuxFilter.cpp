@@ -47,8 +47,8 @@ CBasePin* MuxFilter::GetPin(int n) {
 
 void MuxFilter::AddInputPin() {
     HRESULT hr = S_OK;
-    m_inputPins.push_back(std::make_unique<MP4MediaMuxInputPin>(*this, &m_lock, &hr,
-                                                                static_cast<std::uint32_t>(m_inputPins.size())));
+    m_inputPins.push_back(
+        std::make_unique<MP4MediaMuxInputPin>(*this, &m_lock, &hr, static_cast<std::uint32_t>(m_inputPins.size())));
     m_trackInputs.push_back(m_inputPins.back().get());
 }
 
@@ -97,8 +97,7 @@ HRESULT MuxFilter::CheckTakesSamples(MP4MediaMuxInputPin& pin) {
 }
 
 HRESULT MuxFilter::OnEndOfStream(MP4MediaMuxInputPin& pin) {
-    if (QZ_LOG_ENABLED(3))
-        QZReport(3, L"-----> Track %s(%s) is EOS.", pin.TrackName(), pin.MajorTypeName().c_str());
+    if (QZ_LOG_ENABLED(3)) QZReport(3, L"-----> Track %s(%s) is EOS.", pin.TrackName(), pin.MajorTypeName().c_str());
     const CAutoLock lock(&m_lock);
     pin.State().endOfStream = true;
     CheckEndOfStream(pin);

@@ -42,20 +42,20 @@ public:
 
     // Called by the pins
     HRESULT OnInputConnected(const MP4MediaMuxInputPin& pin);
-    HRESULT OnEndOfStream(MP4MediaMuxInputPin& pin) EXCLUDES(m_lock);
+    HRESULT OnEndOfStream(MP4MediaMuxInputPin& pin) MK_EXCLUDES(m_lock);
     /// On the upstream's thread. S_FALSE: no more samples are wanted. In a batch that thread holds the lock already and
     /// takes it again, which the annotation does not know of.
     virtual HRESULT OnSampleReceived(MP4MediaMuxInputPin& pin, IMediaSample& sample, REFERENCE_TIME start)
-        EXCLUDES(m_lock) = 0;
+        MK_EXCLUDES(m_lock) = 0;
     /// Keeps the filter lock while several samples are received, and hands on what they wrote at its end. The other
     /// streams, Stop and Pause wait until then: hosts keep batches short, a few milliseconds of writing.
     class [[nodiscard]] Batch {
     public:
-        explicit Batch(MuxFilter& filter) NO_THREAD_SAFETY_ANALYSIS : m_filter(filter) {
+        explicit Batch(MuxFilter& filter) MK_NO_THREAD_SAFETY_ANALYSIS : m_filter(filter) {
             filter.m_lock.Lock();
             filter.m_inBatch = true;
         }
-        ~Batch() NO_THREAD_SAFETY_ANALYSIS {
+        ~Batch() MK_NO_THREAD_SAFETY_ANALYSIS {
             m_filter.m_inBatch = false;
             m_filter.HandOn();
             m_filter.m_lock.Unlock();
@@ -70,18 +70,18 @@ public:
     bool StatisticsEnabled() const { return m_statisticsEnabled.load(std::memory_order_relaxed); }
     REFERENCE_TIME StopPosition() const { return m_stopPosition; }
     HRESULT SetPositions(LONGLONG* pCurrent, DWORD dwCurrentFlags, LONGLONG* pStop, DWORD dwStopFlags)
-        EXCLUDES(m_lock);
+        MK_EXCLUDES(m_lock);
 
     // CBaseFilter
     int GetPinCount() override;
     CBasePin* GetPin(int n) override;
     /// Finishes the file. Samples that still wait are released unwritten.
-    HRESULT Stop() override EXCLUDES(m_lock);
-    HRESULT Pause() override EXCLUDES(m_lock);
+    HRESULT Stop() override MK_EXCLUDES(m_lock);
+    HRESULT Pause() override MK_EXCLUDES(m_lock);
 
     // ILiveSourceProvider
-    int GetTrackCount() override EXCLUDES(m_lock);
-    HRESULT GetTrackMediaType(int track, CMediaType* type) override EXCLUDES(m_lock);
+    int GetTrackCount() override MK_EXCLUDES(m_lock);
+    HRESULT GetTrackMediaType(int track, CMediaType* type) override MK_EXCLUDES(m_lock);
     bool GetBeginTime(std::uint32_t, REFERENCE_TIME*) override { return false; }
     bool GetEndTime(std::uint32_t, REFERENCE_TIME*) override { return false; }
     HRESULT AddConsumer(std::uint32_t track, std::uint64_t key, const wchar_t* name, REFERENCE_TIME start,
@@ -96,7 +96,7 @@ public:
 
     // IMPEG4Mux
     HRESULT Reserved1() override { return S_OK; }
-    HRESULT SetMoveMoovToFront(BOOL moveToFront) override EXCLUDES(m_lock);
+    HRESULT SetMoveMoovToFront(BOOL moveToFront) override MK_EXCLUDES(m_lock);
     HRESULT SetSoftware(const wchar_t* text) override;
     HRESULT SetSecondSoftware(const wchar_t* text) override;
     HRESULT SetDescription(const wchar_t* text) override;
@@ -107,38 +107,38 @@ public:
     // IPerformanceInfoProvider
     HRESULT EnableStatistics() override;
     HRESULT GetWriterName(const wchar_t** name) override;
-    HRESULT GetStatistic(REFGUID majorType, qz_ChannelIO::StreamStatistic* statistic) override EXCLUDES(m_lock);
-    HRESULT UpdateTotals(REFGUID majorType) override EXCLUDES(m_lock);
-    HRESULT GetSummaries(std::vector<qz_ChannelIO::StreamSummary>* summaries) override EXCLUDES(m_lock);
+    HRESULT GetStatistic(REFGUID majorType, qz_ChannelIO::StreamStatistic* statistic) override MK_EXCLUDES(m_lock);
+    HRESULT UpdateTotals(REFGUID majorType) override MK_EXCLUDES(m_lock);
+    HRESULT GetSummaries(std::vector<qz_ChannelIO::StreamSummary>* summaries) override MK_EXCLUDES(m_lock);
 
 protected:
     MuxFilter(const char* name, IUnknown* outer, REFCLSID clsid, HRESULT* phr);
     ~MuxFilter() override;
 
     /// One more pass over the queues: a pin that has ended holds the others back no longer.
-    virtual void WriteReady() REQUIRES(m_lock) = 0;
+    virtual void WriteReady() MK_REQUIRES(m_lock) = 0;
     /// Brings all that waits to the file; every track has ended.
-    virtual void WriteRest() REQUIRES(m_lock) = 0;
+    virtual void WriteRest() MK_REQUIRES(m_lock) = 0;
     /// Completes the file, if there is one, and makes ready for the next.
-    virtual void FinishMovie() REQUIRES(m_lock) = 0;
+    virtual void FinishMovie() MK_REQUIRES(m_lock) = 0;
 
     /// Hands what was written since the last time to the system, so that a crash of the process loses nothing of it.
-    virtual void HandOn() REQUIRES(m_lock) = 0;
-    bool InBatch() const REQUIRES(m_lock) { return m_inBatch; }
+    virtual void HandOn() MK_REQUIRES(m_lock) = 0;
+    bool InBatch() const MK_REQUIRES(m_lock) { return m_inBatch; }
 
     /// A sample beyond the stop position, if one is set, ends its stream.
     bool IsBeyondStop(const MP4MediaMuxInputPin& pin, REFERENCE_TIME start) const;
     /// S_OK when a sample is welcome; what Receive answers otherwise.
-    HRESULT CheckTakesSamples(MP4MediaMuxInputPin& pin) REQUIRES(m_lock);
-    std::vector<MovieTrackRef> TrackRefs() REQUIRES(m_lock);
+    HRESULT CheckTakesSamples(MP4MediaMuxInputPin& pin) MK_REQUIRES(m_lock);
+    std::vector<MovieTrackRef> TrackRefs() MK_REQUIRES(m_lock);
     /// The peer's file, for boxes; a null answer comes with the reason in `hr`.
-    std::shared_ptr<vio::byte_stream> OpenOutput(HRESULT& hr) REQUIRES(m_lock);
-    std::span<TrackInput* const> Inputs() REQUIRES(m_lock) { return m_trackInputs; }
-    MP4MediaMuxInputPin& Pin(const TrackInput& input) REQUIRES(m_lock) { return *m_inputPins[input.TrackIndex()]; }
+    std::shared_ptr<vio::byte_stream> OpenOutput(HRESULT& hr) MK_REQUIRES(m_lock);
+    std::span<TrackInput* const> Inputs() MK_REQUIRES(m_lock) { return m_trackInputs; }
+    MP4MediaMuxInputPin& Pin(const TrackInput& input) MK_REQUIRES(m_lock) { return *m_inputPins[input.TrackIndex()]; }
     /// Signals the end of a track, and when it was the last one ends the recording, once a run.
-    void CheckEndOfStream(MP4MediaMuxInputPin& pin) REQUIRES(m_lock);
+    void CheckEndOfStream(MP4MediaMuxInputPin& pin) MK_REQUIRES(m_lock);
     /// Enters samples that are in the file, and tells the graph once when every track has a second.
-    void EnterInIndex(std::uint32_t track, std::span<const LiveSampleInfo> samples) REQUIRES(m_lock);
+    void EnterInIndex(std::uint32_t track, std::span<const LiveSampleInfo> samples) MK_REQUIRES(m_lock);
 
     mutable CCritSec m_lock{"multiplexer", LockRank::Filter};
     MP4MediaMuxOutputPin m_outputPin;
@@ -146,21 +146,21 @@ protected:
     LiveIndex m_index;  ///< has a lock of its own
 
 private:
-    void AddInputPin() REQUIRES(m_lock);
-    MP4MediaMuxInputPin* ConnectedPin(REFGUID majorType) REQUIRES(m_lock);
-    HRESULT CheckSettingsAreOpen() const REQUIRES(m_lock);
-    HRESULT AddMetadata(std::uint32_t fourcc, const wchar_t* text) EXCLUDES(m_lock);
+    void AddInputPin() MK_REQUIRES(m_lock);
+    MP4MediaMuxInputPin* ConnectedPin(REFGUID majorType) MK_REQUIRES(m_lock);
+    HRESULT CheckSettingsAreOpen() const MK_REQUIRES(m_lock);
+    HRESULT AddMetadata(std::uint32_t fourcc, const wchar_t* text) MK_EXCLUDES(m_lock);
     HRESULT SetStopPosition(REFERENCE_TIME stop);
     HRESULT SeekUpstream(LONGLONG* pCurrent, DWORD dwCurrentFlags, LONGLONG* pStop, DWORD dwStopFlags);
-    HRESULT ForgetEndOfStream(int pinNumber, ComPtr<IPin>& peer) EXCLUDES(m_lock);
+    HRESULT ForgetEndOfStream(int pinNumber, ComPtr<IPin>& peer) MK_EXCLUDES(m_lock);
 
-    std::vector<std::unique_ptr<MP4MediaMuxInputPin>> m_inputPins GUARDED_BY(m_lock);
-    std::vector<TrackInput*> m_trackInputs GUARDED_BY(m_lock);  ///< the same
-    bool m_ended GUARDED_BY(m_lock) = false;                    ///< the end of stream was delivered in this run
-    bool m_enoughRecorded GUARDED_BY(m_lock) = false;
-    bool m_inBatch GUARDED_BY(m_lock) = false;
-    std::vector<std::uint32_t> m_connected GUARDED_BY(m_lock);  ///< kept for its room
-    MuxPerformanceCounters m_counters;                          ///< under m_lock
+    std::vector<std::unique_ptr<MP4MediaMuxInputPin>> m_inputPins MK_GUARDED_BY(m_lock);
+    std::vector<TrackInput*> m_trackInputs MK_GUARDED_BY(m_lock);  ///< the same
+    bool m_ended MK_GUARDED_BY(m_lock) = false;                    ///< the end of stream was delivered in this run
+    bool m_enoughRecorded MK_GUARDED_BY(m_lock) = false;
+    bool m_inBatch MK_GUARDED_BY(m_lock) = false;
+    std::vector<std::uint32_t> m_connected MK_GUARDED_BY(m_lock);  ///< kept for its room
+    MuxPerformanceCounters m_counters;                             ///< under m_lock
     std::atomic<REFERENCE_TIME> m_stopPosition{MaxTime};
     std::atomic<bool> m_statisticsEnabled{false};
     std::atomic<bool> m_flag{false};  ///< stored for the host

@@ -1,10 +1,11 @@
 // The interfaces of the multiplexers for hosts and readers.
 
+#include "VideoIO/StreamFilters/Multiplexer/MuxFilter.h"
+
 #include "Logging/Checks.h"
 #include "Platform/Kernel/Text.h"
 #include "VideoIO/FilterUtil/TimeConversionUtil.h"
 #include "VideoIO/StreamFilters/Container/fourcc.h"
-#include "VideoIO/StreamFilters/Multiplexer/MuxFilter.h"
 
 #include <algorithm>
 
@@ -14,7 +15,9 @@ namespace {
 
 /// QuickTime's text items begin with a copyright sign.
 constexpr std::uint32_t SoftwareItem = vio::mp4::fourcc("\xA9swr");
-constexpr std::uint32_t DescriptionItem = vio::mp4::fourcc("\xA9" "des");
+constexpr std::uint32_t DescriptionItem = vio::mp4::fourcc(
+    "\xA9"
+    "des");
 
 }  // namespace
 
@@ -156,8 +159,8 @@ HRESULT MuxFilter::SetPositions(LONGLONG* pCurrent, DWORD dwCurrentFlags, LONGLO
 HRESULT MuxFilter::SetStopPosition(REFERENCE_TIME stop) {
     m_stopPosition = stop;
     if (QZ_LOG_ENABLED(3))
-        QZReport(3, L"Muxer: Stop position requested: %s, current position: %s",
-                 qz_DSFilters::FormatTime(stop).c_str(), qz_DSFilters::FormatTime(m_index.Position()).c_str());
+        QZReport(3, L"Muxer: Stop position requested: %s, current position: %s", qz_DSFilters::FormatTime(stop).c_str(),
+                 qz_DSFilters::FormatTime(m_index.Position()).c_str());
     return S_OK;
 }
 

@@ -4,10 +4,11 @@
 #include "VideoIO/StreamFilters/Multiplexer/MuxRig_test.h"
 #include "VideoIO/StreamFilters/SharedFile/SharedFileSinkFilter.h"
 
+#include <gmock/gmock.h>
+
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <gmock/gmock.h>
 #include <iterator>
 #include <limits>
 #include <thread>
@@ -143,9 +144,8 @@ TEST_F(MuxFilterTest, IsOneObjectWhicheverInterfaceIsHeld) {
     ExpectIdentity(static_cast<IBaseFilter*>(mux.get()),
                    {IID_IUnknown, IID_IPersist, IID_IMediaFilter, IID_IBaseFilter, IID_ILiveSourceProvider,
                     qz_ChannelIO::IID_IPerformanceInfoProvider, qz_MPEGSystemFilters::IID_IMPEG4Mux});
-    ExpectIdentity(static_cast<IPin*>(&Input(0)),
-                   {IID_IUnknown, IID_IPin, IID_IQualityControl, IID_IMemInputPin, qz_DSFilters::IID_IOverrideMediaType,
-                    IID_IRecordingPolicy});
+    ExpectIdentity(static_cast<IPin*>(&Input(0)), {IID_IUnknown, IID_IPin, IID_IQualityControl, IID_IMemInputPin,
+                                                   qz_DSFilters::IID_IOverrideMediaType, IID_IRecordingPolicy});
     ExpectIdentity(static_cast<IPin*>(&Output()), {IID_IUnknown, IID_IPin, IID_IQualityControl, IID_IMediaSeeking,
                                                    IID_IAMAsyncReaderTimestampScaling});
 }

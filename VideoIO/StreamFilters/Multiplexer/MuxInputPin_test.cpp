@@ -18,8 +18,8 @@ using mediakit_test::stream_call;
 struct SampleRun {
     SampleRun(int first, int count) {
         for (int n = first; n < first + count; ++n) {
-            samples.push_back(heap_sample::create(std::vector<BYTE>(10, static_cast<BYTE>(n)), n * Frame,
-                                                  (n + 1) * Frame));
+            samples.push_back(
+                heap_sample::create(std::vector<BYTE>(10, static_cast<BYTE>(n)), n * Frame, (n + 1) * Frame));
             pointers.push_back(samples.back().get());
         }
     }

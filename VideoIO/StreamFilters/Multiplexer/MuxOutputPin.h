@@ -12,9 +12,7 @@ namespace Norvane::MediaKit::Filters {
 class MuxFilter;
 
 /// Sample times are byte positions x 10,000,000, which IAMAsyncReaderTimestampScaling tells the peer.
-class MP4MediaMuxOutputPin final : public CBaseOutputPin,
-                                   public IMediaSeeking,
-                                   public IAMAsyncReaderTimestampScaling {
+class MP4MediaMuxOutputPin final : public CBaseOutputPin, public IMediaSeeking, public IAMAsyncReaderTimestampScaling {
 public:
     MP4MediaMuxOutputPin(MuxFilter& filter, CCritSec* lock, HRESULT* phr);
 

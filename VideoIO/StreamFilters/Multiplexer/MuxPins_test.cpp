@@ -116,10 +116,14 @@ TEST_F(MuxPins, OutputTellsWhereTheRecordingIs) {
     EXPECT_EQ(seeking->GetRate(&rate), S_OK);
     EXPECT_EQ(rate, 1.0);
 
-    const HRESULT missing[] = {
-        seeking->CheckCapabilities(&capabilities), seeking->SetTimeFormat(&format), seeking->GetDuration(&value),
-        seeking->ConvertTimeFormat(&value, nullptr, 0, nullptr), seeking->GetPositions(&value, &value),
-        seeking->GetAvailable(&value, &value), seeking->SetRate(1.0), seeking->GetPreroll(&value)};
+    const HRESULT missing[] = {seeking->CheckCapabilities(&capabilities),
+                               seeking->SetTimeFormat(&format),
+                               seeking->GetDuration(&value),
+                               seeking->ConvertTimeFormat(&value, nullptr, 0, nullptr),
+                               seeking->GetPositions(&value, &value),
+                               seeking->GetAvailable(&value, &value),
+                               seeking->SetRate(1.0),
+                               seeking->GetPreroll(&value)};
     EXPECT_THAT(missing, testing::Each(E_NOTIMPL));
     EXPECT_EQ(log.count(1, L"0x80004001"), std::size(missing));
 

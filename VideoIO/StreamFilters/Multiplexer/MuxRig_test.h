@@ -9,6 +9,7 @@
 #include "VideoIO/StreamFilters/Multiplexer/MP4MediaMuxFilter2.h"
 
 #include <gtest/gtest.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,9 +25,7 @@ inline std::uint64_t FixedClock() { return 0xD0000000; }
 struct MuxRig {
     using Source = mediakit_test::fake<mediakit_test::scripted_output>;
 
-    MuxRig() : mux(new MP4MediaMuxFilter(nullptr, nullptr, FixedClock)) {
-        mux->JoinFilterGraph(graph.get(), L"mux");
-    }
+    MuxRig() : mux(new MP4MediaMuxFilter(nullptr, nullptr, FixedClock)) { mux->JoinFilterGraph(graph.get(), L"mux"); }
     ~MuxRig() {
         Stop();
         for (int i = 0; i < mux->GetPinCount(); ++i) mux->GetPin(i)->Disconnect();
@@ -42,9 +41,7 @@ struct MuxRig {
     std::vector<std::unique_ptr<Source>> sources;
 
     MP4MediaMuxInputPin& Input(int n) { return static_cast<MP4MediaMuxInputPin&>(*mux->GetPin(n)); }
-    MP4MediaMuxOutputPin& Output() {
-        return static_cast<MP4MediaMuxOutputPin&>(*mux->GetPin(mux->GetPinCount() - 1));
-    }
+    MP4MediaMuxOutputPin& Output() { return static_cast<MP4MediaMuxOutputPin&>(*mux->GetPin(mux->GetPinCount() - 1)); }
     mediakit_test::scripted_output& operator[](std::size_t n) { return *sources[n]->pin; }
 
     /// A further source, connected to the free input pin.

@@ -10,15 +10,15 @@ namespace Norvane::MediaKit::Filters {
 /// Fed by the streaming thread, read by any other. The lock is taken on its own.
 class MuxStatistic {
 public:
-    void Reset() EXCLUDES(m_lock);
-    void Feed(IMediaSample& sample, REFERENCE_TIME start, REFERENCE_TIME stop) EXCLUDES(m_lock);
+    void Reset() MK_EXCLUDES(m_lock);
+    void Feed(IMediaSample& sample, REFERENCE_TIME start, REFERENCE_TIME stop) MK_EXCLUDES(m_lock);
     /// Works out the rates and keeps them for the next Get.
-    void UpdateTotals() EXCLUDES(m_lock);
-    qz_ChannelIO::StreamStatistic Get() const EXCLUDES(m_lock);
+    void UpdateTotals() MK_EXCLUDES(m_lock);
+    qz_ChannelIO::StreamStatistic Get() const MK_EXCLUDES(m_lock);
 
 private:
     mutable CCritSec m_lock{"multiplexer statistic", LockRank::Object};
-    qz_ChannelIO::StreamStatistic m_statistic GUARDED_BY(m_lock);
+    qz_ChannelIO::StreamStatistic m_statistic MK_GUARDED_BY(m_lock);
 };
 
 }  // namespace Norvane::MediaKit::Filters

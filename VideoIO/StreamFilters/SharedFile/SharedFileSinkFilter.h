@@ -55,7 +55,7 @@ public:
 private:
     HRESULT QueryPosition(REFIID riid, void** ppv);
 
-    std::unique_ptr<SharedFileSinkFilterPosPassThru> m_position GUARDED_BY(m_lock);
+    std::unique_ptr<SharedFileSinkFilterPosPassThru> m_position MK_GUARDED_BY(m_lock);
     CCritSec m_lock{"SharedFileSink", LockRank::Filter};
     std::unique_ptr<SharedFileSinkInputPin> m_pin;
 };

@@ -61,9 +61,9 @@ private:
     /// The thread's stream, opened at its first call, with a reference.
     HRESULT GetStream(DWORD threadId, IStream** ppStream);
 
-    std::wstring m_fileName GUARDED_BY(m_pLock);
-    CMediaType m_mediaType GUARDED_BY(m_pLock);
-    std::map<DWORD, ComPtr<IStream>> m_streams GUARDED_BY(m_pLock);
+    std::wstring m_fileName MK_GUARDED_BY(m_pLock);
+    CMediaType m_mediaType MK_GUARDED_BY(m_pLock);
+    std::map<DWORD, ComPtr<IStream>> m_streams MK_GUARDED_BY(m_pLock);
     std::atomic<bool> m_rawTimestamps{true};
 };
 
