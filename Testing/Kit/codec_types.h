@@ -3,7 +3,7 @@
 
 #include "Testing/Kit/adts_frame.h"
 #include "Testing/Kit/h265_units.h"
-#include "VideoIO/FilterUtil/MediaTypeUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeUtil.h"
 
 namespace mediakit_test {
 

@@ -1,7 +1,7 @@
 #include "Tools/mediakit/annexb_converter.h"
 
 #include "Platform/Com/Results.h"
-#include "VideoIO/FilterUtil/MediaTypeUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeUtil.h"
 
 #include <algorithm>
 

@@ -23,7 +23,7 @@ constexpr std::string_view kWriters[] = {
 constexpr std::string_view kSource[] = {"VideoIO/StreamFilters/SharedFile/SharedFileSource"};
 
 /// Serves both; a write that fails is told by its caller too.
-constexpr std::string_view kReadsAndWrites = "VideoIO/StreamFilters/Authoring/MP4ByteStreamHandler";
+constexpr std::string_view kReadsAndWrites = "VideoIO/StreamFilters/Handlers/MP4ByteStreamHandler";
 
 /// Where those that read a file are.
 constexpr std::string_view kReaders[] = {

@@ -3,8 +3,8 @@
 #include "Platform/DirectShow/MediaFormats.h"
 #include "Tools/mediakit/annexb_converter.h"
 #include "Tools/mediakit/frame_rate.h"
-#include "VideoIO/FilterUtil/FormatBlock.h"
-#include "VideoIO/FilterUtil/MediaTypeUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/FormatBlock.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeUtil.h"
 
 #include <algorithm>
 #include <limits>

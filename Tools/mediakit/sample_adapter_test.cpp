@@ -2,8 +2,8 @@
 
 #include "Platform/DirectShow/MediaFormats.h"
 #include "Testing/Kit/codec_types.h"
-#include "VideoIO/FilterUtil/FormatBlock.h"
-#include "VideoIO/FilterUtil/MediaTypeUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/FormatBlock.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeUtil.h"
 
 #include <gmock/gmock.h>
 

@@ -3,10 +3,10 @@
 #include "MediaKit/IOverrideMediaType.h"
 #include "Platform/DirectShow/WaveFormatTags.h"
 #include "Tools/mediakit/video_codec.h"
-#include "VideoIO/FilterUtil/FormatBlock.h"
-#include "VideoIO/FilterUtil/MediaTypeParameterSets.h"
-#include "VideoIO/FilterUtil/MediaTypePredicates.h"
-#include "VideoIO/FilterUtil/MediaTypeReaders.h"
+#include "VideoIO/FilterUtil/MediaTypes/FormatBlock.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeParameterSets.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypePredicates.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeReaders.h"
 #include "VideoIO/MPEGUtil/AudioSpecificConfig.h"
 
 #include <algorithm>

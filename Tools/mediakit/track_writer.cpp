@@ -4,8 +4,8 @@
 #include "Tools/mediakit/adts.h"
 #include "Tools/mediakit/annexb_converter.h"
 #include "Tools/mediakit/wave_header.h"
-#include "VideoIO/FilterUtil/FormatBlock.h"
-#include "VideoIO/FilterUtil/MediaTypeUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/FormatBlock.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeUtil.h"
 
 #include <algorithm>
 

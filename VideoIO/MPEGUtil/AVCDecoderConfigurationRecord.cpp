@@ -2,10 +2,10 @@
 
 #include "Logging/Checks.h"
 #include "MediaKit/Results.h"
-#include "VideoIO/FilterUtil/MediaTypeBuilders.h"
-#include "VideoIO/FilterUtil/MediaTypeReaders.h"
-#include "VideoIO/FilterUtil/MediaTypeWriters.h"
-#include "VideoIO/FilterUtil/TimeConversionUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeBuilders.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeReaders.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeWriters.h"
+#include "VideoIO/FilterUtil/MediaTypes/TimeConversionUtil.h"
 
 namespace qz_MPEGUtil {
 namespace {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Platform/DirectShow/MediaType.h"
-#include "VideoIO/FilterUtil/StreamRate.h"
+#include "VideoIO/FilterUtil/MediaTypes/StreamRate.h"
 #include "VideoIO/MPEGUtil/ConfigurationRecordReader.h"
 #include "VideoIO/MPEGUtil/DataBuffer.h"
 #include "VideoIO/MPEGUtil/H264PayloadParser.h"

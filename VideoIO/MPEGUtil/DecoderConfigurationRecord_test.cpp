@@ -1,7 +1,7 @@
 #include "MediaKit/Results.h"
 #include "Testing/Kit/bit_writer.h"
 #include "Testing/Kit/log_capture.h"
-#include "VideoIO/FilterUtil/MediaTypeReaders.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeReaders.h"
 #include "VideoIO/MPEGUtil/AVCDecoderConfigurationRecord.h"
 #include "VideoIO/MPEGUtil/HEVCDecoderConfigurationRecord.h"
 #include "VideoIO/MPEGUtil/Hex_test.h"

@@ -1,8 +1,8 @@
 #include "VideoIO/MPEGUtil/H264SequenceParameterSet.h"
 
 #include "Logging/Checks.h"
-#include "VideoIO/FilterUtil/MediaTypeReaders.h"
-#include "VideoIO/FilterUtil/StreamRate.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeReaders.h"
+#include "VideoIO/FilterUtil/MediaTypes/StreamRate.h"
 #include "VideoIO/MPEGUtil/H264SequenceReading.h"
 #include "VideoIO/MPEGUtil/SampleAspectRatio.h"
 

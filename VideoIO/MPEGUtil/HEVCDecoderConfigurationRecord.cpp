@@ -2,7 +2,7 @@
 
 #include "Logging/Checks.h"
 #include "MediaKit/Results.h"
-#include "VideoIO/FilterUtil/MediaTypeBuilders.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeBuilders.h"
 #include "VideoIO/MPEGUtil/H265ParameterSets.h"
 
 #include <algorithm>

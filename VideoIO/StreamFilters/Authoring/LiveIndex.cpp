@@ -1,7 +1,7 @@
 #include "VideoIO/StreamFilters/Authoring/LiveIndex.h"
 
 #include "Logging/Checks.h"
-#include "VideoIO/FilterUtil/TimeConversionUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/TimeConversionUtil.h"
 #include "VideoIO/StreamFilters/Authoring/TimeMath.h"
 
 #include <algorithm>

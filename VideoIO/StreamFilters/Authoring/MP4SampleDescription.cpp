@@ -1,9 +1,9 @@
 #include "VideoIO/StreamFilters/Authoring/MP4SampleDescription.h"
 
 #include "Platform/DirectShow/WaveFormatTags.h"
-#include "VideoIO/FilterUtil/FormatBlock.h"
-#include "VideoIO/FilterUtil/MediaTypePredicates.h"
-#include "VideoIO/FilterUtil/MediaTypeReaders.h"
+#include "VideoIO/FilterUtil/MediaTypes/FormatBlock.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypePredicates.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeReaders.h"
 #include "VideoIO/StreamFilters/Container/es_writer_base.h"
 #include "VideoIO/StreamFilters/Container/memory_stream.h"
 

@@ -1,8 +1,8 @@
 // The sample entry that describes a track's media type in `stsd`.
 #pragma once
 
-#include "VideoIO/StreamFilters/Authoring/MP4ByteStreamHandler.h"
 #include "VideoIO/StreamFilters/Container/mp4_writer.h"
+#include "VideoIO/StreamFilters/Handlers/MP4ByteStreamHandler.h"
 
 #include <memory>
 

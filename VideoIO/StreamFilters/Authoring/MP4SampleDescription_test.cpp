@@ -1,8 +1,8 @@
 #include "VideoIO/StreamFilters/Authoring/MP4SampleDescription.h"
 
 #include "Platform/DirectShow/WaveFormatTags.h"
-#include "VideoIO/FilterUtil/MediaTypeUtil.h"
-#include "VideoIO/StreamFilters/Authoring/HandlerWriting_test.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeUtil.h"
+#include "VideoIO/StreamFilters/Handlers/HandlerWriting_test.h"
 
 #include <gtest/gtest.h>
 

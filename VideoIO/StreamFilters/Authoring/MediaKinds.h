@@ -1,7 +1,7 @@
 // Which media types the multiplexers take, and what kind of track each makes.
 #pragma once
 
-#include "VideoIO/FilterUtil/MediaTypePredicates.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypePredicates.h"
 
 namespace Norvane::MediaKit::Filters {
 

@@ -1,7 +1,7 @@
 #include "VideoIO/StreamFilters/Authoring/MovieBoxes.h"
 
 #include "Platform/Kernel/Clock.h"
-#include "VideoIO/FilterUtil/MediaTypeUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeUtil.h"
 #include "VideoIO/StreamFilters/Authoring/MP4SampleDescription.h"
 #include "VideoIO/StreamFilters/Authoring/MediaKinds.h"
 #include "VideoIO/StreamFilters/Container/track_boxes.h"

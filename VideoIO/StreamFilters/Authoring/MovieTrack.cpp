@@ -1,8 +1,8 @@
 #include "VideoIO/StreamFilters/Authoring/MovieTrack.h"
 
 #include "Logging/Checks.h"
-#include "VideoIO/FilterUtil/MediaTypeUtil.h"
-#include "VideoIO/FilterUtil/TimeConversionUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/TimeConversionUtil.h"
 #include "VideoIO/StreamFilters/Authoring/MediaKinds.h"
 
 #include <algorithm>

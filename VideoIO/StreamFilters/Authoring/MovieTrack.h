@@ -2,11 +2,11 @@
 #pragma once
 
 #include "MediaKit/StreamRate.h"
-#include "VideoIO/StreamFilters/Authoring/MP4ByteStreamHandler.h"
 #include "VideoIO/StreamFilters/Authoring/SegmentedVector.h"
 #include "VideoIO/StreamFilters/Authoring/TimeMath.h"
 #include "VideoIO/StreamFilters/Container/sample_table_boxes.h"
 #include "VideoIO/StreamFilters/Container/track_boxes.h"
+#include "VideoIO/StreamFilters/Handlers/MP4ByteStreamHandler.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,6 +1,6 @@
 #include "VideoIO/StreamFilters/Authoring/SampleTables.h"
 
-#include "VideoIO/FilterUtil/MediaTypeUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeUtil.h"
 
 #include <limits>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "Logging/Checks.h"
 #include "Platform/DirectShow/WaveFormatTags.h"
-#include "VideoIO/FilterUtil/MediaTypeUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeUtil.h"
 #include "VideoIO/MPEGUtil/AudioSpecificConfig.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
 #include "VideoIO/StreamFilters/Demultiplexer/DecoderConfiguration.h"

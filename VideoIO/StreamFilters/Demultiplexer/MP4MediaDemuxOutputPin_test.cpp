@@ -6,7 +6,7 @@
 #include "Testing/Kit/log_capture.h"
 #include "Testing/Kit/movie_tracks.h"
 #include "Testing/Kit/playback.h"
-#include "VideoIO/FilterUtil/MediaTypeReaders.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeReaders.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MP4MediaDemuxFilter.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "VideoIO/StreamFilters/Demultiplexer/MediaTypeOverrides.h"
 
-#include "VideoIO/FilterUtil/MediaTypeWriters.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeWriters.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTime.h"
 
 namespace Norvane::MediaKit::Filters::details {

@@ -3,10 +3,10 @@
 
 #include "MediaKit/StreamRate.h"
 #include "Platform/DirectShow/MediaType.h"
-#include "VideoIO/StreamFilters/Authoring/MP4ByteStreamHandler.h"
 #include "VideoIO/StreamFilters/Container/sample_table_boxes.h"
 #include "VideoIO/StreamFilters/Demultiplexer/ReadingPolicy.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTables.h"
+#include "VideoIO/StreamFilters/Handlers/MP4ByteStreamHandler.h"
 
 #include <memory>
 

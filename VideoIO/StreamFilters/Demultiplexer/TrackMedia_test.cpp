@@ -4,7 +4,7 @@
 #include "Testing/Kit/failing_stream.h"
 #include "Testing/Kit/log_capture.h"
 #include "Testing/Kit/movie_entries.h"
-#include "VideoIO/FilterUtil/FormatBlock.h"
+#include "VideoIO/FilterUtil/MediaTypes/FormatBlock.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "Logging/Checks.h"
 #include "MediaKit/Results.h"
-#include "VideoIO/FilterUtil/MediaTypeUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeUtil.h"
 #include "VideoIO/MPEGUtil/AVCDecoderConfigurationRecord.h"
 #include "VideoIO/MPEGUtil/HEVCDecoderConfigurationRecord.h"
 #include "VideoIO/MPEGUtil/MPEG4VideoDecoder.h"

@@ -2,7 +2,7 @@
 
 #include "Logging/Checks.h"
 #include "MediaKit/Factories.h"
-#include "VideoIO/FilterUtil/TimeConversionUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/TimeConversionUtil.h"
 #include "VideoIO/StreamFilters/Authoring/MediaKinds.h"
 #include "VideoIO/StreamFilters/Container/exception.h"
 #include "VideoIO/StreamFilters/Multiplexer/OutputPinByteStream.h"

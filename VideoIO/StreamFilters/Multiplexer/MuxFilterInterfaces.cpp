@@ -4,7 +4,7 @@
 
 #include "Logging/Checks.h"
 #include "Platform/Kernel/Text.h"
-#include "VideoIO/FilterUtil/TimeConversionUtil.h"
+#include "VideoIO/FilterUtil/MediaTypes/TimeConversionUtil.h"
 #include "VideoIO/StreamFilters/Container/fourcc.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "VideoIO/StreamFilters/Multiplexer/MuxInputPin.h"
 
 #include "Logging/Checks.h"
-#include "VideoIO/FilterUtil/MediaTypeNames.h"
+#include "VideoIO/FilterUtil/MediaTypes/MediaTypeNames.h"
 #include "VideoIO/StreamFilters/Authoring/MediaKinds.h"
 #include "VideoIO/StreamFilters/Multiplexer/MuxFilter.h"
 
