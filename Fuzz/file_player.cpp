@@ -96,14 +96,15 @@ public:
 private:
     void be_lenient() {
         const auto policy = ComPtr<IBaseFilter>(m_filter.get()).query<IReadingPolicy>();
-        policy->SetReadAvc3AsAvc1(TRUE);
-        policy->SetKnowSegmentBoxes(TRUE);
-        policy->SetEverySampleIsSyncWithoutTable(TRUE);
-        policy->SetUseFragmentDecodeTimes(TRUE);
-        policy->SetSizePcmByEntry(TRUE);
-        policy->SetRunsFollowEachOther(TRUE);
-        policy->SetLeaveOutBrokenParts(TRUE);
-        policy->SetHeedEmptyEdits(TRUE);
+        const ReadingOptions everything{.avc3AsAvc1 = true,
+                                        .skipSegmentBoxes = true,
+                                        .syncWithoutTable = true,
+                                        .fragmentDecodeTimes = true,
+                                        .pcmSizeFromEntry = true,
+                                        .contiguousRuns = true,
+                                        .skipBrokenParts = true,
+                                        .emptyEdits = true};
+        policy->SetOptions(&everything);
     }
 
     void connect_pins() {

@@ -35,11 +35,12 @@ bool MovieOutput::AddTrack(IPin& output, const TrackSettings& settings) {
     const ComPtr<IPin> input = FreePin(*m_multiplexer, PINDIR_INPUT);
     if (!Check(m_graph->ConnectDirect(&output, input.get(), nullptr), "connecting a track")) return false;
     if (const auto policy = input.query<IRecordingPolicy>()) {
-        policy->SetKeepEveryUnit(TRUE);
-        policy->SetEveryRandomAccessPictureIsSync(TRUE);
-        policy->SetTimescale(settings.timescale);
-        policy->SetKeepStartTime(settings.keepStart);
-        policy->SetMediaTimesAreDecodeTimes(settings.decodeTimes);
+        const Norvane::MediaKit::Filters::RecordingOptions options{.keepEveryH265Unit = true,
+                                                                   .everyRandomAccessPictureIsSync = true,
+                                                                   .timescale = settings.timescale,
+                                                                   .keepStartTime = settings.keepStart,
+                                                                   .mediaTimesAreDecodeTimes = settings.decodeTimes};
+        policy->SetOptions(&options);
     }
     const auto orientation = input.query<qz_DSFilters::IOverrideMediaType>();
     if (settings.orientation == qz_DSFilters::VideoOrientation_None || !orientation) return true;

@@ -72,16 +72,15 @@ Stream Describe(const ComPtr<IPin>& pin, std::size_t number) {
     return stream;
 }
 
-void SwitchAllOn(IReadingPolicy& policy) {
-    policy.SetReadAvc3AsAvc1(TRUE);
-    policy.SetKnowSegmentBoxes(TRUE);
-    policy.SetEverySampleIsSyncWithoutTable(TRUE);
-    policy.SetUseFragmentDecodeTimes(TRUE);
-    policy.SetSizePcmByEntry(TRUE);
-    policy.SetRunsFollowEachOther(TRUE);
-    policy.SetLeaveOutBrokenParts(TRUE);
-    policy.SetHeedEmptyEdits(TRUE);
-}
+/// What players of other makers do.
+constexpr Norvane::MediaKit::Filters::ReadingOptions kLenient{.avc3AsAvc1 = true,
+                                                              .skipSegmentBoxes = true,
+                                                              .syncWithoutTable = true,
+                                                              .fragmentDecodeTimes = true,
+                                                              .pcmSizeFromEntry = true,
+                                                              .contiguousRuns = true,
+                                                              .skipBrokenParts = true,
+                                                              .emptyEdits = true};
 
 }  // namespace
 
@@ -135,7 +134,7 @@ bool PlaybackGraph::Load(const std::string& path) {
 
 bool PlaybackGraph::Connect(const ReadingOptions& options) {
     const auto policy = m_demultiplexer.query<IReadingPolicy>();
-    if (policy && !options.strict) SwitchAllOn(*policy);
+    if (policy && !options.strict) policy->SetOptions(&kLenient);
     const ComPtr<IPin> output = FreePin(*m_source, PINDIR_OUTPUT);
     const ComPtr<IPin> input = FreePin(*m_demultiplexer, PINDIR_INPUT);
     const HRESULT hr = m_graph->ConnectDirect(output.get(), input.get(), nullptr);

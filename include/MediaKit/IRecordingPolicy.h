@@ -1,34 +1,39 @@
-// Choices of a recording that go beyond what the multiplexer does by itself.
+// Choices of recording a track that go beyond what the multiplexer does by default.
 #pragma once
 
 #include "Platform/Com/Unknown.h"
 
 namespace Norvane::MediaKit::Filters {
 
-/// Offered by the input pins of a multiplexer. All choices are off at first. They are set before the
-/// pin's first sample and refused afterwards with VFW_E_WRONG_STATE. Any thread; the filter lock is
-/// taken.
+/// All off, or 0, by default.
+struct RecordingOptions {
+    /// Write H.265 units of type 0 (TRAIL_N, pictures that no other refers to) too. Off: they are lost, since the unit
+    /// scanner takes type 0 for "no unit".
+    bool keepEveryH265Unit = false;
+    /// Every H.265 random access picture (unit types 16 to 21 of ITU-T H.265, table 7-1) is a sync sample. Off: type 19
+    /// alone is.
+    bool everyRandomAccessPictureIsSync = false;
+    /// Ticks a second in which the track counts its times; 0 takes them from the media type, for video one or a few
+    /// ticks a frame. A copy with its source's timescale has exactly its source's times. A track still changes to 90000
+    /// when two of its pictures start on one tick.
+    DWORD timescale = 0;
+    /// Keep the start time of the track's first sample, by the edit list: an empty edit for a later start, an edit that
+    /// begins after 0 for an earlier one (decoder delay of audio). Off: a track whose samples come in presentation
+    /// order begins at 0. This option and the next one also take the duration of the last sample from its stop time,
+    /// and write that of an only sample, which players need. Off: the media type gives the last duration (a frame of
+    /// video, one tick of sound), and an only sample has none.
+    bool keepStartTime = false;
+    /// The media time of a video sample begins at its decode time, which counts from the same zero as its start time
+    /// and may precede it; the track keeps these, and starts with the first. Off: decode times follow from the order of
+    /// the start times.
+    bool mediaTimesAreDecodeTimes = false;
+};
+
+/// Offered by the input pins of a multiplexer. Any thread; takes the filter lock.
 struct IRecordingPolicy : IUnknown {
-    /// Non-zero: H.265 units of type 0 (TRAIL_N, pictures that no other refers to) are written too.
-    /// Without it they are lost, since the unit scanner takes type 0 for "no unit".
-    virtual HRESULT SetKeepEveryUnit(BOOL keep) = 0;
-    /// Non-zero: every H.265 random access picture (unit types 16 to 21 of ITU-T H.265 table 7-1) is a
-    /// sync sample, not only type 19.
-    virtual HRESULT SetEveryRandomAccessPictureIsSync(BOOL sync) = 0;
-    /// The track counts its times in so many units a second; 0 takes them from the media type, for video one or a few
-    /// units a frame. A copy that has its source's timescale has its times as they were. A track still goes over to
-    /// 90000 when two of its pictures start within one unit.
-    virtual HRESULT SetTimescale(DWORD unitsPerSecond) = 0;
-    /// Non-zero: the start time of the track's first sample is kept, by its edit list: a later start by an empty edit,
-    /// an earlier one (decoder delay of audio) by an edit that begins behind it. Without it a track whose samples come
-    /// in presentation order begins at 0. This choice and the next one also keep the duration of the last sample, which
-    /// is its stop time minus its start time, and tell that of an only sample, which players need. Without them the
-    /// media type gives the last duration (a frame of video, one unit of sound), and an only sample has none.
-    virtual HRESULT SetKeepStartTime(BOOL keep) = 0;
-    /// Non-zero: the media time of a video sample begins at its decode time, which counts from the same zero as its
-    /// start time and may lie before it; the track keeps these, and starts with the first. Without it, decode times are
-    /// worked out from the order of the start times.
-    virtual HRESULT SetMediaTimesAreDecodeTimes(BOOL are) = 0;
+    /// Takes effect at the next run's first sample. VFW_E_WRONG_STATE after the first sample of a run, until it stops.
+    virtual HRESULT SetOptions(const RecordingOptions* options) = 0;
+    virtual HRESULT GetOptions(RecordingOptions* options) = 0;
 
 protected:
     ~IRecordingPolicy() = default;

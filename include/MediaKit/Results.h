@@ -16,5 +16,8 @@ inline constexpr HRESULT QZ_E_UNSUPPORTED_FORMAT = make_result(0x80043002);
 
 /// Graph event: a recording has one second on every track. Parameters 0, 0.
 inline constexpr LONG QZ_EC_ENOUGH_RECORDED = 0x8216;
+/// Graph event: a recording begins to lose data, or its file cannot be completed; see IRecordingResult. Sent once a
+/// run. Parameters: the first failure's result, and 0.
+inline constexpr LONG QZ_EC_RECORDING_FAILED = 0x8218;
 /// Graph event: a live source waits for its provider. Parameters 0, 0.
 inline constexpr LONG QZ_EC_LIVE_STARVING = 0x8217;

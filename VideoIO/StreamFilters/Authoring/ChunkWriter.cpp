@@ -105,7 +105,8 @@ HRESULT ChunkWriter::WriteSample(TrackInput& input, const QueuedSample& entry) {
     const LiveSampleInfo info = InfoOf(*entry.sample.get(), written);
     m_host.OnSampleWritten(input, info);
     const bool video = IsVideo(input.TrackMediaType());
-    if (video && track.decodeTimesAreGiven) track.AppendDecodeTime(DecodeTimeOf(*entry.sample.get(), info.start));
+    if (video && track.options.mediaTimesAreDecodeTimes)
+        track.AppendDecodeTime(DecodeTimeOf(*entry.sample.get(), info.start));
     track.AppendSample({written.offset, info.start, written.size, info.sync}, info.stop, video, input.TrackName());
     return S_OK;
 }

@@ -99,8 +99,6 @@ void AddMediaHeader(mp4_writer& writer, box* mdia, const movie_header_box& mvhd,
     track.mdhd = mdhd;
 }
 
-bool KeepsStart(const MovieTrack& track) { return track.keepStart || track.decodeTimesAreGiven; }
-
 std::uint64_t DurationOf(const edit_list_box& elst) {
     std::uint64_t duration = 0;
     for (const auto& entry : elst.entries) duration += entry.segment_duration;
@@ -185,7 +183,7 @@ void UpdateDurations(movie_header_box& mvhd, std::span<const MovieTrackRef> trac
         const std::uint64_t whole = mdhd->duration / mdhd->timescale;
         const std::uint64_t rest = mdhd->duration % mdhd->timescale;
         const std::uint64_t scaled = whole * mvhd.timescale + rest * mvhd.timescale / mdhd->timescale;
-        const std::uint64_t duration = KeepsStart(*ref.track) ? DurationOf(*ref.track->elst) : scaled;
+        const std::uint64_t duration = ref.track->HasSourceTimes() ? DurationOf(*ref.track->elst) : scaled;
         auto& tkhd = *ref.track->tkhd;
         SetTimes(tkhd, tkhd.creation_time, tkhd.modification_time, duration);
         SetTimes(mvhd, mvhd.creation_time, mvhd.modification_time, std::max(mvhd.duration, duration));

@@ -68,21 +68,21 @@ HRESULT MovieTrack::SetupFromMediaType(const CMediaType& type, IMediaSample* fir
     } else {
         return S_OK;
     }
-    if (wantedTimescale != 0 && !forceTimescale90000) streamRate = {wantedTimescale, 1};
+    if (options.timescale != 0 && !forceTimescale90000) streamRate = {options.timescale, 1};
     rate = streamRate;
     timescale = static_cast<std::uint32_t>(rate.m_numerator);
     return handler ? S_OK : CreateHandler(type, firstSample);
 }
 
 HRESULT MovieTrack::CreateHandler(const CMediaType& type, IMediaSample* firstSample) {
-    handler = details::create_byte_stream_handler(type, firstSample, handlerOptions);
+    handler = details::create_byte_stream_handler(type, firstSample, options);
     if (!handler && QZ_LOG_ENABLED(2))
         QZReport(2, L"Failed to create byte stream handler %s", qz_DSFilters::DumpMediaType(type).c_str());
     return S_OK;
 }
 
 void MovieTrack::NoteVideoArrival(REFERENCE_TIME start) {
-    if (!reorderDetected && !decodeTimesAreGiven && start < lastStart) {
+    if (!reorderDetected && !options.mediaTimesAreDecodeTimes && start < lastStart) {
         reorderDetected = true;
         for (std::size_t i = 0; i < samples.size(); ++i) InsertInPresentationOrder(samples[i].start);
     }

@@ -1,6 +1,7 @@
 // The tables of one track, grown sample by sample while it is recorded.
 #pragma once
 
+#include "MediaKit/IRecordingPolicy.h"
 #include "MediaKit/StreamRate.h"
 #include "VideoIO/StreamFilters/Authoring/SegmentedVector.h"
 #include "VideoIO/StreamFilters/Authoring/TimeMath.h"
@@ -68,14 +69,10 @@ struct MovieTrack {
     std::uint32_t timescale = DefaultTimescale;  ///< ticks a second
     qz_DSFilters::StreamRate rate{DefaultTimescale, 1};
     std::unique_ptr<details::byte_stream_handler> handler;
-    details::HandlerOptions handlerOptions;
     std::uint32_t orientation = 4;  ///< quarter turns clockwise; 4: none
-    // A host's choices, see IRecordingPolicy.
-    std::uint32_t wantedTimescale = 0;  ///< 0: the media type's
-    bool keepStart = false;
-    bool decodeTimesAreGiven = false;
+    RecordingOptions options;       ///< the host's
     /// The times are a source's, down to the last sample's duration.
-    bool HasSourceTimes() const { return keepStart || decodeTimesAreGiven; }
+    bool HasSourceTimes() const { return options.keepStartTime || options.mediaTimesAreDecodeTimes; }
 
     /// Empties what belongs to one recording, before its first sample comes.
     void BeginRecording();

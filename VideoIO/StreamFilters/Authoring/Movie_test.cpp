@@ -160,7 +160,7 @@ TEST(Movie, KeepsTheStartOfATrackThatIsToKeepIt) {
         MovieTrack& track = recording[0].Track();
         track.timescale = 50;
         track.rate = {50, 1};
-        track.keepStart = true;
+        track.options.keepStartTime = true;
         for (const std::int64_t start : test.starts) recording.Receive(0, start * Tick, 2 * Tick, {1}, true);
         recording.Finish();
         const TrackTimeline timeline(track);
@@ -192,7 +192,7 @@ TEST(Movie, WritesDecodeTimesThatAreGiven) {
         MovieTrack& track = recording[0].Track();
         track.timescale = 50;
         track.rate = {50, 1};
-        track.decodeTimesAreGiven = true;
+        track.options.mediaTimesAreDecodeTimes = true;
         for (const Sample& sample : test.samples) {
             recording[0].Add(sample.start * Tick, 2 * Tick, {1}, true);
             LONGLONG begin = sample.decode * Tick, end = begin + 2 * Tick;

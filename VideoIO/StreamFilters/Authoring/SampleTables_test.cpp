@@ -36,8 +36,8 @@ TEST(SampleTables, TheLastSampleLastsAsLongAsItSaysWhereASourcesTimesAreKept) {
         MovieTrack track;
         track.timescale = 25'000;
         track.rate = {25'000, 1};
-        track.keepStart = one.keepStart;
-        track.decodeTimesAreGiven = one.decodeTimes;
+        track.options.keepStartTime = one.keepStart;
+        track.options.mediaTimesAreDecodeTimes = one.decodeTimes;
         for (std::size_t i = 0; i < one.count; ++i) {
             const REFERENCE_TIME start = 5 * kFrame + static_cast<REFERENCE_TIME>(i) * kFrame;
             if (one.decodeTimes) track.AppendDecodeTime(start);

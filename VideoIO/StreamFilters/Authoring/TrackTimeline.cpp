@@ -5,8 +5,8 @@
 namespace Norvane::MediaKit::Filters {
 
 TrackTimeline::TrackTimeline(MovieTrack& track) : m_track(track) {
-    m_ordered = (track.reorderDetected || track.decodeTimesAreGiven) && !track.presentationOrder.empty();
-    if (m_ordered && track.decodeTimesAreGiven)
+    m_ordered = (track.reorderDetected || track.options.mediaTimesAreDecodeTimes) && !track.presentationOrder.empty();
+    if (m_ordered && track.options.mediaTimesAreDecodeTimes)
         FollowGivenDecodeTimes();
     else
         FollowPresentation(track);
@@ -18,7 +18,7 @@ void TrackTimeline::FollowPresentation(MovieTrack& track) {
         if (track.timeBase == MinTime) track.timeBase = track.presentationOrder.front();
         m_timeBase = track.timeBase;
     }
-    if (track.keepStart && size() > 0) m_start = m_ordered ? m_timeBase : track.samples[0].start;
+    if (track.options.keepStartTime && size() > 0) m_start = m_ordered ? m_timeBase : track.samples[0].start;
     m_originTick = ToTicks(track.timescale, m_start);
     if (!m_ordered) return;
     for (std::size_t i = 0; i < size(); ++i)

@@ -11,13 +11,13 @@ using namespace vio::mp4;
 constexpr std::uint32_t kSegmentBoxes[] = {fourcc("styp"), fourcc("emsg"), fourcc("prft"), fourcc("ssix"),
                                            fourcc("mfra")};
 
-box_registry RegistryFor(const ReadingPolicy& policy) {
+box_registry RegistryFor(const ReadingOptions& options) {
     box_registry registry = main_registry();
-    if (policy.knowSegmentBoxes) {
+    if (options.skipSegmentBoxes) {
         for (const std::uint32_t type : kSegmentBoxes)
             registry.emplace(type, [](unsigned int code) { return std::make_shared<box>(code); });
     }
-    if (policy.useFragmentDecodeTimes) {
+    if (options.fragmentDecodeTimes) {
         registry.emplace(fourcc("tfdt"),
                          [](unsigned int) { return std::make_shared<track_fragment_base_media_decode_time_box>(); });
     }
@@ -26,8 +26,8 @@ box_registry RegistryFor(const ReadingPolicy& policy) {
 
 /// What the parser looks at and does not own.
 struct FileParser {
-    FileParser(std::shared_ptr<vio::byte_stream> from, const ReadingPolicy& policy)
-        : stream(std::move(from)), registry(RegistryFor(policy)), parser(*stream, registry) {}
+    FileParser(std::shared_ptr<vio::byte_stream> from, const ReadingOptions& options)
+        : stream(std::move(from)), registry(RegistryFor(options)), parser(*stream, registry) {}
 
     const std::shared_ptr<vio::byte_stream> stream;
     const box_registry registry;
@@ -37,8 +37,8 @@ struct FileParser {
 }  // namespace
 
 std::shared_ptr<vio::mp4::mp4_parser> MakeFileParser(std::shared_ptr<vio::byte_stream> stream,
-                                                     const ReadingPolicy& policy) {
-    const auto file = std::make_shared<FileParser>(std::move(stream), policy);
+                                                     const ReadingOptions& options) {
+    const auto file = std::make_shared<FileParser>(std::move(stream), options);
     return {file, &file->parser};
 }
 

@@ -1,8 +1,8 @@
 // The box parser of an open file, knowing what the host wants it to know.
 #pragma once
 
+#include "MediaKit/IReadingPolicy.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
-#include "VideoIO/StreamFilters/Demultiplexer/ReadingPolicy.h"
 
 #include <memory>
 
@@ -10,6 +10,6 @@ namespace Norvane::MediaKit::Filters::details {
 
 /// Keeps the stream for as long as the parser lives.
 std::shared_ptr<vio::mp4::mp4_parser> MakeFileParser(std::shared_ptr<vio::byte_stream> stream,
-                                                     const ReadingPolicy& policy);
+                                                     const ReadingOptions& options);
 
 }  // namespace Norvane::MediaKit::Filters::details

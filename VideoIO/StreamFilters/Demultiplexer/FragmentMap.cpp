@@ -29,11 +29,11 @@ std::uint64_t BaseOf(const track_fragment_header_box& tfhd, const movie_fragment
 
 }  // namespace
 
-void FragmentMap::Gather(mp4_parser& parser, const movie_extends_box& mvex, const ReadingPolicy& policy) {
-    ReadPart(policy, [&] { GatherDefaults(parser, mvex); });
+void FragmentMap::Gather(mp4_parser& parser, const movie_extends_box& mvex, const ReadingOptions& options) {
+    ReadPart(options, [&] { GatherDefaults(parser, mvex); });
     BoxWalk fragments = BoxWalk::TopLevel(parser);
     while (const auto moof = fragments.Next<movie_fragment_box>())
-        ReadPart(policy, [&] { GatherFragment(parser, *moof, policy); });
+        ReadPart(options, [&] { GatherFragment(parser, *moof, options); });
 }
 
 void FragmentMap::GatherDefaults(mp4_parser& parser, const movie_extends_box& mvex) {
@@ -42,7 +42,7 @@ void FragmentMap::GatherDefaults(mp4_parser& parser, const movie_extends_box& mv
     while (const auto trex = walk.Next<track_extends_box>()) m_defaults.emplace(trex->track_ID, trex);
 }
 
-void FragmentMap::GatherFragment(mp4_parser& parser, const movie_fragment_box& moof, const ReadingPolicy& policy) {
+void FragmentMap::GatherFragment(mp4_parser& parser, const movie_fragment_box& moof, const ReadingOptions& options) {
     std::uint64_t next = moof.offset;
     ReadLevel<movie_fragment_header_box>(parser, moof);
     BoxWalk walk(parser, moof);
@@ -53,11 +53,11 @@ void FragmentMap::GatherFragment(mp4_parser& parser, const movie_fragment_box& m
         record.base = BaseOf(*record.tfhd, moof, next);
         record.truns = BoxWalk(parser, *traf).Rest<track_run_box>();
         record.truns.shrink_to_fit();  // there may be millions
-        if (policy.useFragmentDecodeTimes) {
+        if (options.fragmentDecodeTimes) {
             const auto tfdt = parser.find_child<track_fragment_base_media_decode_time_box>(*traf);
             if (tfdt != nullptr) record.decode_time = tfdt->base_media_decode_time;
         }
-        if (policy.runsFollowEachOther) next = EndOfFragmentData(record, Defaults(record.tfhd->track_ID).get());
+        if (options.contiguousRuns) next = EndOfFragmentData(record, Defaults(record.tfhd->track_ID).get());
         m_fragments[record.tfhd->track_ID].records.push_back(std::move(record));
     }
 }

@@ -1,8 +1,8 @@
 // The fragments of a file by track.
 #pragma once
 
+#include "MediaKit/IReadingPolicy.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
-#include "VideoIO/StreamFilters/Demultiplexer/ReadingPolicy.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackBoxes.h"
 
 #include <cstdint>
@@ -16,7 +16,7 @@ class FragmentMap {
 public:
     /// Reads `mvex` and all `moof` of the file. A `traf` without `tfhd` belongs to no track. Where broken parts
     /// are left out, a broken `mvex` and a broken `moof` are.
-    void Gather(vio::mp4::mp4_parser& parser, const vio::mp4::movie_extends_box& mvex, const ReadingPolicy& policy);
+    void Gather(vio::mp4::mp4_parser& parser, const vio::mp4::movie_extends_box& mvex, const ReadingOptions& options);
     /// Tells in the log how many each track has.
     void Report() const;
 
@@ -34,7 +34,7 @@ private:
 
     void GatherDefaults(vio::mp4::mp4_parser& parser, const vio::mp4::movie_extends_box& mvex);
     void GatherFragment(vio::mp4::mp4_parser& parser, const vio::mp4::movie_fragment_box& moof,
-                        const ReadingPolicy& policy);
+                        const ReadingOptions& options);
 
     std::map<std::uint32_t, std::shared_ptr<vio::mp4::track_extends_box>> m_defaults;
     std::map<std::uint32_t, TrackFragments> m_fragments;

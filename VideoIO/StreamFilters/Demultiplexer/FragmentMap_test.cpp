@@ -34,13 +34,13 @@ box_builder TrackFragment(std::uint32_t id, std::uint32_t flags, std::uint64_t b
 using Bases = std::vector<std::uint64_t>;
 
 /// Of the fragments of track 1, then of those of track 2.
-Bases BasesOf(const box_builder& file, const ReadingPolicy& policy) {
+Bases BasesOf(const box_builder& file, const ReadingOptions& options) {
     failing_stream stream(file.bytes());
     vio::mp4::mp4_parser parser(stream);
     parser.parse();
     const auto mvex = std::dynamic_pointer_cast<vio::mp4::movie_extends_box>(parser.boxes.at(0));
     FragmentMap map;
-    map.Gather(parser, *mvex, policy);
+    map.Gather(parser, *mvex, options);
     Bases bases;
     for (const std::uint32_t id : {1U, 2U})
         for (const FragmentRecord& record : map.Take(id)) bases.push_back(record.base);
@@ -86,14 +86,14 @@ TEST(FragmentMap, TrackFragmentsBeginWhereTheirHeadersSay) {
         const box_builder file = Defaults().add(
             make_box("moof", box_builder().add(of.first).add(of.second).add(TrackFragment(1, kNothing))));
         EXPECT_EQ(BasesOf(file, {}), of.strict);
-        EXPECT_EQ(BasesOf(file, {.runsFollowEachOther = true}), of.following);
+        EXPECT_EQ(BasesOf(file, {.contiguousRuns = true}), of.following);
     }
     // Data of one moof do not follow those of another.
     const box_builder two = Defaults()
                                 .add(make_box("moof", TrackFragment(1, kBase, 1000)))
                                 .add(make_box("moof", TrackFragment(2, kNothing)));
     const std::uint64_t second = moof + make_box("moof", TrackFragment(1, kBase, 1000)).size();
-    EXPECT_EQ(BasesOf(two, {.runsFollowEachOther = true}), (Bases{1000, second}));
+    EXPECT_EQ(BasesOf(two, {.contiguousRuns = true}), (Bases{1000, second}));
 }
 
 }  // namespace

@@ -118,7 +118,7 @@ std::uint64_t EndOfFragmentData(const FragmentRecord& fragment, const track_exte
     return end;
 }
 
-void AddFragments(const TrackBoxes& boxes, const ReadingPolicy& policy, std::uint64_t limit, std::int64_t dts,
+void AddFragments(const TrackBoxes& boxes, const ReadingOptions& options, std::uint64_t limit, std::int64_t dts,
                   TrackTables& tables) {
     if (boxes.trex == nullptr || boxes.fragments == nullptr) return;
     const std::uint64_t before = tables.index_.size();
@@ -126,11 +126,11 @@ void AddFragments(const TrackBoxes& boxes, const ReadingPolicy& policy, std::uin
     for (const FragmentRecord& fragment : *boxes.fragments) {
         const track_fragment_header_box& tfhd = *fragment.tfhd;
         const Defaults defaults = DefaultsOf(tfhd, *boxes.trex);
-        if (policy.useFragmentDecodeTimes && fragment.decode_time) walk.SetDecodeTime(*fragment.decode_time);
+        if (options.fragmentDecodeTimes && fragment.decode_time) walk.SetDecodeTime(*fragment.decode_time);
         std::uint64_t next = fragment.base;
         for (const auto& run : fragment.truns) {
             const std::uint64_t end = walk.AddRun(*run, defaults, RunPosition(*run, fragment.base, next));
-            if (policy.runsFollowEachOther) next = end;
+            if (options.contiguousRuns) next = end;
         }
     }
     tables.total_duration += walk.Duration();

@@ -1,7 +1,7 @@
 // The samples of a track's fragments (ISO/IEC 14496-12, 8.8).
 #pragma once
 
-#include "VideoIO/StreamFilters/Demultiplexer/ReadingPolicy.h"
+#include "MediaKit/IReadingPolicy.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackBoxes.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTables.h"
 
@@ -15,7 +15,7 @@ std::uint64_t EndOfFragmentData(const FragmentRecord& fragment, const vio::mp4::
 
 /// Appends at most `limit` records, for which there is room, from the decode time on. std::out_of_range for a run with
 /// fewer values than samples.
-void AddFragments(const TrackBoxes& boxes, const ReadingPolicy& policy, std::uint64_t limit, std::int64_t dts,
+void AddFragments(const TrackBoxes& boxes, const ReadingOptions& options, std::uint64_t limit, std::int64_t dts,
                   TrackTables& tables);
 
 }  // namespace Norvane::MediaKit::Filters::details

@@ -57,7 +57,7 @@ protected:
     TrackTables Build() {
         TrackTables tables = EmptyTables();
         ReadingBudget budget(fileSize);
-        result = BuildTrackTables(boxes, sampleTables, policy, budget, tables);
+        result = BuildTrackTables(boxes, sampleTables, options, budget, tables);
         return tables;
     }
     std::string Records() { return Text(Build()); }
@@ -78,7 +78,7 @@ protected:
     TrackBoxes boxes = BoxesOf(fourcc("vide"));
     SampleTableBoxes sampleTables;
     std::vector<FragmentRecord> fragments;
-    ReadingPolicy policy;
+    ReadingOptions options;
     std::uint64_t fileSize = 1 << 20;
     HRESULT result = E_UNEXPECTED;
 };
@@ -113,7 +113,7 @@ TEST_F(FragmentTables, RunsWithoutOffsetBeginAtTheBaseAgain) {
               "1000+5 0/0+10, 1000+5 10/10+10, 1050+4 20/20+20*, 1054+4 40/40+20*, 1000+5 60/60+10, "
               "400+4 70/70+20*, 500+5 90/90+10");
 
-    policy.runsFollowEachOther = true;
+    options.contiguousRuns = true;
     EXPECT_EQ(Records(),
               "1000+5 0/0+10, 1005+5 10/10+10, 1050+4 20/20+20*, 1054+4 40/40+20*, 1058+5 60/60+10, "
               "400+4 70/70+20*, 404+5 90/90+10");
@@ -135,7 +135,7 @@ TEST_F(FragmentTables, GoOnBehindTheTables) {
     EXPECT_EQ(tables.index_.capacity(), 3U) << "reserved at once";
     EXPECT_EQ(PresentationEnd(tables), 1'400'000);
 
-    policy.useFragmentDecodeTimes = true;
+    options.fragmentDecodeTimes = true;
     EXPECT_EQ(Records(), "300+7 0/0+100, 1000+9 5000/5000+20*, 2000+4 5020/5020+20*");
     fragments[1].decode_time = ~std::uint64_t{0};
     EXPECT_EQ(Text(Build().index_[2]), "2000+4 -1/-1+20*");

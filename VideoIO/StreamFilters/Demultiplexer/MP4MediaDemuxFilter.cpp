@@ -67,7 +67,7 @@ HRESULT MP4MediaDemuxFilter::SetReader(IAsyncReader* pReader) {
 
 HRESULT MP4MediaDemuxFilter::Open(IAsyncReader* reader) {
     auto stream = std::make_shared<AsyncReaderByteStream>(reader);
-    auto parser = details::MakeFileParser(stream, m_policy);
+    auto parser = details::MakeFileParser(stream, m_options);
     ComPtr<IAsyncReader> replaced(reader);  // let go of without the state lock
     {
         CAutoLock lock(&m_cStateLock);
@@ -77,7 +77,7 @@ HRESULT MP4MediaDemuxFilter::Open(IAsyncReader* reader) {
     m_stream = std::move(stream);
     m_parser = std::move(parser);
     m_facts = {};
-    details::ReadPart(m_policy, [&parser = *m_parser] { parser.parse(); });
+    details::ReadPart(m_options, [&parser = *m_parser] { parser.parse(); });
     return CheckMovie();
 }
 
@@ -96,7 +96,7 @@ HRESULT MP4MediaDemuxFilter::CheckMovie() {
     details::ReadingBudget budget(fileSize, details::BoxBytes(*m_parser, fileSize));
     const auto createOutputPin = [&](const details::TrackBoxes& track, REFERENCE_TIME& duration)
                                      MK_REQUIRES(m_connectionLock) { return CreateOutputPin(track, budget, duration); };
-    const HRESULT hr = details::mp4_check(*m_parser, m_policy, createOutputPin, m_facts);
+    const HRESULT hr = details::mp4_check(*m_parser, m_options, createOutputPin, m_facts);
     if (FAILED(hr)) return hr;
     MP4MediaDemuxSeeking* const seeking = Seeking();
     QZCheckCondition(seeking != nullptr, E_OUTOFMEMORY);
@@ -111,7 +111,7 @@ HRESULT MP4MediaDemuxFilter::CreateOutputPin(const details::TrackBoxes& track, d
     HRESULT hr = S_OK;
     // It puts itself among the filter's pins, which the filter deletes.
     auto* const pin = new MP4MediaDemuxOutputPin(
-        this, name.c_str(), MP4MediaDemuxOutputPin::Origin{m_parser.get(), track, m_policy, budget}, duration, &hr);
+        this, name.c_str(), MP4MediaDemuxOutputPin::Origin{m_parser.get(), track, m_options, budget}, duration, &hr);
     if (FAILED(hr)) {
         delete pin;
         return hr;
@@ -155,43 +155,19 @@ MP4MediaDemuxOutputPin* MP4MediaDemuxFilter::FirstConnectedVideoPin() {
     return nullptr;
 }
 
-HRESULT MP4MediaDemuxFilter::SetPolicy(bool details::ReadingPolicy::*choice, BOOL value) {
+HRESULT MP4MediaDemuxFilter::SetOptions(const ReadingOptions* options) {
+    QZCheckCondition(options != nullptr, E_POINTER);
     CAutoLock lock(&m_connectionLock);
     if (m_inputPin->IsConnected()) return VFW_E_ALREADY_CONNECTED;
-    m_policy.*choice = value != FALSE;
+    m_options = *options;
     return S_OK;
 }
 
-HRESULT MP4MediaDemuxFilter::SetReadAvc3AsAvc1(BOOL read) {
-    return SetPolicy(&details::ReadingPolicy::readAvc3AsAvc1, read);
-}
-
-HRESULT MP4MediaDemuxFilter::SetKnowSegmentBoxes(BOOL know) {
-    return SetPolicy(&details::ReadingPolicy::knowSegmentBoxes, know);
-}
-
-HRESULT MP4MediaDemuxFilter::SetEverySampleIsSyncWithoutTable(BOOL sync) {
-    return SetPolicy(&details::ReadingPolicy::everySampleIsSyncWithoutTable, sync);
-}
-
-HRESULT MP4MediaDemuxFilter::SetUseFragmentDecodeTimes(BOOL use) {
-    return SetPolicy(&details::ReadingPolicy::useFragmentDecodeTimes, use);
-}
-
-HRESULT MP4MediaDemuxFilter::SetSizePcmByEntry(BOOL byEntry) {
-    return SetPolicy(&details::ReadingPolicy::sizePcmByEntry, byEntry);
-}
-
-HRESULT MP4MediaDemuxFilter::SetRunsFollowEachOther(BOOL follow) {
-    return SetPolicy(&details::ReadingPolicy::runsFollowEachOther, follow);
-}
-
-HRESULT MP4MediaDemuxFilter::SetLeaveOutBrokenParts(BOOL leaveOut) {
-    return SetPolicy(&details::ReadingPolicy::leaveOutBrokenParts, leaveOut);
-}
-
-HRESULT MP4MediaDemuxFilter::SetHeedEmptyEdits(BOOL heed) {
-    return SetPolicy(&details::ReadingPolicy::heedEmptyEdits, heed);
+HRESULT MP4MediaDemuxFilter::GetOptions(ReadingOptions* options) {
+    QZCheckCondition(options != nullptr, E_POINTER);
+    CAutoLock lock(&m_connectionLock);
+    *options = m_options;
+    return S_OK;
 }
 
 }  // namespace Norvane::MediaKit::Filters

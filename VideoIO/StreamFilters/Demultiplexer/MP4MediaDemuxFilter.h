@@ -10,7 +10,6 @@
 #include "VideoIO/StreamFilters/Demultiplexer/AsyncReaderByteStream.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MovieCheck.h"
 #include "VideoIO/StreamFilters/Demultiplexer/ReadingBudget.h"
-#include "VideoIO/StreamFilters/Demultiplexer/ReadingPolicy.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackBoxes.h"
 
 #include <memory>
@@ -58,14 +57,8 @@ public:
     HRESULT GetNearestSyncPoint(REFERENCE_TIME time, int frames, REFERENCE_TIME* result) override;
 
     // IReadingPolicy
-    HRESULT SetReadAvc3AsAvc1(BOOL read) override;
-    HRESULT SetKnowSegmentBoxes(BOOL know) override;
-    HRESULT SetEverySampleIsSyncWithoutTable(BOOL sync) override;
-    HRESULT SetUseFragmentDecodeTimes(BOOL use) override;
-    HRESULT SetSizePcmByEntry(BOOL byEntry) override;
-    HRESULT SetRunsFollowEachOther(BOOL follow) override;
-    HRESULT SetLeaveOutBrokenParts(BOOL leaveOut) override;
-    HRESULT SetHeedEmptyEdits(BOOL heed) override;
+    HRESULT SetOptions(const ReadingOptions* options) override;
+    HRESULT GetOptions(ReadingOptions* options) override;
 
 protected:
     /// Without the pin that is being made, which may yet be deleted.
@@ -74,7 +67,6 @@ protected:
 private:
     /// Null when there is none. Pins live as long as the filter.
     MP4MediaDemuxOutputPin* FirstConnectedVideoPin();
-    HRESULT SetPolicy(bool details::ReadingPolicy::*choice, BOOL value);
     HRESULT Open(IAsyncReader* reader) MK_REQUIRES(m_connectionLock);
     HRESULT CheckMovie() MK_REQUIRES(m_connectionLock);
     void FindMovieHeader() MK_REQUIRES(m_connectionLock);
@@ -83,7 +75,7 @@ private:
 
     /// Held while the input is being connected and the file is opened.
     CCritSec m_connectionLock{"MP4MediaDemuxFilter connection", LockRank::Filter};
-    details::ReadingPolicy m_policy MK_GUARDED_BY(m_connectionLock);
+    ReadingOptions m_options MK_GUARDED_BY(m_connectionLock);
 
     // The destructor lets go of them from the last to the first.
     std::unique_ptr<MP4MediaDemuxSeeking> m_seeking;  ///< made under m_seekingLock

@@ -327,22 +327,20 @@ TEST_F(MP4MediaDemuxFilterTest, ChoicesAreMadeWhileTheInputIsFree) {
     const Bytes bytes = movie.bytes();
     EXPECT_EQ(Open(bytes), S_OK);
     EXPECT_EQ(Demux().OutputPinCount(), 0) << "tracks without samples are left out";
-    const HRESULT late[] = {policy->SetReadAvc3AsAvc1(TRUE),
-                            policy->SetKnowSegmentBoxes(TRUE),
-                            policy->SetEverySampleIsSyncWithoutTable(TRUE),
-                            policy->SetUseFragmentDecodeTimes(TRUE),
-                            policy->SetSizePcmByEntry(TRUE),
-                            policy->SetRunsFollowEachOther(TRUE),
-                            policy->SetLeaveOutBrokenParts(TRUE),
-                            policy->SetHeedEmptyEdits(TRUE)};
-    EXPECT_THAT(late, testing::Each(VFW_E_ALREADY_CONNECTED));
+    const ReadingOptions skipping{.skipSegmentBoxes = true};
+    EXPECT_EQ(policy->SetOptions(&skipping), VFW_E_ALREADY_CONNECTED);
     Disconnect();
-    EXPECT_EQ(policy->SetKnowSegmentBoxes(TRUE), S_OK);
+    EXPECT_EQ(policy->SetOptions(&skipping), S_OK);
     EXPECT_EQ(Open(bytes), S_OK);
     ASSERT_EQ(Demux().OutputPinCount(), 2);
     EXPECT_EQ(SampleCount(1), 10);
     Disconnect();
-    EXPECT_EQ(policy->SetKnowSegmentBoxes(FALSE), S_OK);
+    ReadingOptions options;
+    EXPECT_EQ(policy->GetOptions(&options), S_OK);
+    EXPECT_TRUE(options.skipSegmentBoxes);
+    EXPECT_EQ(policy->SetOptions(nullptr), E_POINTER);
+    options = {};
+    EXPECT_EQ(policy->SetOptions(&options), S_OK);
     EXPECT_EQ(Open(bytes), S_OK);
     EXPECT_EQ(Demux().OutputPinCount(), 2) << "off again";
 }
@@ -376,11 +374,13 @@ TEST_F(MP4MediaDemuxFilterTest, LeavesOutBrokenPartsWhenAsked) {
     const auto policy = m_hold.query<IReadingPolicy>();
     int pins = 0;
     const auto expect = [&](const Bytes& bytes, const char* what, int lenient) {
-        ASSERT_EQ(policy->SetLeaveOutBrokenParts(FALSE), S_OK);
+        ReadingOptions options;
+        ASSERT_EQ(policy->SetOptions(&options), S_OK);
         EXPECT_EQ(Open(bytes), QZ_E_UNSUPPORTED_FORMAT) << what;
         Disconnect();
         pins = Demux().OutputPinCount();  // those made before the break stay
-        ASSERT_EQ(policy->SetLeaveOutBrokenParts(TRUE), S_OK);
+        options.skipBrokenParts = true;
+        ASSERT_EQ(policy->SetOptions(&options), S_OK);
         EXPECT_EQ(Open(bytes), S_OK) << what;
         Disconnect();
         EXPECT_EQ(Demux().OutputPinCount() - pins, lenient) << what;

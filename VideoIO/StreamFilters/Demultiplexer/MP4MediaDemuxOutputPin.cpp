@@ -50,10 +50,10 @@ HRESULT MP4MediaDemuxOutputPin::BuildTables(const Origin& origin, REFERENCE_TIME
     if (tables.stsd->entries.empty())
         return m_handlerType == vio::mp4::fourcc("vide") ? QZ_E_UNSUPPORTED_FORMAT : QZ_E_TRACK_NOT_USABLE;
 
-    HRESULT hr = details::BuildTrackTables(origin.boxes, tables, origin.policy, origin.budget, track_);
+    HRESULT hr = details::BuildTrackTables(origin.boxes, tables, origin.options, origin.budget, track_);
     if (FAILED(hr)) return hr;
     if (!track_.index_.empty()) duration = details::PresentationEnd(track_);
-    hr = details::BuildTrackMedia(*origin.parser, m_handlerType, *tables.stsd, origin.policy, track_, m_media);
+    hr = details::BuildTrackMedia(*origin.parser, m_handlerType, *tables.stsd, origin.options, track_, m_media);
     if (FAILED(hr)) return hr;
     if (!m_media.handler) m_media.handler = std::make_unique<details::byte_stream_handler>(m_media.mediaType);
 

@@ -22,9 +22,9 @@ LONGLONG Offset(const box& box) { return static_cast<LONGLONG>(box.offset); }
 
 class MovieCheck {
 public:
-    MovieCheck(mp4_parser& parser, const ReadingPolicy& policy, const CreateOutputPinFunction& createOutputPin,
+    MovieCheck(mp4_parser& parser, const ReadingOptions& options, const CreateOutputPinFunction& createOutputPin,
                MovieFacts& facts)
-        : m_parser(parser), m_policy(policy), m_createOutputPin(createOutputPin), m_facts(facts) {}
+        : m_parser(parser), m_options(options), m_createOutputPin(createOutputPin), m_facts(facts) {}
 
     HRESULT Run();
 
@@ -55,7 +55,7 @@ private:
     }
 
     mp4_parser& m_parser;
-    const ReadingPolicy& m_policy;
+    const ReadingOptions& m_options;
     const CreateOutputPinFunction& m_createOutputPin;
     MovieFacts& m_facts;
 
@@ -109,7 +109,7 @@ void MovieCheck::CheckFileType() {
 void MovieCheck::FindFragments() {
     const auto mvex = Child<movie_extends_box>(m_facts.moov.get());
     if (mvex == nullptr) return;
-    m_fragments.Gather(m_parser, *mvex, m_policy);
+    m_fragments.Gather(m_parser, *mvex, m_options);
     m_fragments.Report();
 }
 
@@ -117,7 +117,7 @@ HRESULT MovieCheck::CheckTracks() {
     BoxWalk walk(m_parser, *m_facts.moov);
     while (const auto trak = walk.Next<track_box>()) {
         HRESULT hr = S_FALSE;
-        ReadPart(m_policy, [&] { hr = CheckTrack(*trak); });
+        ReadPart(m_options, [&] { hr = CheckTrack(*trak); });
         if (hr == QZ_E_UNSUPPORTED_FORMAT) return hr;
     }
     return S_OK;
@@ -176,7 +176,7 @@ HRESULT MovieCheck::MakePin(TrackBoxes& track) {
     track.fragments = &m_fragments.Take(track.tkhd->track_ID);
     REFERENCE_TIME duration = 0;
     const HRESULT hr = m_createOutputPin(track, duration);
-    if (hr == QZ_E_UNSUPPORTED_FORMAT && m_policy.leaveOutBrokenParts) {
+    if (hr == QZ_E_UNSUPPORTED_FORMAT && m_options.skipBrokenParts) {
         QZReport(2, L"mp4check: track %d cannot be played, it is left out.", track.tkhd->track_ID);
         return S_FALSE;
     }
@@ -209,9 +209,9 @@ void FindMovieHeader(mp4_parser& parser, MovieFacts& facts) {
     if (facts.moov != nullptr) facts.mvhd = parser.find_child<movie_header_box>(*facts.moov);
 }
 
-HRESULT mp4_check(mp4_parser& parser, const ReadingPolicy& policy, const CreateOutputPinFunction& createOutputPin,
+HRESULT mp4_check(mp4_parser& parser, const ReadingOptions& options, const CreateOutputPinFunction& createOutputPin,
                   MovieFacts& facts) {
-    return MovieCheck(parser, policy, createOutputPin, facts).Run();
+    return MovieCheck(parser, options, createOutputPin, facts).Run();
 }
 
 }  // namespace Norvane::MediaKit::Filters::details

@@ -50,12 +50,12 @@ struct Outcome {
     Messages messages;
 };
 
-Outcome Check(const Bytes& bytes, const ReadingPolicy& policy = {}, const std::vector<Answer>& answers = {},
+Outcome Check(const Bytes& bytes, const ReadingOptions& options = {}, const std::vector<Answer>& answers = {},
               int level = 5) {
     Outcome outcome;
     const log_capture log(level);
     const ComPtr<IAsyncReader> reader(new mediakit_test::memory_async_reader(bytes));
-    const auto parser = MakeFileParser(std::make_shared<AsyncReaderByteStream>(reader.get()), policy);
+    const auto parser = MakeFileParser(std::make_shared<AsyncReaderByteStream>(reader.get()), options);
     parser->parse();
     const auto create = [&](const TrackBoxes& track, REFERENCE_TIME& duration) {
         outcome.asked.push_back(
@@ -65,7 +65,7 @@ Outcome Check(const Bytes& bytes, const ReadingPolicy& policy = {}, const std::v
         duration = n < answers.size() ? answers[n].duration : 0;
         return n < answers.size() ? answers[n].hr : S_OK;
     };
-    outcome.hr = mp4_check(*parser, policy, create, outcome.facts);
+    outcome.hr = mp4_check(*parser, options, create, outcome.facts);
     outcome.messages = log.messages();
     return outcome;
 }
@@ -229,7 +229,7 @@ TEST(MovieCheck, GathersFragmentsByTrack) {
     EXPECT_EQ(found.fragments[1].truns.size(), 1u);
     EXPECT_EQ(found.fragments[1].decode_time, std::nullopt);
 
-    found = Check(bytes, {.useFragmentDecodeTimes = true});
+    found = Check(bytes, {.fragmentDecodeTimes = true});
     ASSERT_EQ(found.fragments.size(), 2u);
     EXPECT_EQ(found.fragments[1].decode_time, 40u);
 
@@ -260,7 +260,7 @@ TEST(MovieCheck, KnowsBoxesOfSegmentsWhenAsked) {
     const Outcome strict = Check(movie.bytes());
     EXPECT_THAT(strict.asked, ElementsAre(Asked{1, 0, true, false}));
     EXPECT_EQ(strict.messages.front(), (log_capture::message{2, L"Unknown top-level box styp, stop parsing."}));
-    EXPECT_THAT(Check(movie.bytes(), {.knowSegmentBoxes = true}).asked, ElementsAre(Asked{1, 2, true, false}));
+    EXPECT_THAT(Check(movie.bytes(), {.skipSegmentBoxes = true}).asked, ElementsAre(Asked{1, 2, true, false}));
 }
 
 TEST(MovieCheck, VideoAloneShortensTheMovie) {
@@ -293,7 +293,7 @@ TEST(MovieCheck, VideoAloneShortensTheMovie) {
 
 // The movie is then as long as what is left of it.
 TEST(MovieCheck, LeavesATrackOutThatWouldRefuseTheFileWhenAsked) {
-    const Outcome found = Check(Movie({"soun", "vide", "soun"}).bytes(), {.leaveOutBrokenParts = true},
+    const Outcome found = Check(Movie({"soun", "vide", "soun"}).bytes(), {.skipBrokenParts = true},
                                 {{S_OK, 8}, {QZ_E_UNSUPPORTED_FORMAT, 0}, {S_OK, 9}});
     EXPECT_EQ(found.hr, S_OK);
     EXPECT_EQ(found.asked.size(), 3u);

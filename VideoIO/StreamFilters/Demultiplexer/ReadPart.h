@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Logging/Checks.h"
-#include "VideoIO/StreamFilters/Demultiplexer/ReadingPolicy.h"
+#include "MediaKit/IReadingPolicy.h"
 
 #include <exception>
 #include <new>
@@ -12,8 +12,8 @@ namespace Norvane::MediaKit::Filters::details {
 /// Calls `read`, which throws for what cannot be read. When the host wants broken parts left out, that is told in the
 /// log and forgiven.
 template <class Read>
-void ReadPart(const ReadingPolicy& policy, Read read) {
-    if (!policy.leaveOutBrokenParts) return read();
+void ReadPart(const ReadingOptions& options, Read read) {
+    if (!options.skipBrokenParts) return read();
     try {
         read();
     } catch (const std::bad_alloc&) {

@@ -74,7 +74,7 @@ Facts FactsOf(MP4MediaDemuxFilter& demux, HRESULT opened) {
             {"PCM bytes", InformationOf(demux, 3).totalBytes}};
 }
 
-TEST(ReadingPolicy, EachChoiceHasItsOwnEffect) {
+TEST(ReadingOptions, EachChoiceHasItsOwnEffect) {
     const std::vector<BYTE> bytes = OddFile();
     constexpr std::int64_t kFrame = 1024;
     const Facts strict = {{"refused", 1},
@@ -86,38 +86,39 @@ TEST(ReadingPolicy, EachChoiceHasItsOwnEffect) {
                           {"samples", 4},
                           {"PCM bytes", 8}};
     const struct {
-        HRESULT (IReadingPolicy::*choose)(BOOL);
+        bool ReadingOptions::*option;
         const char* fact;
         std::int64_t value;
     } kChoices[] = {
-        {&IReadingPolicy::SetReadAvc3AsAvc1, "pins", 5},
-        {&IReadingPolicy::SetKnowSegmentBoxes, "samples", 6},
-        {&IReadingPolicy::SetEverySampleIsSyncWithoutTable, "sync samples", 2},
-        {&IReadingPolicy::SetUseFragmentDecodeTimes, "end", 10'000'000 + 2 * kFrame * 10'000'000 / 48000},
-        {&IReadingPolicy::SetSizePcmByEntry, "PCM bytes", 4},
-        {&IReadingPolicy::SetRunsFollowEachOther, "fourth sample", 3},
-        {&IReadingPolicy::SetLeaveOutBrokenParts, "refused", 0},
-        {&IReadingPolicy::SetHeedEmptyEdits, "edit", -3600},
+        {&ReadingOptions::avc3AsAvc1, "pins", 5},
+        {&ReadingOptions::skipSegmentBoxes, "samples", 6},
+        {&ReadingOptions::syncWithoutTable, "sync samples", 2},
+        {&ReadingOptions::fragmentDecodeTimes, "end", 10'000'000 + 2 * kFrame * 10'000'000 / 48000},
+        {&ReadingOptions::pcmSizeFromEntry, "PCM bytes", 4},
+        {&ReadingOptions::contiguousRuns, "fourth sample", 3},
+        {&ReadingOptions::skipBrokenParts, "refused", 0},
+        {&ReadingOptions::emptyEdits, "edit", -3600},
     };
     for (const auto& choice : kChoices) {
         const mediakit_test::log_capture quiet(0);
-        for (const BOOL on : {FALSE, TRUE}) {
+        for (const bool on : {false, true}) {
             auto* const demux = new MP4MediaDemuxFilter;
             const ComPtr<IBaseFilter> hold(demux);
             const auto policy = hold.query<IReadingPolicy>();
-            ASSERT_EQ((policy.get()->*choice.choose)(TRUE), S_OK);
-            ASSERT_EQ((policy.get()->*choice.choose)(on), S_OK);
+            ReadingOptions options;
+            options.*choice.option = on;
+            ASSERT_EQ(policy->SetOptions(&options), S_OK);
             const ComPtr<IAsyncReader> reader(new mediakit_test::memory_async_reader(bytes));
             const HRESULT opened = demux->SetReader(reader.get());
             Facts expected = strict;
-            if (on != FALSE) expected[choice.fact] = choice.value;
+            if (on) expected[choice.fact] = choice.value;
             EXPECT_EQ(FactsOf(*demux, opened), expected) << choice.fact;
         }
     }
 }
 
 TEST(ReadPart, ForgivesWhatTheFileIsToBlameFor) {
-    const details::ReadingPolicy strict, lenient{.leaveOutBrokenParts = true};
+    const ReadingOptions strict, lenient{.skipBrokenParts = true};
     const auto broken = [] { throw std::out_of_range("too few values"); };
     const auto noMemory = [] { throw std::bad_alloc(); };
     EXPECT_THROW(details::ReadPart(strict, broken), std::out_of_range);

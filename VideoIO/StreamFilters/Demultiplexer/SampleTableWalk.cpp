@@ -105,11 +105,11 @@ private:
     std::uint32_t m_size = 0;  ///< of all samples; 0: by the table
 };
 
-SampleTableWalk::SampleTableWalk(const SampleTableBoxes& boxes, bool sound, const ReadingPolicy& policy)
+SampleTableWalk::SampleTableWalk(const SampleTableBoxes& boxes, bool sound, const ReadingOptions& options)
     : m_boxes(boxes),
-      m_everySampleIsSync(policy.everySampleIsSyncWithoutTable),
+      m_everySampleIsSync(options.syncWithoutTable),
       m_grouped(IsGrouped(boxes, sound)),
-      m_groupedSampleBytes(policy.sizePcmByEntry ? PcmSampleBytes(boxes) : kStereo16) {
+      m_groupedSampleBytes(options.pcmSizeFromEntry ? PcmSampleBytes(boxes) : kStereo16) {
     if (m_grouped)
         m_count = GroupCount();
     else if (boxes.stsz != nullptr)

@@ -10,7 +10,7 @@ namespace Norvane::MediaKit::Filters::details {
 /// boxes must outlive it.
 class SampleTableWalk {
 public:
-    SampleTableWalk(const SampleTableBoxes& boxes, bool sound, const ReadingPolicy& policy);
+    SampleTableWalk(const SampleTableBoxes& boxes, bool sound, const ReadingOptions& options);
 
     /// Records that the sizes claim. PCM, of which each chunk is one record, counts chunks.
     std::uint64_t Count() const { return m_count; }

@@ -64,11 +64,11 @@ struct Built {
     TrackTables tables;
 };
 
-Built Build(const SampleTableBoxes& sampleTables, std::uint32_t handler = kVideo, const ReadingPolicy& policy = {},
+Built Build(const SampleTableBoxes& sampleTables, std::uint32_t handler = kVideo, const ReadingOptions& options = {},
             std::uint64_t fileSize = 1 << 20) {
     Built built{E_UNEXPECTED, EmptyTables()};
     ReadingBudget budget(fileSize);
-    built.result = BuildTrackTables(BoxesOf(handler), sampleTables, policy, budget, built.tables);
+    built.result = BuildTrackTables(BoxesOf(handler), sampleTables, options, budget, built.tables);
     return built;
 }
 
@@ -146,9 +146,9 @@ TEST(SampleTable, IsWalkedRowByRow) {
 }
 
 TEST(SampleTable, EverySampleIsSyncWithoutTableWhenTheHostSaysSo) {
-    const ReadingPolicy policy{.everySampleIsSyncWithoutTable = true};
-    EXPECT_EQ(Text(Build(Claim{.sizes = {1, 1}}.Boxes(), kVideo, policy).tables), "1000+1 0/0+10*, 1001+1 10/10+10*");
-    EXPECT_EQ(Text(Build(Claim{.stss = Numbers{2}, .sizes = {1, 1}}.Boxes(), kVideo, policy).tables),
+    const ReadingOptions options{.syncWithoutTable = true};
+    EXPECT_EQ(Text(Build(Claim{.sizes = {1, 1}}.Boxes(), kVideo, options).tables), "1000+1 0/0+10*, 1001+1 10/10+10*");
+    EXPECT_EQ(Text(Build(Claim{.stss = Numbers{2}, .sizes = {1, 1}}.Boxes(), kVideo, options).tables),
               "1000+1 0/0+10, 1001+1 10/10+10*");
 }
 
@@ -238,9 +238,9 @@ TEST(GroupedSound, CountsChunksThatTheSamplesNeed) {
 }
 
 TEST(GroupedSound, SizesByEntryWhenTheHostSaysSo) {
-    const ReadingPolicy policy{.sizePcmByEntry = true};
+    const ReadingOptions options{.pcmSizeFromEntry = true};
     SampleTableBoxes boxes = Claim{.stts = {{10, 1}}, .stsc = {{1, 10, 1}}, .size = 1, .count = 10}.Boxes();
-    const auto size = [&] { return std::uint32_t{Build(boxes, kSound, policy).tables.index_.at(0).size}; };
+    const auto size = [&] { return std::uint32_t{Build(boxes, kSound, options).tables.index_.at(0).size}; };
     EXPECT_EQ(size(), 40U) << "no description";
     const auto entry = std::make_shared<audio_sample_entry>(fourcc("sowt"));
     boxes.stsd = std::make_shared<sample_description_box>();
@@ -418,8 +418,8 @@ TEST(EditList, EmptyEditsInFrontDelayATrackWhenTheyAreHeeded) {
         TrackTables tables = EmptyTables();
         ReadingBudget budget(100);
         ASSERT_EQ(tables.timescale(), 1000u);
-        EXPECT_EQ(BuildTrackTables(boxes, Claim{.ctts = {{1, 7}}, .sizes = {1}}.Boxes(), {.heedEmptyEdits = true},
-                                   budget, tables),
+        EXPECT_EQ(BuildTrackTables(boxes, Claim{.ctts = {{1, 7}}, .sizes = {1}}.Boxes(), {.emptyEdits = true}, budget,
+                                   tables),
                   S_OK);
         EXPECT_EQ(tables.edit, c.edit);
         EXPECT_EQ(tables.index_[0].cts, WrappingSubtract(7, c.edit));

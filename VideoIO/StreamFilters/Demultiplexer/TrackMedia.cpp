@@ -17,7 +17,7 @@ constexpr MediaRow<HRESULT(const MediaSource&, TrackMedia&)> kHandlers[] = {
 }  // namespace
 
 HRESULT BuildTrackMedia(vio::mp4::mp4_parser& parser, DWORD handlerType, const vio::mp4::sample_description_box& stsd,
-                        const ReadingPolicy& policy, TrackTables& tables, TrackMedia& media) {
+                        const ReadingOptions& options, TrackTables& tables, TrackMedia& media) {
     const auto build = FindBuild(kHandlers, handlerType);
     if (build == nullptr) {
         QZReport(3, L"Unknown handler type %s", vio::mp4::fourcc_text(handlerType).c_str());
@@ -25,7 +25,7 @@ HRESULT BuildTrackMedia(vio::mp4::mp4_parser& parser, DWORD handlerType, const v
     }
     const auto& entry = stsd.entries.front();
     media.sampleEntry = entry->type;
-    return build({parser, entry, policy, tables}, media);
+    return build({parser, entry, options, tables}, media);
 }
 
 }  // namespace Norvane::MediaKit::Filters::details

@@ -61,17 +61,18 @@ struct Built {
 };
 
 Built BuildFrom(vio::mp4::mp4_parser& parser, DWORD handler, const vio::mp4::sample_description_box& stsd,
-                const ReadingPolicy& policy, TrackTables tables) {
+                const ReadingOptions& options, TrackTables tables) {
     const log_capture log;
     Built built;
-    built.result = BuildTrackMedia(parser, handler, stsd, policy, tables, built.media);
+    built.result = BuildTrackMedia(parser, handler, stsd, options, tables, built.media);
     for (const SyncRecord& record : tables.sync_index) built.sync_samples.push_back(record.sample);
     built.log = log.messages();
     return built;
 }
 
 /// From a file that is a sample description of one entry.
-Built Build(DWORD handler, const box_builder& entry, const ReadingPolicy& policy = {}, TrackTables tables = Tables()) {
+Built Build(DWORD handler, const box_builder& entry, const ReadingOptions& options = {},
+            TrackTables tables = Tables()) {
     failing_stream stream(make_full_box("stsd", 0, 0, box_builder().u32(1).add(entry)).bytes());
     vio::mp4::mp4_parser parser(stream);
     {
@@ -79,7 +80,7 @@ Built Build(DWORD handler, const box_builder& entry, const ReadingPolicy& policy
         parser.parse();
     }
     const auto stsd = std::dynamic_pointer_cast<vio::mp4::sample_description_box>(parser.boxes.at(0));
-    return BuildFrom(parser, handler, *stsd, policy, std::move(tables));
+    return BuildFrom(parser, handler, *stsd, options, std::move(tables));
 }
 
 struct Refused {
@@ -165,13 +166,13 @@ TEST(VideoTrackMedia, ReadsAvc) {
     EXPECT_EQ(avc1.format<MPEG2VIDEOINFO>().dwFlags, 4u);
 
     const Built avc3 =
-        Build(kVideo, visual_entry("avc3", 9, 9, make_box("avcC", avcc_record(units))), {.readAvc3AsAvc1 = true});
+        Build(kVideo, visual_entry("avc3", 9, 9, make_box("avcC", avcc_record(units))), {.avc3AsAvc1 = true});
     ExpectVideo(avc3, MEDIASUBTYPE_AVC1, {320, 240}, {4, 3}, 8000);
     EXPECT_EQ(avc3.media.sampleEntry, fourcc("avc3"));
 
     // All parameter sets in the samples: the record holds none, and the entry tells the size.
     const box_builder noSets = make_box("avcC", box_builder().add({1, 100, 0, 31, 0xFF, 0xE0, 0}));
-    const Built inBand = Build(kVideo, visual_entry("avc3", 64, 48, noSets), {.readAvc3AsAvc1 = true});
+    const Built inBand = Build(kVideo, visual_entry("avc3", 64, 48, noSets), {.avc3AsAvc1 = true});
     ExpectVideo(inBand, MEDIASUBTYPE_AVC1, {64, 48}, {64, 48}, 8000);
     EXPECT_TRUE(inBand.log.empty());
     EXPECT_EQ(inBand.format<MPEG2VIDEOINFO>().dwProfile, 100u);
@@ -179,9 +180,9 @@ TEST(VideoTrackMedia, ReadsAvc) {
     EXPECT_EQ(inBand.format<MPEG2VIDEOINFO>().dwFlags, 4u);
     // A record that says that it holds sets is held to it, and `avc1` has none in the samples.
     const box_builder cutOff = make_box("avcC", box_builder().add({1, 100, 0, 31, 0xFF, 0xE1, 0, 9, 0x67}));
-    EXPECT_EQ(Build(kVideo, visual_entry("avc3", 64, 48, cutOff), {.readAvc3AsAvc1 = true}).result, E_FAIL);
-    EXPECT_EQ(Build(kVideo, visual_entry("avc1", 64, 48, noSets), {.readAvc3AsAvc1 = true}).result, E_FAIL);
-    EXPECT_EQ(Build(kVideo, visual_entry("avc4", 9, 9), {.readAvc3AsAvc1 = true}).result, E_FAIL);
+    EXPECT_EQ(Build(kVideo, visual_entry("avc3", 64, 48, cutOff), {.avc3AsAvc1 = true}).result, E_FAIL);
+    EXPECT_EQ(Build(kVideo, visual_entry("avc1", 64, 48, noSets), {.avc3AsAvc1 = true}).result, E_FAIL);
+    EXPECT_EQ(Build(kVideo, visual_entry("avc4", 9, 9), {.avc3AsAvc1 = true}).result, E_FAIL);
 
     const Built bare = Build(kVideo, visual_entry("avc1", 320, 240));
     EXPECT_EQ(bare.result, S_OK);

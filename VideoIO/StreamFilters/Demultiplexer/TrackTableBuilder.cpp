@@ -28,13 +28,13 @@ std::int64_t TicksOf(EditIterator edit, EditIterator end, const movie_header_box
 
 /// The first edit that shows media decides where the presentation begins, and those in front of it when they are to be
 /// heeded; nothing else of the list is used.
-void ApplyEdits(const TrackBoxes& boxes, const ReadingPolicy& policy, TrackTables& tables) {
+void ApplyEdits(const TrackBoxes& boxes, const ReadingOptions& options, TrackTables& tables) {
     const edit_list_box& elst = *boxes.elst;
     const auto edit = std::find_if(elst.entries.begin(), elst.entries.end(),
                                    [](const auto& entry) { return entry.media_time != kEmptyEdit; });
     if (edit == elst.entries.end()) return;
     tables.edit = edit->media_time;
-    if (policy.heedEmptyEdits && boxes.mvhd != nullptr)
+    if (options.emptyEdits && boxes.mvhd != nullptr)
         tables.edit = WrappingSubtract(tables.edit, TicksOf(elst.entries.begin(), edit, *boxes.mvhd, tables));
     for (SampleRecord& record : tables.index_) record.cts = WrappingSubtract(record.cts, tables.edit);
 }
@@ -58,10 +58,10 @@ SampleTableBoxes FindSampleTables(mp4_parser& parser, const media_information_bo
     return tables;
 }
 
-HRESULT BuildTrackTables(const TrackBoxes& boxes, const SampleTableBoxes& sampleTables, const ReadingPolicy& policy,
+HRESULT BuildTrackTables(const TrackBoxes& boxes, const SampleTableBoxes& sampleTables, const ReadingOptions& options,
                          ReadingBudget& budget, TrackTables& tables) {
     if (tables.timescale() == 0) return E_FAIL;
-    const SampleTableWalk walk(sampleTables, boxes.hdlr->handler_type == fourcc("soun"), policy);
+    const SampleTableWalk walk(sampleTables, boxes.hdlr->handler_type == fourcc("soun"), options);
     if (walk.Count() != 0 && !walk.HasTimes()) return E_FAIL;
 
     const std::uint64_t inFragments = CountFragmentSamples(boxes);
@@ -79,13 +79,13 @@ HRESULT BuildTrackTables(const TrackBoxes& boxes, const SampleTableBoxes& sample
         dts = walk.Run(plainLimit, tables);
         tables.typical_duration = TypicalDuration(sampleTables.stts->entries);
     }
-    AddFragments(boxes, policy, fragmentLimit, dts, tables);
+    AddFragments(boxes, options, fragmentLimit, dts, tables);
 
     if (tables.max_sample_size == 0) {
         QZReport(1, L"The track max sample size is zero");
         return E_FAIL;
     }
-    if (boxes.elst != nullptr) ApplyEdits(boxes, policy, tables);
+    if (boxes.elst != nullptr) ApplyEdits(boxes, options, tables);
     return S_OK;
 }
 

@@ -151,7 +151,7 @@ constexpr MediaRow<HRESULT(const MediaSource&, const visual_sample_entry&, Track
 HRESULT BuildVideoMedia(const MediaSource& source, TrackMedia& media) {
     const auto visual_sample_entry = std::dynamic_pointer_cast<vio::mp4::visual_sample_entry>(source.entry);
     QZCheckCondition(visual_sample_entry != nullptr, E_UNEXPECTED);
-    const bool asAvc1 = source.policy.readAvc3AsAvc1 && source.entry->type == fourcc("avc3");
+    const bool asAvc1 = source.options.avc3AsAvc1 && source.entry->type == fourcc("avc3");
     const auto build = FindBuild(kEntries, asAvc1 ? fourcc("avc1") : source.entry->type);
     if (build == nullptr) {
         QZReport(3, L"Unknown visual sample entry type %s", vio::mp4::fourcc_text(source.entry->type).c_str());

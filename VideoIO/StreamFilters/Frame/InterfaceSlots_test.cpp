@@ -1,10 +1,13 @@
+#include "MediaKit/IFailureInformation.h"
 #include "MediaKit/IMP4MediaDemuxFilter.h"
 #include "MediaKit/IMPEG4Mux.h"
 #include "MediaKit/IMediaSampleMarker.h"
 #include "MediaKit/IOverrideMediaType.h"
 #include "MediaKit/IPerformanceInfoProvider.h"
 #include "MediaKit/IReadingPolicy.h"
+#include "MediaKit/IReadingReport.h"
 #include "MediaKit/IRecordingPolicy.h"
+#include "MediaKit/IRecordingResult.h"
 #include "MediaKit/IStreamRate.h"
 #include "MediaKit/ITrackInformation.h"
 #include "MediaKit/IVideoOrientation.h"
@@ -29,21 +32,19 @@ TEST(InterfaceSlots, OfTheMultiplexersAreWhereTheyArePublished) {
     expect_slots<IOverrideMediaType, IUnknown>("IOverrideMediaType", 3, &IOverrideMediaType::SetAspectRatio,
                                                &IOverrideMediaType::SetInterlaceFlags, &IOverrideMediaType::SetRate,
                                                &IOverrideMediaType::SetOrientation);
-    expect_slots<IRecordingPolicy, IUnknown>("IRecordingPolicy", 3, &IRecordingPolicy::SetKeepEveryUnit,
-                                             &IRecordingPolicy::SetEveryRandomAccessPictureIsSync,
-                                             &IRecordingPolicy::SetTimescale, &IRecordingPolicy::SetKeepStartTime,
-                                             &IRecordingPolicy::SetMediaTimesAreDecodeTimes);
+    expect_slots<IRecordingPolicy, IUnknown>("IRecordingPolicy", 3, &IRecordingPolicy::SetOptions,
+                                             &IRecordingPolicy::GetOptions);
+    expect_slots<IRecordingResult, IUnknown>("IRecordingResult", 3, &IRecordingResult::GetRecordingResult);
 }
 
 TEST(InterfaceSlots, OfTheDemultiplexerAreWhereTheyArePublished) {
     expect_slots<IMP4MediaDemuxFilter, IUnknown>(
         "IMP4MediaDemuxFilter", 3, &IMP4MediaDemuxFilter::GetCreationTime, &IMP4MediaDemuxFilter::Reserved1,
         &IMP4MediaDemuxFilter::IsStreamingOptimized, &IMP4MediaDemuxFilter::GetNearestSyncPoint);
-    expect_slots<IReadingPolicy, IUnknown>(
-        "IReadingPolicy", 3, &IReadingPolicy::SetReadAvc3AsAvc1, &IReadingPolicy::SetKnowSegmentBoxes,
-        &IReadingPolicy::SetEverySampleIsSyncWithoutTable, &IReadingPolicy::SetUseFragmentDecodeTimes,
-        &IReadingPolicy::SetSizePcmByEntry, &IReadingPolicy::SetRunsFollowEachOther,
-        &IReadingPolicy::SetLeaveOutBrokenParts, &IReadingPolicy::SetHeedEmptyEdits);
+    expect_slots<IReadingPolicy, IUnknown>("IReadingPolicy", 3, &IReadingPolicy::SetOptions,
+                                           &IReadingPolicy::GetOptions);
+    expect_slots<IReadingReport, IUnknown>("IReadingReport", 3, &IReadingReport::GetFindings);
+    expect_slots<IFailureInformation, IUnknown>("IFailureInformation", 3, &IFailureInformation::GetFirstFailure);
     expect_slots<qz_DSFilters::IStreamRate, IUnknown>("IStreamRate", 3, &qz_DSFilters::IStreamRate::GetRate);
     expect_slots<qz_DSFilters::IVideoOrientation, IUnknown>("IVideoOrientation", 3,
                                                             &qz_DSFilters::IVideoOrientation::GetOrientation);

@@ -20,7 +20,7 @@ constexpr std::size_t kLongestSet = 65535;  // that the configuration record can
 
 }  // namespace
 
-H265_byte_stream_handler::H265_byte_stream_handler(const CMediaType& mediaType, const HandlerOptions& options)
+H265_byte_stream_handler::H265_byte_stream_handler(const CMediaType& mediaType, const RecordingOptions& options)
     : byte_stream_handler(mediaType), m_options(options) {
     m_record.configurationVersion = 1;
     m_record.lengthSizeMinusOne = kUnitLengthSize - 1;

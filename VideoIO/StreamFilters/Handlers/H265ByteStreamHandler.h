@@ -13,7 +13,7 @@ namespace Norvane::MediaKit::Filters::details {
 /// parameter set of each kind describes the track.
 class H265_byte_stream_handler : public byte_stream_handler, private qz_MPEGUtil::HEVCNALUnitSplitter {
 public:
-    H265_byte_stream_handler(const CMediaType& mediaType, const HandlerOptions& options);
+    H265_byte_stream_handler(const CMediaType& mediaType, const RecordingOptions& options);
 
     HRESULT write(IMediaSample& sample, vio::byte_stream& stream, WrittenSample& written) override;
     HRESULT decoder_configuration(std::vector<std::uint8_t>& record) override;
@@ -27,7 +27,7 @@ private:
     void capture(std::uint32_t type, Unit unit);
     bool is_sync(std::uint32_t type) const;
 
-    const HandlerOptions m_options;
+    const RecordingOptions m_options;
     qz_MPEGUtil::HEVCDecoderConfigurationRecord m_record;  // without parameter sets
     std::vector<std::uint8_t> m_vps;
     std::vector<std::uint8_t> m_sps;

@@ -53,7 +53,7 @@ inline ComPtr<mediakit_test::heap_sample> Sample(Bytes bytes, bool sync = false)
 
 /// A handler writing to a stream that holds 100 bytes already.
 struct Writing {
-    explicit Writing(const CMediaType& type, IMediaSample* first = nullptr, details::HandlerOptions options = {})
+    explicit Writing(const CMediaType& type, IMediaSample* first = nullptr, RecordingOptions options = {})
         : handler(details::create_byte_stream_handler(type, first, options)) {
         stream.content.resize(100);
         stream.position = 100;

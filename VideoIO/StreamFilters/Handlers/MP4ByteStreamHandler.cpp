@@ -59,7 +59,7 @@ HRESULT pcm16be_byte_stream_handler::read(IMediaSample& sample, vio::byte_stream
 }
 
 std::unique_ptr<byte_stream_handler> create_byte_stream_handler(const CMediaType& mediaType, IMediaSample* firstSample,
-                                                                const HandlerOptions& options) {
+                                                                const RecordingOptions& options) {
     if (mediaType.subtype == MEDIASUBTYPE_H264) {
         return std::make_unique<H264_byte_stream_handler>(mediaType, firstSample);
     }

@@ -1,6 +1,7 @@
 // Between a media sample and the bytes of a track: one handler per track knows the codec's framing.
 #pragma once
 
+#include "MediaKit/IRecordingPolicy.h"
 #include "Platform/DirectShow/IMediaSample.h"
 #include "Platform/DirectShow/MediaType.h"
 #include "VideoIO/StreamFilters/Container/byte_stream.h"
@@ -11,14 +12,6 @@
 #include <vector>
 
 namespace Norvane::MediaKit::Filters::details {
-
-/// Departures from the usual treatment of H.265, off unless a host asks for them.
-struct HandlerOptions {
-    /// Units of type 0 (TRAIL_N) are found and written too.
-    bool keepEveryH265Unit = false;
-    /// All random access pictures (unit types 16 to 21) are sync samples, not IDR_W_RADL alone.
-    bool everyRandomAccessPictureIsSync = false;
-};
 
 /// What became of a sample in the file.
 struct WrittenSample {
@@ -73,6 +66,6 @@ public:
 /// The handler for a media type. `firstSample`, when there is one, may give parameter sets that the type lacks. Never
 /// null today: a type without framing of its own has the plain handler.
 std::unique_ptr<byte_stream_handler> create_byte_stream_handler(const CMediaType& mediaType, IMediaSample* firstSample,
-                                                                const HandlerOptions& options = {});
+                                                                const RecordingOptions& options = {});
 
 }  // namespace Norvane::MediaKit::Filters::details

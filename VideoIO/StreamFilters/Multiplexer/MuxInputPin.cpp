@@ -151,29 +151,18 @@ HRESULT MP4MediaMuxInputPin::SetOrientation(DWORD orientation) {
     return S_OK;
 }
 
-HRESULT MP4MediaMuxInputPin::SetKeepEveryUnit(BOOL keep) {
-    return SetPolicy(m_track.handlerOptions.keepEveryH265Unit, keep != FALSE);
-}
-
-HRESULT MP4MediaMuxInputPin::SetEveryRandomAccessPictureIsSync(BOOL sync) {
-    return SetPolicy(m_track.handlerOptions.everyRandomAccessPictureIsSync, sync != FALSE);
-}
-
-HRESULT MP4MediaMuxInputPin::SetTimescale(DWORD unitsPerSecond) {
-    return SetPolicy(m_track.wantedTimescale, unitsPerSecond);
-}
-
-HRESULT MP4MediaMuxInputPin::SetKeepStartTime(BOOL keep) { return SetPolicy(m_track.keepStart, keep != FALSE); }
-
-HRESULT MP4MediaMuxInputPin::SetMediaTimesAreDecodeTimes(BOOL are) {
-    return SetPolicy(m_track.decodeTimesAreGiven, are != FALSE);
-}
-
-template <class Field, class Value>
-HRESULT MP4MediaMuxInputPin::SetPolicy(Field& field, Value value) {
+HRESULT MP4MediaMuxInputPin::SetOptions(const RecordingOptions* options) {
+    QZCheckCondition(options != nullptr, E_POINTER);
     const CAutoLock lock(m_pLock);
     if (m_track.handler) return VFW_E_WRONG_STATE;
-    field = value;
+    m_track.options = *options;
+    return S_OK;
+}
+
+HRESULT MP4MediaMuxInputPin::GetOptions(RecordingOptions* options) {
+    QZCheckCondition(options != nullptr, E_POINTER);
+    const CAutoLock lock(m_pLock);
+    *options = m_track.options;
     return S_OK;
 }
 

@@ -76,16 +76,11 @@ public:
     HRESULT SetOrientation(DWORD orientation) override;
 
     // IRecordingPolicy
-    HRESULT SetKeepEveryUnit(BOOL keep) override;
-    HRESULT SetEveryRandomAccessPictureIsSync(BOOL sync) override;
-    HRESULT SetTimescale(DWORD unitsPerSecond) override;
-    HRESULT SetKeepStartTime(BOOL keep) override;
-    HRESULT SetMediaTimesAreDecodeTimes(BOOL are) override;
+    HRESULT SetOptions(const RecordingOptions* options) override;
+    HRESULT GetOptions(RecordingOptions* options) override;
 
 private:
     HRESULT ApplyTypeOf(IMediaSample& sample);
-    template <class Field, class Value>
-    HRESULT SetPolicy(Field& field, Value value);
 
     // Constant after construction
     MuxFilter& m_mux;

@@ -152,23 +152,16 @@ TEST_F(MuxPins, PoliciesAreForTheTimeBeforeTheFirstSample) {
     ConnectVideo();
     const auto policy = ComPtr<IPin>(&Input(0)).query<IRecordingPolicy>();
     ASSERT_TRUE(policy);
-    EXPECT_EQ(policy->SetKeepEveryUnit(TRUE), S_OK);
-    EXPECT_EQ(policy->SetEveryRandomAccessPictureIsSync(TRUE), S_OK);
-    EXPECT_TRUE(Input(0).Track().handlerOptions.keepEveryH265Unit);
-    EXPECT_TRUE(Input(0).Track().handlerOptions.everyRandomAccessPictureIsSync);
-    EXPECT_EQ(policy->SetTimescale(12800), S_OK);
-    EXPECT_EQ(policy->SetKeepStartTime(TRUE), S_OK);
-    EXPECT_TRUE(Input(0).Track().keepStart);
-    EXPECT_EQ(policy->SetMediaTimesAreDecodeTimes(TRUE), S_OK);
-    EXPECT_TRUE(Input(0).Track().decodeTimesAreGiven);
-    EXPECT_EQ(policy->SetKeepEveryUnit(FALSE), S_OK);
-    EXPECT_FALSE(Input(0).Track().handlerOptions.keepEveryH265Unit);
+    RecordingOptions options{.keepEveryH265Unit = true, .timescale = 12800};
+    EXPECT_EQ(policy->SetOptions(&options), S_OK);
     Play();
     ASSERT_EQ(Send(0, 0), S_OK);
     EXPECT_EQ(Input(0).Track().timescale, 12800u);
-    EXPECT_EQ(policy->SetKeepEveryUnit(TRUE), VFW_E_WRONG_STATE);
-    EXPECT_EQ(policy->SetTimescale(0), VFW_E_WRONG_STATE);
-    EXPECT_FALSE(Input(0).Track().handlerOptions.keepEveryH265Unit);
+    options.timescale = 0;
+    EXPECT_EQ(policy->SetOptions(&options), VFW_E_WRONG_STATE);
+    EXPECT_EQ(policy->GetOptions(&options), S_OK);
+    EXPECT_TRUE(options.keepEveryH265Unit);
+    EXPECT_EQ(options.timescale, 12800u);
 }
 
 TEST(MuxPerformanceCountersTest, KeepsTheLastThreeHundredInOneRun) {
