@@ -22,7 +22,10 @@ bool failing_stream::read(void* buffer, std::uint32_t count) {
 }
 
 bool failing_stream::make_room(std::uint32_t count) {
-    if (writes++ >= failing_write) return false;
+    if (writes++ >= failing_write && failures > 0) {
+        --failures;
+        return false;
+    }
     if (content.size() < position + count) content.resize(position + count);
     position += count;
     return true;

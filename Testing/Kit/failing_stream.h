@@ -32,6 +32,7 @@ public:
     std::uint64_t failing_read = never;
     std::uint64_t failing_write = never;
     std::uint64_t failing_seek = never;
+    std::uint64_t failures = never;  ///< that many writes fail, and then they succeed again
 
     void close() override {}
     std::uint64_t size() override { return content.size(); }

@@ -167,10 +167,13 @@ public:
     }
     /// One that arrives during a flush belongs to what is being thrown away.
     HRESULT EndOfStream() override {
-        const std::lock_guard hold(m_records);
-        if (m_bFlushing) return S_FALSE;
-        ++m_ends;
-        m_segment_ended = true;
+        {
+            const std::lock_guard hold(m_records);
+            if (m_bFlushing) return S_FALSE;
+            ++m_ends;
+            m_segment_ended = true;
+        }
+        on_end();
         return S_OK;
     }
     HRESULT NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override {
@@ -232,6 +235,7 @@ public:
 
     std::function<HRESULT(IMediaSample*)> on_receive = [](IMediaSample*) { return S_OK; };
     std::function<void(bool begins)> on_flush = [](bool) {};
+    std::function<void()> on_end = [] {};
     HRESULT allocator_result = S_OK;
     int notify_failures = 0;  ///< That many NotifyAllocator calls are refused.
 

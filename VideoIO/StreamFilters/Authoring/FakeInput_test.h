@@ -1,7 +1,6 @@
 // Streams, tracks and inputs for the tests of authoring.
 #pragma once
 
-#include "Testing/Kit/heap_sample.h"
 #include "VideoIO/StreamFilters/Authoring/TrackInput.h"
 
 #include <cstring>
@@ -38,36 +37,27 @@ inline CMediaType AudioType(DWORD samplesPerSecond = 48000) {
 /// A pin as authoring sees it.
 class FakeInput final : public TrackInput {
 public:
-    FakeInput(std::uint32_t index, const CMediaType& type) : m_index(index), m_type(type) {
-        m_name = L"Input_" + std::to_wstring(index);
-    }
+    FakeInput(std::uint32_t index, const CMediaType& type)
+        : m_index(index), m_type(type), m_name(L"Input_" + std::to_wstring(index)) {}
 
     bool connected = true;
     bool getsHandler = true;  ///< at its first sample
+    int drained = 0;          ///< times that it was signalled
 
     bool IsTrackConnected() const override { return connected; }
     std::uint32_t TrackIndex() const override { return m_index; }
     const wchar_t* TrackName() const override { return m_name.c_str(); }
     const CMediaType& TrackMediaType() const override { return m_type; }
     MovieTrack& Track() override { return m_track; }
-    InputState& State() override { return m_state; }
-
-    /// Queues a sample as a pin would.
-    void Add(REFERENCE_TIME start, REFERENCE_TIME duration, std::vector<BYTE> bytes, bool sync = true) {
-        if (m_type.majortype == MEDIATYPE_Video) m_track.NoteVideoArrival(start);
-        if (m_state.firstStart == MinTime) m_state.firstStart = start;
-        if (getsHandler && !m_track.handler) m_track.handler = std::make_unique<details::byte_stream_handler>(m_type);
-        const auto sample = mediakit_test::heap_sample::create(std::move(bytes), start, start + duration, sync);
-        m_state.queue.Push(start - m_state.firstStart, sample.get());
-        ++m_state.received;
-    }
+    void SignalEndOfTrack() override {}
+    void SignalDrained() override { ++drained; }
+    void ResetEndOfTrack() override {}
 
 private:
     const std::uint32_t m_index;
     const CMediaType m_type;
-    std::wstring m_name;
+    const std::wstring m_name;
     MovieTrack m_track;
-    InputState m_state;
 };
 
 }  // namespace Norvane::MediaKit::Filters::testdata

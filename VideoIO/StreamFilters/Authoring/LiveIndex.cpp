@@ -21,6 +21,7 @@ void LiveIndex::BeginRecording() {
     const CAutoLock lock(&m_lock);
     m_liveSource.m_ended = false;
     for (auto& [number, track] : m_liveSource.m_tracks) track.recordingStart = track.samples.size();
+    for (const auto& [key, consumer] : m_liveSource.m_consumers) consumer->finished = consumer->closed;
 }
 
 void LiveIndex::ShiftRecording(std::uint64_t bytes) {

@@ -34,7 +34,7 @@ public:
         REFERENCE_TIME lastStart = 0;
     };
 
-    /// Consumers that come from now on wait for samples again. What is in the index stays.
+    /// Consumers that were not told the end of the last recording go on with this one. What is in the index stays.
     void BeginRecording() MK_EXCLUDES(m_lock);
 
     /// The sample data of this recording lie further towards the end of the file than was entered.

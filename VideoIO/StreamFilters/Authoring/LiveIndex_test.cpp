@@ -10,8 +10,8 @@
 namespace Norvane::MediaKit::Filters {
 namespace {
 
-constexpr std::uint64_t Key = 77;
-constexpr REFERENCE_TIME Second = 10000000;
+constexpr std::uint64_t kKey = 77;
+constexpr REFERENCE_TIME kSecond = 10000000;
 
 LiveSampleInfo Sample(std::uint64_t n, REFERENCE_TIME duration = 400000) {
     LiveSampleInfo info;
@@ -30,12 +30,12 @@ bool Same(const LiveSampleInfo& a, const LiveSampleInfo& b) {
            a.stop == b.stop && a.mediaStart == b.mediaStart && a.mediaStop == b.mediaStop && a.sync == b.sync;
 }
 
-struct LiveIndexTest : testing::Test {
-    LiveIndex index;
+struct LiveIndex : testing::Test {
+    Filters::LiveIndex index;
     wil::unique_event abort{wil::EventOptions::ManualReset};
     std::vector<LiveSampleInfo> got;
 
-    HRESULT Get(std::uint32_t timeoutMs = 0, std::uint64_t key = Key) {
+    HRESULT Get(std::uint32_t timeoutMs = 0, std::uint64_t key = kKey) {
         return index.GetSamples(key, got, timeoutMs, abort.get());
     }
     void Append(std::uint64_t from, std::uint64_t to, std::uint32_t track = 0) {
@@ -47,9 +47,9 @@ struct LiveIndexTest : testing::Test {
     }
 };
 
-TEST_F(LiveIndexTest, GivesALateConsumerTheHistoryAndThenWhatComes) {
+TEST_F(LiveIndex, LateConsumerGetsHistory) {
     Append(0, 10000);
-    const auto history = index.AddConsumer(0, Key, L"reader");
+    const auto history = index.AddConsumer(0, kKey, L"reader");
     EXPECT_EQ(history.samples, 10000u);
     EXPECT_EQ(history.firstStart, 0);
     EXPECT_EQ(history.firstSize, 100u);
@@ -67,7 +67,7 @@ TEST_F(LiveIndexTest, GivesALateConsumerTheHistoryAndThenWhatComes) {
     ExpectGot(10003, 10004);
 }
 
-TEST_F(LiveIndexTest, TracksAndConsumersAreIndependent) {
+TEST_F(LiveIndex, TracksAreIndependent) {
     index.AddConsumer(0, 1, L"a");
     index.AddConsumer(1, 2, L"b");
     Append(0, 3, 1);
@@ -82,24 +82,24 @@ TEST_F(LiveIndexTest, TracksAndConsumersAreIndependent) {
     EXPECT_EQ(index.AddConsumer(7, 3, nullptr).samples, 0u);
 }
 
-TEST_F(LiveIndexTest, AKeyThatIsThereStaysAsItIs) {
-    index.AddConsumer(0, Key, L"first");
+TEST_F(LiveIndex, ExistingKeyStays) {
+    index.AddConsumer(0, kKey, L"first");
     Append(0, 2);
     EXPECT_EQ(Get(), S_OK);
-    index.AddConsumer(0, Key, L"second");
+    index.AddConsumer(0, kKey, L"second");
     EXPECT_EQ(Get(), VFW_E_TIMEOUT) << "the history is not given twice";
-    EXPECT_EQ(index.RemoveConsumer(Key), L"first");
-    EXPECT_EQ(index.RemoveConsumer(Key), std::nullopt);
+    EXPECT_EQ(index.RemoveConsumer(kKey), L"first");
+    EXPECT_EQ(index.RemoveConsumer(kKey), std::nullopt);
 }
 
-TEST_F(LiveIndexTest, AnUnknownKeyIsLogged) {
+TEST_F(LiveIndex, UnknownKeyIsLogged) {
     mediakit_test::log_capture log(1);
     EXPECT_EQ(Get(), E_INVALIDARG);
     EXPECT_EQ(log.count(1, L"it != m_liveSource.m_consumers.end()"), 1u);
 }
 
-TEST_F(LiveIndexTest, WakesAWaitingConsumer) {
-    index.AddConsumer(0, Key, L"reader");
+TEST_F(LiveIndex, AppendWakesConsumer) {
+    index.AddConsumer(0, kKey, L"reader");
     std::thread writer([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
         Append(0, 1);
@@ -109,28 +109,28 @@ TEST_F(LiveIndexTest, WakesAWaitingConsumer) {
     ExpectGot(0, 1);
 }
 
-TEST_F(LiveIndexTest, AbortEndsAWaitButRecordsWin) {
-    index.AddConsumer(0, Key, L"reader");
+TEST_F(LiveIndex, AbortEndsWait) {
+    index.AddConsumer(0, kKey, L"reader");
     abort.SetEvent();
     EXPECT_EQ(Get(60000), E_ABORT);
     Append(0, 1);
     EXPECT_EQ(Get(60000), S_OK);
-    EXPECT_EQ(index.GetSamples(Key, got, 0, nullptr), E_UNEXPECTED) << "no event to wait for";
+    EXPECT_EQ(index.GetSamples(kKey, got, 0, nullptr), E_UNEXPECTED) << "no event to wait for";
 }
 
-TEST_F(LiveIndexTest, AConsumerRemovedDuringItsWaitIsLeftAlone) {
-    index.AddConsumer(0, Key, L"reader");
+TEST_F(LiveIndex, ConsumerOutlivesRemoval) {
+    index.AddConsumer(0, kKey, L"reader");
     std::thread remover([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        EXPECT_TRUE(index.RemoveConsumer(Key));
+        EXPECT_TRUE(index.RemoveConsumer(kKey));
         Append(0, 1);
     });
     EXPECT_EQ(Get(100), VFW_E_TIMEOUT);
     remover.join();
 }
 
-TEST_F(LiveIndexTest, TheEndComesBehindTheLastSamples) {
-    index.AddConsumer(0, Key, L"reader");
+TEST_F(LiveIndex, EndFollowsLastSamples) {
+    index.AddConsumer(0, kKey, L"reader");
     Append(0, 2);
     index.EndRecording();
     EXPECT_EQ(Get(), S_OK);
@@ -144,8 +144,8 @@ TEST_F(LiveIndexTest, TheEndComesBehindTheLastSamples) {
     EXPECT_EQ(Get(60000, 2), S_FALSE);
 }
 
-TEST_F(LiveIndexTest, TheEndWakesAWaitingConsumer) {
-    index.AddConsumer(0, Key, L"reader");
+TEST_F(LiveIndex, EndWakesConsumer) {
+    index.AddConsumer(0, kKey, L"reader");
     std::thread writer([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
         index.EndRecording();
@@ -154,24 +154,33 @@ TEST_F(LiveIndexTest, TheEndWakesAWaitingConsumer) {
     writer.join();
 }
 
-TEST_F(LiveIndexTest, ASecondRecordingGoesOnInTheSameIndex) {
-    index.AddConsumer(0, Key, L"reader");
+TEST_F(LiveIndex, SecondRecordingContinues) {
+    index.AddConsumer(0, kKey, L"told the end of the first");
+    index.AddConsumer(0, 2, L"slow");
     Append(0, 2);
     index.EndRecording();
     Get();
     EXPECT_EQ(Get(), S_FALSE);
+    index.AddConsumer(0, 3, L"between the two");
     index.BeginRecording();
-    index.AddConsumer(0, 2, L"new");
+    index.AddConsumer(0, 4, L"new");
     Append(2, 4);
-    EXPECT_EQ(Get(0, 2), S_OK);
-    ExpectGot(0, 4);
-    EXPECT_EQ(Get(0, 2), VFW_E_TIMEOUT) << "a consumer of the second recording waits for more";
+    EXPECT_EQ(Get(), S_OK);
+    ExpectGot(2, 4);
+    EXPECT_EQ(Get(), S_FALSE);
+    for (const std::uint64_t key : {2, 3, 4}) {
+        EXPECT_EQ(Get(0, key), S_OK);
+        ExpectGot(0, 4);
+        EXPECT_EQ(Get(0, key), VFW_E_TIMEOUT) << key << " waits for more";
+    }
+    index.EndRecording();
+    EXPECT_EQ(Get(0, 2), S_FALSE);
 }
 
-TEST_F(LiveIndexTest, ShiftsWhatThisRecordingEntered) {
+TEST_F(LiveIndex, ShiftsThisRecording) {
     Append(0, 2, 0);
     index.BeginRecording();
-    index.AddConsumer(0, Key, L"reader");
+    index.AddConsumer(0, kKey, L"reader");
     Append(2, 4, 0);
     Append(0, 1, 1);
     index.ShiftRecording(1000);
@@ -188,15 +197,15 @@ TEST_F(LiveIndexTest, ShiftsWhatThisRecordingEntered) {
 }
 
 /// Both wait; one of them is given the sample, and the other learns that it came too late or hears nothing.
-TEST_F(LiveIndexTest, TwoThreadsOfOneConsumerShareItsSamples) {
-    index.AddConsumer(0, Key, L"reader");
+TEST_F(LiveIndex, ThreadsOfOneConsumerShare) {
+    index.AddConsumer(0, kKey, L"reader");
     for (std::uint64_t round = 0; round < 20; ++round) {
         std::atomic<std::size_t> given{0};
         std::vector<std::thread> threads;
         for (int i = 0; i < 2; ++i)
             threads.emplace_back([&] {
                 std::vector<LiveSampleInfo> samples(7);
-                const HRESULT hr = index.GetSamples(Key, samples, 30, abort.get());
+                const HRESULT hr = index.GetSamples(kKey, samples, 30, abort.get());
                 if (hr == S_OK)
                     given += samples.size();
                 else
@@ -205,31 +214,31 @@ TEST_F(LiveIndexTest, TwoThreadsOfOneConsumerShareItsSamples) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
         Append(round, round + 1);
         for (std::thread& thread : threads) thread.join();
-        Get();  // what came behind both time-outs
+        Get();  // what came after both time-outs
         EXPECT_LE(given, 1u);
     }
 }
 
-TEST_F(LiveIndexTest, ReachesATimeWhenEveryTrackHas) {
+TEST_F(LiveIndex, ReachesTimeOnEveryTrack) {
     const std::uint32_t tracks[] = {0, 1};
     Append(0, 25, 0);
-    EXPECT_FALSE(index.HaveReached(tracks, Second));
+    EXPECT_FALSE(index.HaveReached(tracks, kSecond));
     Append(0, 24, 1);
-    EXPECT_FALSE(index.HaveReached(tracks, Second));
+    EXPECT_FALSE(index.HaveReached(tracks, kSecond));
     Append(24, 25, 1);
-    EXPECT_TRUE(index.HaveReached(tracks, Second)) << "a stop time of one second is enough";
+    EXPECT_TRUE(index.HaveReached(tracks, kSecond)) << "a stop time of one second is enough";
 }
 
-TEST_F(LiveIndexTest, ReportsEveryThirtySecondsOfRecording) {
+TEST_F(LiveIndex, LogsStatusEveryThirtySeconds) {
     mediakit_test::log_capture log(5);
-    for (std::uint64_t n = 0; n <= 91; ++n) index.Append(0, Sample(n, Second));
+    for (std::uint64_t n = 0; n <= 91; ++n) index.Append(0, Sample(n, kSecond));
     // Past 30 s of the first sample, then past 30 s of the one that was reported.
     EXPECT_EQ(log.count(5, L"MP4 writer status: "), 2u);
     EXPECT_EQ(log.count(5, L"MP4 writer status: 00:00:31.000_0000, duration 00:00:32.000_0000, 32 samples"), 1u);
     EXPECT_EQ(log.count(5, L"MP4 writer status: 00:01:02.000_0000, duration 00:01:03.000_0000, 63 samples"), 1u);
 }
 
-TEST_F(LiveIndexTest, ReadersAndTheWriterRunAtOnce) {
+TEST_F(LiveIndex, ReadersAndWriterRunAtOnce) {
     constexpr std::uint64_t count = 20000;
     constexpr std::uint64_t readers = 3;
     std::vector<std::thread> threads;

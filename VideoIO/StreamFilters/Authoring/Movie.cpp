@@ -14,6 +14,7 @@ void Movie::Start(std::shared_ptr<vio::byte_stream> output, const MovieSettings&
     m_moov.reset();
     m_mvhd.reset();
     m_dataShift = 0;
+    m_complete = false;
     m_ftyp = AddFileType(m_writer);
     const auto mdat = m_writer.add_box<media_data_box>(nullptr);
     m_writer.write(output, false);
@@ -42,7 +43,7 @@ void Movie::Flush() {
     if (m_bs) m_bs->flush();
 }
 
-void Movie::Renew() {
+void Movie::Reset() {
     for (const auto& ref : m_tracks) {
         ref.track->tkhd.reset();
         ref.track->mdhd.reset();
@@ -59,6 +60,7 @@ void Movie::Renew() {
     m_mvhd.reset();
     m_settings = {};
     m_dataShift = 0;
+    m_complete = false;
 }
 
 }  // namespace Norvane::MediaKit::Filters

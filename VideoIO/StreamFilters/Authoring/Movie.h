@@ -37,7 +37,7 @@ public:
     /// Bytes of sample data in the open `mdat`.
     std::uint64_t OpenPayload() const { return m_mdats.back()->data_size; }
     void AddPayload(std::uint64_t size) { m_mdats.back()->data_size += size; }
-    /// A further `mdat` right behind the open one. Its header says 8 bytes, and its true size at the end.
+    /// Opens a further `mdat` right after the open one. Its header gives a size of 8 bytes until the end.
     void OpenNextMdat();
 
     /// Hands what the output stream has gathered to the system.
@@ -45,18 +45,24 @@ public:
 
     /// Completes the file: `moov` behind the last `mdat`, the sizes of all `mdat` boxes, and with `last`
     /// `moov` in front when the settings ask for it. With `absorbWrittenMoov` a `moov` that is in the file already
-    /// becomes dead space. Failures are logged; what is in `mdat` stays.
-    void Finalize(bool last, bool absorbWrittenMoov);
+    /// becomes dead space. Exceptions are logged and become the result; what is in `mdat` stays, and the sizes of the
+    /// boxes around it are written also when `moov` cannot be.
+    HRESULT Finalize(bool last, bool absorbWrittenMoov);
+    /// The index and all sizes are in the file, in one place or the other.
+    bool IsComplete() const { return m_complete; }
 
+    /// Where the last box ends.
+    std::uint64_t EndPosition() const;
     /// Bytes by which Finalize has moved the sample data towards the end of the file.
     std::uint64_t DataShift() const { return m_dataShift; }
 
     /// As new, with the tracks' storage kept.
-    void Renew();
+    void Reset();
 
 private:
     void AbsorbMoov();
     void BuildMoov();
+    void WriteMoov();
     void PatchMdatHeaders();
     void MoveMoovToFront();
     void WidenOffsetsBeyondLimit(std::uint64_t shift);
@@ -73,6 +79,7 @@ private:
     MovieSettings m_settings;
     std::vector<std::shared_ptr<vio::mp4::media_data_box>> m_mdats;  ///< in file order; the last one is open
     std::uint64_t m_dataShift = 0;
+    bool m_complete = false;
 };
 
 }  // namespace Norvane::MediaKit::Filters

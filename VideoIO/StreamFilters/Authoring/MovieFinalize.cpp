@@ -12,22 +12,36 @@ namespace Norvane::MediaKit::Filters {
 
 using namespace vio::mp4;
 
-void Movie::Finalize(bool last, bool absorbWrittenMoov) {
+HRESULT Movie::Finalize(bool last, bool absorbWrittenMoov) {
+    HRESULT result = S_OK;
     try {
         Complete(last, absorbWrittenMoov);
     } catch (const std::exception& e) {
         QZReport(1, L"Exception when finalizing the file %S", e.what());
+        const auto* const failure = dynamic_cast<const core::exception*>(&e);
+        result = failure != nullptr && FAILED(failure->result()) ? failure->result() : E_FAIL;
         Flush();  // what could be written of the end is with the system now, not when the sink goes
     }
+    return result;
 }
 
 void Movie::Complete(bool last, bool absorbWrittenMoov) {
     if (m_moov && absorbWrittenMoov) AbsorbMoov();
+    try {
+        WriteMoov();
+    } catch (...) {
+        PatchMdatHeaders();  // the bytes stay findable
+        throw;
+    }
+    PatchMdatHeaders();
+    m_complete = true;
+    if (last && m_settings.moveMoovToFront) MoveMoovToFront();
+}
+
+void Movie::WriteMoov() {
     if (!m_moov) BuildMoov();
     UpdateDurations(*m_mvhd, m_tracks);
     m_writer.write(m_bs, false);
-    PatchMdatHeaders();
-    if (last && m_settings.moveMoovToFront) MoveMoovToFront();
 }
 
 void Movie::AbsorbMoov() {
@@ -48,12 +62,19 @@ void Movie::BuildMoov() {
     AddUserData(m_writer, m_moov.get(), m_settings.metadata);
 }
 
-/// Their sizes are known since `moov` was laid out behind them.
 void Movie::PatchMdatHeaders() {
     const std::uint64_t position = m_bs->tell();
-    for (const auto& mdat : m_mdats) m_writer.write_box(m_bs, mdat.get());
+    for (const auto& mdat : m_mdats) {
+        mdat->size = mdat->header_size + mdat->data_size;
+        m_writer.write_box(m_bs, mdat.get());
+    }
     m_bs->seek(position);
     m_bs->flush();
+}
+
+std::uint64_t Movie::EndPosition() const {
+    const auto& mdat = *m_mdats.back();
+    return std::max(mdat.offset + mdat.size, m_moov->offset + m_moov->size);
 }
 
 void Movie::MoveMoovToFront() {
@@ -66,6 +87,7 @@ void Movie::MoveMoovToFront() {
     m_bs->move(front, front + shift, total);
     // A stream that could not move anything takes no more: the file is complete as it is, and stays so.
     core::require(m_bs->seek(front));
+    m_complete = false;
     m_dataShift = shift;
     m_moov->offset = front;
     ShiftChunkOffsets(shift);
@@ -76,6 +98,7 @@ void Movie::MoveMoovToFront() {
     }
     m_writer.write(m_bs, true);
     m_bs->flush();
+    m_complete = true;
 }
 
 /// Tables of 32 bits that the shift would take beyond the limit become tables of 64 bits, which makes

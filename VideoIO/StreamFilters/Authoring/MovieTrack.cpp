@@ -15,10 +15,10 @@ namespace Norvane::MediaKit::Filters {
 namespace {
 
 /// Samples looked back over for one that falls on the same tick; reordering does not reach further.
-constexpr std::size_t CollisionLookBack = 12;
+constexpr std::size_t kCollisionLookBack = 12;
 
 /// Entries of the presentation order that an earlier sample is moved past; far more than codecs reorder over.
-constexpr std::size_t InsertLookBack = 64;
+constexpr std::size_t kInsertLookBack = 64;
 
 HRESULT VideoRate(const CMediaType& type, qz_DSFilters::StreamRate& rate) {
     REFERENCE_TIME frameTime = 0;
@@ -57,21 +57,39 @@ void MovieTrack::BeginRecording() {
     needsCo64 = false;
     syncSamples.clear();
     endTime = 0;
+    handler.reset();
+}
+
+void MovieTrack::ResetStream() {
+    handler.reset();
+    rateIsSet = false;
+    timescale = kDefaultTimescale;
+    rate = {kDefaultTimescale, 1};
+}
+
+void MovieTrack::SetOptions(const RecordingOptions& chosen) {
+    if (chosen.timescale != options.timescale) rateIsSet = false;
+    options = chosen;
 }
 
 HRESULT MovieTrack::SetupFromMediaType(const CMediaType& type, IMediaSample* firstSample, bool forceTimescale90000) {
-    qz_DSFilters::StreamRate streamRate{DefaultTimescale, 1};
-    if (IsVideoTrack(type)) {
-        if (!forceTimescale90000) QZCheckHRESULT(VideoRate(type, streamRate));
-    } else if (IsAudioTrack(type)) {
+    if (!IsVideoTrack(type) && !IsAudioTrack(type)) return S_OK;
+    if (!rateIsSet) QZCheckHRESULT(SetRate(type, forceTimescale90000));
+    return handler ? S_OK : CreateHandler(type, firstSample);
+}
+
+HRESULT MovieTrack::SetRate(const CMediaType& type, bool forceTimescale90000) {
+    qz_DSFilters::StreamRate streamRate{kDefaultTimescale, 1};
+    if (IsAudioTrack(type)) {
         QZCheckHRESULT(AudioRate(type, streamRate));
-    } else {
-        return S_OK;
+    } else if (!forceTimescale90000) {
+        QZCheckHRESULT(VideoRate(type, streamRate));
     }
     if (options.timescale != 0 && !forceTimescale90000) streamRate = {options.timescale, 1};
     rate = streamRate;
     timescale = static_cast<std::uint32_t>(rate.m_numerator);
-    return handler ? S_OK : CreateHandler(type, firstSample);
+    rateIsSet = true;
+    return S_OK;
 }
 
 HRESULT MovieTrack::CreateHandler(const CMediaType& type, IMediaSample* firstSample) {
@@ -81,7 +99,7 @@ HRESULT MovieTrack::CreateHandler(const CMediaType& type, IMediaSample* firstSam
     return S_OK;
 }
 
-void MovieTrack::NoteVideoArrival(REFERENCE_TIME start) {
+void MovieTrack::DetectReordering(REFERENCE_TIME start) {
     if (!reorderDetected && !options.mediaTimesAreDecodeTimes && start < lastStart) {
         reorderDetected = true;
         for (std::size_t i = 0; i < samples.size(); ++i) InsertInPresentationOrder(samples[i].start);
@@ -120,7 +138,7 @@ void MovieTrack::AppendChunk(std::size_t firstSample, std::uint64_t maxStcoOffse
 void MovieTrack::InsertInPresentationOrder(REFERENCE_TIME start) {
     presentationOrder.push_back(start);
     std::size_t at = presentationOrder.size() - 1;
-    const std::size_t first = at - std::min(at, InsertLookBack);
+    const std::size_t first = at - std::min(at, kInsertLookBack);
     for (; at > first && presentationOrder[at - 1] > start; --at) presentationOrder[at] = presentationOrder[at - 1];
     presentationOrder[at] = start;
     if (at > 0 && presentationOrder[at - 1] > start) presentationOrderIsSorted = false;
@@ -138,18 +156,18 @@ void MovieTrack::SortPresentationOrder() {
 bool MovieTrack::SharesTickWithRecentSample(REFERENCE_TIME start) const {
     const std::int64_t tick = ToTicks(timescale, start);
     const std::size_t end = samples.size();
-    for (std::size_t i = end - std::min(end, CollisionLookBack); i < end; ++i)
+    for (std::size_t i = end - std::min(end, kCollisionLookBack); i < end; ++i)
         if (ToTicks(timescale, samples[i].start) == tick) return true;
     return false;
 }
 
 /// The ticks of all samples so far change with the timescale, since they are worked out from the start times.
 void MovieTrack::ResolveTickCollision(REFERENCE_TIME start, const wchar_t* streamName) {
-    if (timescale != DefaultTimescale) {
+    if (timescale != kDefaultTimescale) {
         // An integer quotient, 0 for rates above 90000; the numerator alone is used later.
-        rate.m_denominator *= DefaultTimescale / std::max<std::int64_t>(rate.m_numerator, 1);
-        rate.m_numerator = DefaultTimescale;
-        timescale = DefaultTimescale;
+        rate.m_denominator *= kDefaultTimescale / std::max<std::int64_t>(rate.m_numerator, 1);
+        rate.m_numerator = kDefaultTimescale;
+        timescale = kDefaultTimescale;
         if (QZ_LOG_ENABLED(3))
             QZReport(3,
                      L"Found non-monotonically increasing DTS at %s, in stream %s, switching to 90000 timescale, "

@@ -39,7 +39,7 @@ struct MovieChunk {
 };
 static_assert(sizeof(MovieChunk) == 16);
 
-inline constexpr std::uint32_t DefaultTimescale = 90000;
+inline constexpr std::uint32_t kDefaultTimescale = 90000;
 
 /// Lives in an input pin, which outlives every movie that refers to it. No lock of its own: the filter
 /// lock is held around every use.
@@ -65,9 +65,10 @@ struct MovieTrack {
     SegmentedVector<std::uint32_t> syncSamples;  ///< counted from 1, video only
     REFERENCE_TIME endTime = 0;                  ///< greatest stop time seen
 
-    // Of the stream, kept from one recording to the next.
-    std::uint32_t timescale = DefaultTimescale;  ///< ticks a second
-    qz_DSFilters::StreamRate rate{DefaultTimescale, 1};
+    // Of the stream, kept from one recording to the next, but for the handler, which is made anew.
+    bool rateIsSet = false;                       ///< rate and timescale were taken from a media type
+    std::uint32_t timescale = kDefaultTimescale;  ///< ticks a second
+    qz_DSFilters::StreamRate rate{kDefaultTimescale, 1};
     std::unique_ptr<details::byte_stream_handler> handler;
     std::uint32_t orientation = 4;  ///< quarter turns clockwise; 4: none
     RecordingOptions options;       ///< the host's
@@ -76,13 +77,17 @@ struct MovieTrack {
 
     /// Empties what belongs to one recording, before its first sample comes.
     void BeginRecording();
+    /// Forgets the stream: what connects next chooses rate, timescale and handler anew.
+    void ResetStream();
+    void SetOptions(const RecordingOptions& chosen);
 
-    /// Sets rate, timescale and handler by the stream's media type at its first sample. A type that cannot be
-    /// a track changes nothing. With `forceTimescale90000` video counts in ticks of 1/90000 s from the start.
+    /// Makes the handler by the stream's media type at the first sample of a recording, and sets rate and timescale at
+    /// the stream's first. A type that cannot be a track changes nothing. With `forceTimescale90000` video counts in
+    /// ticks of 1/90000 s from the start.
     HRESULT SetupFromMediaType(const CMediaType& type, IMediaSample* firstSample, bool forceTimescale90000);
 
-    /// Watches the order in which samples of a video stream arrive.
-    void NoteVideoArrival(REFERENCE_TIME start);
+    /// To be called with each sample of a video stream, in the order of arrival.
+    void DetectReordering(REFERENCE_TIME start);
 
     /// Enters a sample that is in the file. A video track whose timescale cannot tell two start times apart
     /// goes over to 90000. `streamName` is for the log.
@@ -99,6 +104,7 @@ struct MovieTrack {
     void SortPresentationOrder();
 
 private:
+    HRESULT SetRate(const CMediaType& type, bool forceTimescale90000);
     HRESULT CreateHandler(const CMediaType& type, IMediaSample* firstSample);
     void InsertInPresentationOrder(REFERENCE_TIME start);
     bool SharesTickWithRecentSample(REFERENCE_TIME start) const;

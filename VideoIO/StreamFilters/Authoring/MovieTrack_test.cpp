@@ -34,7 +34,7 @@ std::vector<std::int64_t> Entries(const SegmentedVector<std::int64_t>& table) {
     return entries;
 }
 
-TEST(MovieTrackSetup, TakesTheRateFromTheMediaType) {
+TEST(MovieTrack, SetupTakesRateFromMediaType) {
     struct Case {
         CMediaType type;
         bool force;
@@ -52,15 +52,13 @@ TEST(MovieTrackSetup, TakesTheRateFromTheMediaType) {
         EXPECT_EQ(track.rate, (qz_DSFilters::StreamRate{c.timescale, c.denominator}));
         EXPECT_NE(track.handler, nullptr);
     }
-}
 
-TEST(MovieTrackSetup, LeavesNoHandlerWithoutARate) {
     const mediakit_test::log_capture log(1);
     CMediaType shortBlock = Aac(48000);
     shortBlock.ReallocFormatBuffer(4);
-    const std::pair<CMediaType, HRESULT> cases[] = {
-        {Avc(0), E_INVALIDARG}, {Avc(MaxTime), E_FAIL}, {Aac(0), E_FAIL}, {shortBlock, E_FAIL}};
-    for (const auto& [type, result] : cases) {
+    const std::pair<CMediaType, HRESULT> failing[] = {
+        {Avc(0), E_INVALIDARG}, {Avc(MaxTime), E_FAIL}, {Aac(0), E_FAIL}, {shortBlock, E_FAIL}, {AudioType(), S_OK}};
+    for (const auto& [type, result] : failing) {
         MovieTrack track;
         EXPECT_EQ(track.SetupFromMediaType(type, nullptr, false), result);
         EXPECT_EQ(track.handler, nullptr);
@@ -70,33 +68,43 @@ TEST(MovieTrackSetup, LeavesNoHandlerWithoutARate) {
     EXPECT_EQ(log.count(1, L"format.nSamplesPerSec > 0"), 2u);
 }
 
-TEST(MovieTrackSetup, PassesOverTypesThatCannotBeTracks) {
-    MovieTrack track;
-    EXPECT_EQ(track.SetupFromMediaType(AudioType(), nullptr, false), S_OK);
-    EXPECT_EQ(track.handler, nullptr);
-    EXPECT_EQ(track.timescale, 90000u);
-}
-
-TEST(MovieTrackSetup, KeepsTheHandlerItHas) {
+TEST(MovieTrack, RateOutlivesRecordings) {
     MovieTrack track;
     track.SetupFromMediaType(Aac(48000), nullptr, false);
     const auto* const handler = track.handler.get();
     track.SetupFromMediaType(Aac(32000), nullptr, false);
     EXPECT_EQ(track.handler.get(), handler);
-    EXPECT_EQ(track.timescale, 32000u);
+    EXPECT_EQ(track.timescale, 48000u);
+
+    track.BeginRecording();
+    EXPECT_EQ(track.handler, nullptr) << "made anew, with the next stream's parameter sets";
+    track.SetupFromMediaType(Aac(32000), nullptr, false);
+    EXPECT_NE(track.handler, nullptr);
+    EXPECT_EQ(track.timescale, 48000u);
+
+    track.BeginRecording();
+    track.SetOptions({.timescale = 1000});
+    track.SetupFromMediaType(Aac(32000), nullptr, false);
+    EXPECT_EQ(track.timescale, 1000u) << "chosen in between";
+    track.ResetStream();
+    EXPECT_EQ(track.handler, nullptr);
+    EXPECT_EQ(track.rate, (qz_DSFilters::StreamRate{90000, 1}));
+    track.SetOptions({});
+    track.SetupFromMediaType(Aac(32000), nullptr, false);
+    EXPECT_EQ(track.timescale, 32000u) << "another stream";
 }
 
-TEST(MovieTrackOrder, FollowsStartTimesOnceASampleArrivesOutOfOrder) {
+TEST(MovieTrack, OrdersByStartOnceReordered) {
     MovieTrack track;
     for (REFERENCE_TIME start : {0, 400000, 1200000}) {
-        track.NoteVideoArrival(start);
+        track.DetectReordering(start);
         Append(track, start);
     }
     EXPECT_FALSE(track.reorderDetected);
     EXPECT_TRUE(track.presentationOrder.empty());
 
     for (REFERENCE_TIME start : {800000, 2400000, 1600000, 2000000, 1600000}) {
-        track.NoteVideoArrival(start);
+        track.DetectReordering(start);
         Append(track, start);
     }
     EXPECT_TRUE(track.reorderDetected);
@@ -108,42 +116,38 @@ TEST(MovieTrackOrder, FollowsStartTimesOnceASampleArrivesOutOfOrder) {
     EXPECT_EQ(track.lastStart, 0);
     EXPECT_TRUE(track.samples.empty());
     EXPECT_TRUE(track.presentationOrder.empty());
+    track.DetectReordering(-1);
+    EXPECT_TRUE(track.reorderDetected) << "a first sample before 0";
 }
 
-TEST(MovieTrackOrder, SortsWhatAClockThatIsSetBackLeavesBehind) {
+TEST(MovieTrack, SortsAfterClockIsSetBack) {
     // So many that moving each entry past all of the first half would take minutes.
-    constexpr REFERENCE_TIME half = 500000;
+    constexpr REFERENCE_TIME kHalf = 500000;
     MovieTrack track;
     track.timescale = 10000000;
-    for (const REFERENCE_TIME origin : {half, REFERENCE_TIME{0}})
-        for (REFERENCE_TIME n = 0; n < half; ++n) {
-            track.NoteVideoArrival(origin + n);
+    for (const REFERENCE_TIME origin : {kHalf, REFERENCE_TIME{0}})
+        for (REFERENCE_TIME n = 0; n < kHalf; ++n) {
+            track.DetectReordering(origin + n);
             Append(track, origin + n);
         }
     {
         const TrackTimeline timeline(track);
         for (std::size_t i = 0; i < timeline.size(); ++i)
             ASSERT_EQ(timeline.DecodeTime(i), static_cast<std::int64_t>(i));
-        EXPECT_EQ(timeline.MinimalOffset(), -half);
+        EXPECT_EQ(timeline.MinimalOffset(), -kHalf);
     }
 
-    track.NoteVideoArrival(0);
+    track.DetectReordering(0);
     Append(track, 0);
     const TrackTimeline again(track);
-    EXPECT_EQ(again.DecodeTime(1), 0) << "what came behind the sorting is sorted in too";
+    EXPECT_EQ(again.DecodeTime(1), 0) << "what came after the sorting is sorted in too";
     EXPECT_EQ(again.DecodeTime(2), 1);
 
     track.BeginRecording();
     EXPECT_TRUE(track.presentationOrderIsSorted);
 }
 
-TEST(MovieTrackOrder, FirstSampleBeforeZeroCountsAsOutOfOrder) {
-    MovieTrack track;
-    track.NoteVideoArrival(-1);
-    EXPECT_TRUE(track.reorderDetected);
-}
-
-TEST(MovieTrackTimescale, GoesOverTo90000WhenTwoSamplesShareATick) {
+TEST(MovieTrack, SharedTickChangesTimescale) {
     mediakit_test::log_capture log(3);
     MovieTrack track;
     track.timescale = 30000;
@@ -168,19 +172,16 @@ TEST(MovieTrackTimescale, GoesOverTo90000WhenTwoSamplesShareATick) {
 
     Append(track, 667333);
     EXPECT_EQ(log.count(3, L"at 00:00:00.066_7333, in stream Input_0, compensating."), 1u);
+
+    MovieTrack fast;
+    fast.timescale = 120000;
+    fast.rate = {120000, 1001};
+    Append(fast, 1);
+    Append(fast, 2);
+    EXPECT_EQ(fast.rate, (qz_DSFilters::StreamRate{90000, 0})) << "an integer quotient";
 }
 
-TEST(MovieTrackTimescale, RatesAbove90000LeaveADenominatorOfZero) {
-    MovieTrack track;
-    track.timescale = 120000;
-    track.rate = {120000, 1001};
-    Append(track, 1);
-    Append(track, 2);
-    EXPECT_EQ(track.timescale, 90000u);
-    EXPECT_EQ(track.rate, (qz_DSFilters::StreamRate{90000, 0}));
-}
-
-TEST(MovieTrackTimescale, LooksBackOverTwelveSamples) {
+TEST(MovieTrack, TickCollisionReachesTwelveSamples) {
     for (const int between : {11, 12}) {
         MovieTrack track;
         track.timescale = 25;
@@ -192,7 +193,7 @@ TEST(MovieTrackTimescale, LooksBackOverTwelveSamples) {
     }
 }
 
-TEST(MovieTrackTables, SyncSamplesAndTicksAreForVideoAlone) {
+TEST(MovieTrack, SyncSamplesAreOfVideo) {
     MovieTrack video;
     Append(video, 0, true);
     Append(video, 10000);
@@ -209,7 +210,7 @@ TEST(MovieTrackTables, SyncSamplesAndTicksAreForVideoAlone) {
     EXPECT_EQ(audio.endTime, 7);
 }
 
-TEST(MovieTrackTables, ALongTableKeepsItsEntries) {
+TEST(SegmentedVector, GrowsByBlocks) {
     SegmentedVector<MovieChunk> table;
     const std::size_t count = 3 * SegmentedVector<MovieChunk>::block_entries + 1;
     for (std::size_t i = 0; i < count; ++i) table.push_back({i, static_cast<std::uint32_t>(i), 1});
@@ -222,7 +223,7 @@ TEST(MovieTrackTables, ALongTableKeepsItsEntries) {
     EXPECT_EQ(table.front().offset, 7u);
 }
 
-TEST(TickScaling, RoundsHalvesAwayFromZeroAndStopsAtTheEnds) {
+TEST(TimeMath, RoundsAndSaturates) {
     EXPECT_EQ(ToTicks(90000, 333667), 3003);
     EXPECT_EQ(ToTicks(1000, 5000), 1);    // 0.5
     EXPECT_EQ(ToTicks(1000, -5000), -1);  // -0.5

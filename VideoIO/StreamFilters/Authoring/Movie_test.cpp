@@ -16,32 +16,61 @@ namespace {
 
 using namespace testdata;
 
-constexpr REFERENCE_TIME Frame = 400000;  // 25 a second
+constexpr REFERENCE_TIME kFrame = 400000;  // 25 a second
+constexpr REFERENCE_TIME kTick = 200000;   // 50 a second
 
-/// A recording of video at 25 frames a second.
-Recording Video() {
-    Recording recording({VideoType(Frame)});
-    recording[0].Track().timescale = 25;
-    recording[0].Track().rate = {25, 1};
-    return recording;
-}
+Recording Video() { return Recording({VideoType(kFrame)}, {25}); }
+Recording VideoAndAudio() { return Recording({VideoType(kFrame), AudioType(50)}, {25, 50}); }
 
-Recording VideoAndAudio() {
-    Recording recording({VideoType(Frame), AudioType(50)});
-    recording[0].Track().timescale = 25;
-    recording[0].Track().rate = {25, 1};
-    recording[1].Track().timescale = 50;
-    recording[1].Track().rate = {50, 1};
-    return recording;
-}
+/// A movie whose tables a test fills, to look at its boxes before they are released.
+struct TestMovie {
+    explicit TestMovie(std::vector<CMediaType> mediaTypes, std::uint32_t timescale = 25)
+        : types(std::move(mediaTypes)), tracks(types.size()) {
+        for (MovieTrack& track : tracks) {
+            track.timescale = timescale;
+            track.rate = {timescale, 1};
+        }
+    }
 
-TEST(Movie, OneVideoTrack) {
+    std::vector<CMediaType> types;
+    std::vector<MovieTrack> tracks;
+    MovieSettings settings;
+    std::shared_ptr<mediakit_test::failing_stream> file = std::make_shared<mediakit_test::failing_stream>();
+    Movie movie{TestClock};
+
+    void Start() {
+        std::vector<MovieTrackRef> refs;
+        for (std::size_t i = 0; i < tracks.size(); ++i) refs.push_back({&tracks[i], &types[i], 4});
+        movie.Start(file, settings, std::move(refs));
+    }
+    /// A sample that is a chunk of its own.
+    void Add(REFERENCE_TIME start, REFERENCE_TIME duration, const std::vector<std::uint8_t>& bytes = {1},
+             std::size_t n = 0) {
+        MovieTrack& track = tracks[n];
+        const bool video = types[n].majortype == MEDIATYPE_Video;
+        if (video) track.DetectReordering(start);
+        file->seek(movie.DataPosition() + movie.OpenPayload());
+        const std::uint64_t offset = file->tell();
+        file->write(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+        movie.AddPayload(bytes.size());
+        const std::size_t first = track.samples.size();
+        track.AppendSample({offset, start, static_cast<std::uint32_t>(bytes.size()), 1}, start + duration, video, L"");
+        track.AppendChunk(first, settings.maxStcoOffset);
+    }
+    MovieTrack& Finish() {
+        EXPECT_EQ(movie.Finalize(true, false), S_OK);
+        EXPECT_TRUE(movie.IsComplete());
+        return tracks[0];
+    }
+};
+
+TEST(Movie, WritesOneVideoTrack) {
     Recording recording = Video();
-    recording.Receive(0, 0, Frame, {1, 2, 3}, true);
-    recording.Receive(0, Frame, Frame, {4, 5}, false);
+    recording.Receive(0, 0, kFrame, {1, 2, 3}, true);
+    recording.Receive(0, kFrame, kFrame, {4, 5}, false);
     EXPECT_EQ(recording.file->content, Ftyp().add(box_builder().u32(8).text("mdat")).add({1, 2, 3, 4, 5}).bytes())
         << "while recording";
-    recording.Receive(0, 2 * Frame, Frame, {6}, false);
+    recording.Receive(0, 2 * kFrame, kFrame, {6}, false);
 
     ExpectedTrack track;
     track.duration = track.movieDuration = 3;
@@ -54,16 +83,16 @@ TEST(Movie, OneVideoTrack) {
               Ftyp().add(make_box("mdat", box_builder().add({1, 2, 3, 4, 5, 6}))).add(Moov(25, 3, {track})).bytes());
 }
 
-TEST(Movie, TwoTracksWithMetadataAndRotation) {
+TEST(Movie, WritesTwoTracksMetadataAndRotation) {
     Recording recording = VideoAndAudio();
     recording.settings.AddMetadata(0xA9737772, "tool");
     recording.settings.AddMetadata(0xA9646573, "a text");
     recording.settings.AddMetadata(0xA9737772, "2");
     recording[0].Track().orientation = 1;
     recording[1].Track().orientation = 1;
-    recording.Receive(0, 0, Frame, {1, 1}, true);
+    recording.Receive(0, 0, kFrame, {1, 1}, true);
     recording.Receive(1, 0, 200000, {2}, true);
-    recording.Receive(0, Frame, Frame, {3, 3}, true);
+    recording.Receive(0, kFrame, kFrame, {3, 3}, true);
     recording.Receive(1, 200000, 200000, {4}, true);
 
     ExpectedTrack video;
@@ -102,10 +131,10 @@ TEST(Movie, TwoTracksWithMetadataAndRotation) {
                                       .bytes());
 }
 
-TEST(Movie, ReorderedVideoHasCompositionOffsetsAndAnEdit) {
+TEST(Movie, ReorderedVideoHasOffsetsAndAnEdit) {
     Recording recording = Video();
     // I P B B P: in presentation order 0 3 1 2 4.
-    for (const int at : {0, 3, 1, 2, 4}) recording.Receive(0, at * Frame, Frame, {1}, at == 0);
+    for (const int at : {0, 3, 1, 2, 4}) recording.Receive(0, at * kFrame, kFrame, {1}, at == 0);
 
     ExpectedTrack track;
     track.duration = track.movieDuration = 5;
@@ -118,16 +147,6 @@ TEST(Movie, ReorderedVideoHasCompositionOffsetsAndAnEdit) {
     track.stss = Table{1};
     EXPECT_EQ(recording.Finish(),
               Ftyp().add(make_box("mdat", box_builder().fill(5, 1))).add(Moov(25, 5, {track})).bytes());
-}
-
-TEST(Movie, ReorderingFromAStartAboveZeroCountsFromTheFirstPicture) {
-    Recording recording = Video();
-    for (const int at : {10, 12, 11}) recording.Receive(0, at * Frame, Frame, {1}, true);
-    recording.EndAll();
-    const TrackTimeline timeline(recording[0].Track());
-    EXPECT_EQ(timeline.MinimalOffset(), 0) << "10, 11, 9 after the decode times 0, 1, 2";
-    EXPECT_EQ(timeline.DecodeTime(2), 2);
-    EXPECT_EQ(timeline.CompositionTime(1), 12);
 }
 
 /// Presentation times as a reader works them out from the tables and the edits, in ticks of both timescales (50).
@@ -145,8 +164,7 @@ std::vector<std::int64_t> PresentedAt(const MovieTrack& track, const TrackTimeli
     return times;
 }
 
-TEST(Movie, KeepsTheStartOfATrackThatIsToKeepIt) {
-    constexpr REFERENCE_TIME Tick = 200000;
+TEST(Movie, KeepsStartTimes) {
     struct Case {
         bool video;
         std::vector<std::int64_t> starts;
@@ -156,13 +174,11 @@ TEST(Movie, KeepsTheStartOfATrackThatIsToKeepIt) {
     for (const Case& test :
          {Case{false, {-2, 0, 2}, 1, 6, 4}, Case{false, {10, 12}, 2, 4, 14}, Case{true, {-4, 2, -2, 0}, 1, 8, 4},
           Case{true, {6, 10, 8, 12}, 2, 8, 14}, Case{true, {0, 4, 2, 6}, 1, 8, 8}}) {
-        Recording recording({test.video ? VideoType(2 * Tick) : AudioType(50)});
-        MovieTrack& track = recording[0].Track();
-        track.timescale = 50;
-        track.rate = {50, 1};
-        track.options.keepStartTime = true;
-        for (const std::int64_t start : test.starts) recording.Receive(0, start * Tick, 2 * Tick, {1}, true);
-        recording.Finish();
+        TestMovie recording({test.video ? VideoType(2 * kTick) : AudioType(50)}, 50);
+        recording.tracks[0].options.keepStartTime = true;
+        recording.Start();
+        for (const std::int64_t start : test.starts) recording.Add(start * kTick, 2 * kTick);
+        MovieTrack& track = recording.Finish();
         const TrackTimeline timeline(track);
         EXPECT_EQ(PresentedAt(track, timeline), test.starts);
         EXPECT_EQ(timeline.DecodeTime(0), 0);
@@ -172,8 +188,7 @@ TEST(Movie, KeepsTheStartOfATrackThatIsToKeepIt) {
     }
 }
 
-TEST(Movie, WritesDecodeTimesThatAreGiven) {
-    constexpr REFERENCE_TIME Tick = 200000;
+TEST(Movie, WritesGivenDecodeTimes) {
     struct Sample {
         std::int64_t decode, start;
     };
@@ -188,15 +203,13 @@ TEST(Movie, WritesDecodeTimesThatAreGiven) {
           Case{{{0, 4}, {2, 8}, {4, 6}}, {0, 2, 4}, {4, 6, 2}, 2, 4},                  // the same, without an edit
           Case{{{10, 10}, {11, 11}, {19, 19}}, {0, 1, 9}, {}, 2, 0},                   // uneven, and late
           Case{{{2, 2}, {4, 3}, {3, 4}}, {0, 2, 2}, {0, -1, 0}, 2, 0}}) {              // shown early; set back
-        Recording recording({VideoType(2 * Tick)});
-        MovieTrack& track = recording[0].Track();
-        track.timescale = 50;
-        track.rate = {50, 1};
+        TestMovie recording({VideoType(2 * kTick)}, 50);
+        MovieTrack& track = recording.tracks[0];
         track.options.mediaTimesAreDecodeTimes = true;
+        recording.Start();
         for (const Sample& sample : test.samples) {
-            recording[0].Add(sample.start * Tick, 2 * Tick, {1}, true);
-            LONGLONG begin = sample.decode * Tick, end = begin + 2 * Tick;
-            recording[0].State().queue.back().sample->SetMediaTime(&begin, &end);
+            track.AppendDecodeTime(sample.decode * kTick);
+            recording.Add(sample.start * kTick, 2 * kTick);
         }
         recording.Finish();
         const TrackTimeline timeline(track);
@@ -219,8 +232,7 @@ TEST(Movie, WritesDecodeTimesThatAreGiven) {
 
 TEST(Movie, OneSampleHasNoDurationTable) {
     Recording recording = Video();
-    recording.Receive(0, 0, Frame, {9}, false);
-    EXPECT_TRUE(recording.written.empty()) << "one sample is no span";
+    recording.Receive(0, 0, kFrame, {9}, false);
 
     ExpectedTrack track;
     track.duration = track.movieDuration = 1;
@@ -233,9 +245,8 @@ TEST(Movie, OneSampleHasNoDurationTable) {
 
 TEST(Movie, SamplesOnOneTickKeepAZeroDelta) {
     Recording recording = Video();
-    recording[0].Track().timescale = 90000;
-    recording[0].Track().rate = {90000, 1};
-    for (const REFERENCE_TIME start : {0, 1, 400000}) recording.Receive(0, start, Frame, {1}, false);
+    recording.SetTimescale(0, 90000);
+    for (const REFERENCE_TIME start : {0, 1, 400000}) recording.Receive(0, start, kFrame, {1}, false);
 
     ExpectedTrack track;
     track.timescale = 90000;
@@ -248,11 +259,11 @@ TEST(Movie, SamplesOnOneTickKeepAZeroDelta) {
               Ftyp().add(make_box("mdat", box_builder().fill(3, 1))).add(Moov(90000, 7200, {track})).bytes());
 }
 
-TEST(Movie, OpensAFurtherMdatWhenAChunkWouldPassTheLimit) {
+TEST(Movie, OpensFurtherMdatAtTheLimit) {
     Recording recording = Video();
     recording.settings.maxMdatSize = 7;
     recording.settings.maxStcoOffset = 46;
-    for (int i = 0; i < 4; ++i) recording.Receive(0, i * Frame, Frame, {1, 2, 3}, false);
+    for (int i = 0; i < 4; ++i) recording.Receive(0, i * kFrame, kFrame, {1, 2, 3}, false);
     // Two samples come first; the third, 3 bytes on top of 6, is too much for 7.
     const box_builder open = box_builder().u32(8).text("mdat").add({1, 2, 3, 1, 2, 3});
     EXPECT_EQ(recording.file->content, Ftyp().add(open).add(open).bytes()) << "while recording";
@@ -269,43 +280,33 @@ TEST(Movie, OpensAFurtherMdatWhenAChunkWouldPassTheLimit) {
         Ftyp().add(make_box("mdat", payload())).add(make_box("mdat", payload())).add(Moov(25, 4, {track})).bytes());
 }
 
-TEST(Movie, AChunkAtTheLimitStaysWith32Bits) {
-    Recording recording = Video();
-    recording.settings.maxStcoOffset = 34;
-    for (int i = 0; i < 3; ++i) recording.Receive(0, i * Frame, Frame, {1}, false);
-    recording.Finish();
-    EXPECT_FALSE(recording[0].Track().needsCo64);
-    EXPECT_NE(recording[0].Track().stco, nullptr);
-}
-
 ExpectedTrack FrontTrack() {
     ExpectedTrack track;
     track.duration = track.movieDuration = 3;
     track.stts = Table{3, 1};
     track.stsc = Table{1, 2, 1, 2, 1, 1};
     track.stsz = {2, 2, 2};
+    track.stco = Table{0, 0};
     return track;
 }
 
 TEST(Movie, MovesMoovToTheFront) {
+    ExpectedTrack track = FrontTrack();
+    const auto shift = static_cast<std::uint32_t>(Moov(25, 3, {track}).size());
+    track.stco = Table{32 + shift, 44 + shift};
+
     Recording recording = Video();
     recording.settings.moveMoovToFront = true;
     recording.settings.maxMdatSize = 4;
-    for (int i = 0; i < 3; ++i) recording.Receive(0, i * Frame, Frame, {1, 2}, false);
-
-    ExpectedTrack track = FrontTrack();
-    track.stco = Table{0, 0};
-    const auto shift = static_cast<std::uint32_t>(Moov(25, 3, {track}).size());
-    track.stco = Table{32 + shift, 44 + shift};
+    for (int i = 0; i < 3; ++i) recording.Receive(0, i * kFrame, kFrame, {1, 2}, false);
     EXPECT_EQ(recording.Finish(), Ftyp()
                                       .add(Moov(25, 3, {track}))
                                       .add(make_box("mdat", box_builder().add({1, 2, 1, 2})))
                                       .add(make_box("mdat", box_builder().add({1, 2})))
                                       .bytes());
     EXPECT_GT(recording.file->flushes, 0u);
-    EXPECT_EQ(recording.movie.DataShift(), shift);
-    recording.movie.Renew();
-    EXPECT_EQ(recording.movie.DataShift(), 0u);
+    EXPECT_EQ(recording.Samples(0)[2].offset, 44u + shift) << "readers find the moved data";
+    EXPECT_TRUE(recording.Result().fileComplete);
 }
 
 /// Gives up at a move, as a stream does that cannot start one.
@@ -314,88 +315,70 @@ public:
     void move(std::uint64_t, std::uint64_t, std::uint64_t) override { failing_seek = failing_write = 0; }
 };
 
-TEST(Movie, AMoveThatCannotStartLeavesTheFileComplete) {
+TEST(Movie, MoveThatCannotStartKeepsMoovAtTheEnd) {
     std::vector<std::uint8_t> expected;
     for (const bool front : {false, true}) {
-        mediakit_test::log_capture log(1);
+        const mediakit_test::log_capture log(1);
         Recording recording = Video();
         recording.file = std::make_shared<StreamThatCannotMove>();
-        DataStream data(recording.file->content);
         recording.settings.moveMoovToFront = front;
-        ASSERT_EQ(recording.StartMovie(), S_OK);
-        for (int i = 0; i < 3; ++i) recording[0].Add(i * Frame, Frame, {1, 2}, false);
-        data.position = recording.movie.DataPosition();
-        ChunkWriter(recording, recording.movie, data).Write(recording[0], MaxTime, true);
-        recording.movie.Finalize(true, false);
+        for (int i = 0; i < 3; ++i) recording.Receive(0, i * kFrame, kFrame, {1, 2}, false);
+        recording.Finish();
         EXPECT_EQ(log.count(1, L"Exception when finalizing the file "), front ? 1u : 0u);
-        EXPECT_EQ(recording.movie.DataShift(), 0u);
+        EXPECT_TRUE(recording.Result().fileComplete);
+        EXPECT_EQ(FAILED(recording.Result().failure.result), front) << "not what was asked for";
+        EXPECT_EQ(recording.Samples(0)[0].offset, 32u);
         if (!front) expected = recording.file->content;
         EXPECT_EQ(recording.file->content, expected);
     }
 }
 
-TEST(Movie, MovingToTheFrontWidensOffsetsThatTheShiftTakesBeyondTheLimit) {
+TEST(Movie, OffsetsAfterTheLimitAre64Bit) {
+    // The greater of two chunk offsets is at the limit, and one after it, before and after moov moves.
     ExpectedTrack track = FrontTrack();
-    track.stco = Table{0, 0};
-    const std::uint64_t narrowShift = Moov(25, 3, {track}).size();
-    track.stco.reset();
-    track.co64 = std::vector<std::uint64_t>{0, 0};
-    const std::uint64_t wideShift = Moov(25, 3, {track}).size();
-    ASSERT_EQ(wideShift, narrowShift + 8);
-    track.co64 = std::vector<std::uint64_t>{32 + wideShift, 36 + wideShift};
+    const std::uint64_t narrow = Moov(25, 3, {track}).size();
+    for (const bool front : {false, true})
+        for (const bool beyond : {false, true}) {
+            Recording recording = Video();
+            recording.settings.moveMoovToFront = front;
+            recording.settings.maxStcoOffset = 36 + (front ? narrow : 0) - (beyond ? 1 : 0);
+            for (int i = 0; i < 3; ++i) recording.Receive(0, i * kFrame, kFrame, {1, 2}, false);
 
-    Recording recording = Video();
-    recording.settings.moveMoovToFront = true;
-    recording.settings.maxStcoOffset = 36 + narrowShift - 1;
-    for (int i = 0; i < 3; ++i) recording.Receive(0, i * Frame, Frame, {1, 2}, false);
-    EXPECT_EQ(recording.Finish(),
-              Ftyp().add(Moov(25, 3, {track})).add(make_box("mdat", box_builder().add({1, 2, 1, 2, 1, 2}))).bytes());
-}
-
-TEST(Movie, AnOffsetThatTheShiftTakesToTheLimitStaysWith32Bits) {
-    ExpectedTrack track = FrontTrack();
-    track.stco = Table{0, 0};
-    const auto shift = static_cast<std::uint32_t>(Moov(25, 3, {track}).size());
-    Recording recording = Video();
-    recording.settings.moveMoovToFront = true;
-    recording.settings.maxStcoOffset = 36 + shift;
-    for (int i = 0; i < 3; ++i) recording.Receive(0, i * Frame, Frame, {1, 2}, false);
-    recording.Finish();
-    ASSERT_NE(recording[0].Track().stco, nullptr);
-    EXPECT_EQ(recording[0].Track().stco->offsets, (Table{32 + shift, 36 + shift}));
-}
-
-TEST(Movie, TheTrackThatNeedsItIsWidenedAlone) {
-    Recording recording = VideoAndAudio();
-    for (const bool front : {false, true}) {
-        recording.settings.moveMoovToFront = front;
-        for (const auto& input : recording.inputs) {
-            input->Track().BeginRecording();
-            input->State().BeginRecording();
+            const auto shift = static_cast<std::uint32_t>(front ? narrow + (beyond ? 8 : 0) : 0);
+            track.stco.reset();
+            track.co64.reset();
+            if (beyond)
+                track.co64 = std::vector<std::uint64_t>{32 + shift, 36 + shift};
+            else
+                track.stco = Table{32 + shift, 36 + shift};
+            const box_builder moov = Moov(25, 3, {track});
+            const box_builder mdat = make_box("mdat", box_builder().add({1, 2, 1, 2, 1, 2}));
+            EXPECT_EQ(recording.Finish(), Ftyp().add(front ? moov : mdat).add(front ? mdat : moov).bytes());
         }
-        recording.movie.Renew();
-        recording.file->content.clear();
-        recording.Receive(0, 0, Frame, std::vector<BYTE>(10, 1), true);
-        recording.Receive(1, 0, 200000, {2}, true);
-        recording.Receive(0, Frame, Frame, std::vector<BYTE>(10, 1), true);
-        recording.Finish();
-        // Between the places of the two tracks' chunks, once moov stands in front of them.
-        const std::uint64_t narrow = recording.file->content.size() - FtypSize - 8 - 21;
-        if (!front) recording.settings.maxStcoOffset = 32 + narrow + 10;
-    }
-    const std::uint64_t shift = recording.movie.DataShift();
-    EXPECT_EQ(recording.file->content.size(), FtypSize + shift + 8 + 21);
-    ASSERT_NE(recording[0].Track().stco, nullptr);
-    EXPECT_EQ(recording[0].Track().stco->offsets, (Table{static_cast<std::uint32_t>(32 + shift)}));
-    ASSERT_NE(recording[1].Track().co64, nullptr);
-    EXPECT_EQ(recording[1].Track().co64->offsets, (std::vector<std::uint64_t>{52 + shift}));
-    EXPECT_EQ(recording.file->content[52 + shift], 2);
 }
 
-TEST(Movie, AMoovThatIsInTheFileBecomesDeadSpaceWhenAsked) {
-    Recording recording = Video();
-    recording.Receive(0, 0, Frame, {1}, false);
-    recording.Receive(0, Frame, Frame, {2}, false);
+TEST(Movie, WidensTheTrackThatNeedsIt) {
+    TestMovie recording({VideoType(kFrame), AudioType(50)});
+    recording.settings.moveMoovToFront = true;
+    recording.settings.maxStcoOffset = 42 + 1000;  // between the two tracks' chunks, once moov is before them
+    recording.Start();
+    recording.Add(0, kFrame, std::vector<std::uint8_t>(500, 1));
+    recording.Add(0, kFrame, {2}, 1);
+    recording.Finish();
+    const std::uint64_t shift = recording.movie.DataShift();
+    ASSERT_LT(32 + shift, 1042u);
+    ASSERT_NE(recording.tracks[0].stco, nullptr);
+    EXPECT_EQ(recording.tracks[0].stco->offsets, (Table{static_cast<std::uint32_t>(32 + shift)}));
+    ASSERT_NE(recording.tracks[1].co64, nullptr);
+    EXPECT_EQ(recording.tracks[1].co64->offsets, (std::vector<std::uint64_t>{532 + shift}));
+    EXPECT_EQ(recording.file->content[532 + shift], 2);
+}
+
+TEST(Movie, AbsorbsWrittenMoov) {
+    TestMovie recording({VideoType(kFrame)});
+    recording.Start();
+    recording.Add(0, kFrame);
+    recording.Add(kFrame, kFrame);
     recording.movie.Finalize(false, false);
     const std::vector<std::uint8_t> first = recording.file->content;
     recording.movie.Finalize(false, false);
@@ -411,102 +394,87 @@ TEST(Movie, AMoovThatIsInTheFileBecomesDeadSpaceWhenAsked) {
 }
 
 TEST(Movie, LongRecordingsUse64BitHeaders) {
-    Recording recording = Video();
-    recording[0].Track().timescale = 90000;
+    TestMovie recording({VideoType(kFrame)}, 90000);
     const REFERENCE_TIME end = 600000000000;  // 16 h 40 min: 5.4e9 ticks
-    recording.Receive(0, 0, Frame, {1}, false);
-    recording.Receive(0, end - Frame, Frame, {1}, false);
-    recording.Finish();
-    const MovieTrack& track = recording[0].Track();
+    recording.Start();
+    recording.Add(0, kFrame);
+    recording.Add(end - kFrame, kFrame);
+    const MovieTrack& track = recording.Finish();
     EXPECT_EQ(track.mdhd->version, 1);
     EXPECT_EQ(track.mdhd->duration, 5400000000u);
     EXPECT_EQ(track.tkhd->version, 1);
     EXPECT_EQ(track.tkhd->duration, 5400000000u);
     EXPECT_EQ(track.elst->version, 1);
-    ExpectedTrack shortTrack;
+    ExpectedTrack shortTrack = FrontTrack();
     shortTrack.stts = Table{1, 0, 1, 0};
     shortTrack.stsc = Table{1, 1, 1};
     shortTrack.stsz = {1, 1};
-    shortTrack.stco = Table{0, 0};
-    EXPECT_EQ(recording.file->content.size(), FtypSize + 10 + Moov(0, 0, {shortTrack}).size() + 3 * 12 + 8)
-        << "mvhd, tkhd and mdhd grow by 12 bytes, elst by 8";
+    EXPECT_EQ(recording.file->content.size(), FtypSize + 10 + Moov(0, 0, {shortTrack}).size() + 3 * 12 + 8 + 24)
+        << "mvhd, tkhd and mdhd grow by 12 bytes, elst by 8; stss of two";
 }
 
-TEST(Movie, APictureSizeThatNoHeaderHoldsIsTakenModulo) {
+TEST(Movie, PictureSizeIsTakenModulo) {
     constexpr LONG least = std::numeric_limits<LONG>::min();
-    Recording recording({VideoType(Frame, least, least + 1)});
-    recording.Receive(0, 0, Frame, {1}, false);
-    recording.Finish();
-    EXPECT_EQ(recording[0].Track().tkhd->width, 0u);
-    EXPECT_EQ(recording[0].Track().tkhd->height, 0xFFFF0000u);
+    TestMovie recording({VideoType(kFrame, least, least + 1)});
+    recording.Start();
+    recording.Add(0, kFrame);
+    const MovieTrack& track = recording.Finish();
+    EXPECT_EQ(track.tkhd->width, 0u);
+    EXPECT_EQ(track.tkhd->height, 0xFFFF0000u);
 }
 
-TEST(Movie, FailuresAtTheEndAreLoggedAndSwallowed) {
-    mediakit_test::log_capture log(1);
-    Recording recording = Video();
-    recording.Receive(0, 0, Frame, {1}, false);
-    recording.Receive(0, Frame, Frame, {2}, false);
-    recording.file->failing_write = recording.file->writes + 10;
-    recording.Finish();
+TEST(Movie, MdatSizesAreWrittenWithoutMoov) {
+    const mediakit_test::log_capture log(1);
+    TestMovie recording({VideoType(kFrame)});
+    recording.Start();
+    for (int i = 0; i < 2; ++i) recording.Add(i * kFrame, kFrame, {1, 2, 3});
+    recording.movie.OpenNextMdat();
+    recording.Add(2 * kFrame, kFrame, {4});
+    const std::uint64_t flushes = recording.file->flushes;
+    recording.file->failing_write = recording.file->writes + 10;  // in moov, and once
+    recording.file->failures = 1;
+    EXPECT_TRUE(FAILED(recording.movie.Finalize(true, false)));
+    EXPECT_FALSE(recording.movie.IsComplete());
     EXPECT_EQ(log.count(1, L"Exception when finalizing the file "), 1u);
-    EXPECT_EQ(recording.file->content[FtypSize + 8], 1) << "the data stays";
+    auto content = recording.file->content;
+    content.resize(FtypSize + 14 + 9);
+    EXPECT_EQ(content, Ftyp()
+                           .add(make_box("mdat", box_builder().add({1, 2, 3, 1, 2, 3})))
+                           .add(make_box("mdat", box_builder().add({4})))
+                           .bytes());
+    EXPECT_GT(recording.file->flushes, flushes);
 }
 
-TEST(Movie, AStartThatFailsLeavesItNotStarted) {
-    Movie movie(TestClock);
-    FakeInput input(0, VideoType());
-    const auto file = std::make_shared<mediakit_test::failing_stream>();
-    file->failing_write = 3;
-    const std::vector<MovieTrackRef> refs{{&input.Track(), &input.TrackMediaType(), 4}};
-    EXPECT_THROW(movie.Start(file, {}, refs), core::exception);
-    EXPECT_EQ(movie.TrackCount(), 0u);
-    EXPECT_EQ(movie.DataPosition(), 0u);
+TEST(Movie, FailedStartLeavesItNotStarted) {
+    TestMovie recording({VideoType()});
+    recording.file->failing_write = 3;
+    EXPECT_THROW(recording.Start(), core::exception);
+    EXPECT_EQ(recording.movie.TrackCount(), 0u);
+    EXPECT_EQ(recording.movie.DataPosition(), 0u);
 
-    file->failing_write = mediakit_test::failing_stream::never;
-    movie.Start(file, {}, refs);
-    EXPECT_EQ(movie.TrackCount(), 1u);
-    EXPECT_EQ(movie.DataPosition(), FtypSize + 8u);
+    recording.file->failing_write = mediakit_test::failing_stream::never;
+    recording.Start();
+    EXPECT_EQ(recording.movie.TrackCount(), 1u);
+    EXPECT_EQ(recording.movie.DataPosition(), FtypSize + 8u);
 }
 
-TEST(Movie, ASecondRecordingStartsAnew) {
-    Recording recording = Video();
-    std::vector<std::uint8_t> first;
-    for (int run = 0; run < 2; ++run) {
-        recording[0].Track().BeginRecording();
-        recording[0].State().BeginRecording();
-        recording.file->content.clear();
-        for (const int at : {20, 22, 21}) recording.Receive(0, at * Frame, Frame, {1}, true);
-        const std::vector<std::uint8_t> content = recording.Finish();
-        recording.movie.Renew();
-        EXPECT_EQ(recording.movie.TrackCount(), 0u);
-        EXPECT_EQ(recording[0].Track().tkhd, nullptr) << "the boxes of a finished file are let go";
-        if (run == 0)
-            first = content;
-        else
-            EXPECT_EQ(content, first);
-    }
-    EXPECT_EQ(recording.starts, 2);
-}
-
-TEST(MovieTables, AMillionReorderedSamplesAreBuiltInAMoment) {
+TEST(TrackTimeline, MillionSamplesTakeAMoment) {
     MovieTrack track;
     track.timescale = 25;
     track.rate = {25, 1};
     for (int group = 0; group < 250000; ++group)
         for (const int at : {0, 3, 1, 2}) {
-            const REFERENCE_TIME start = (4 * group + at) * Frame;
-            track.NoteVideoArrival(start);
+            const REFERENCE_TIME start = (4 * group + at) * kFrame;
+            track.DetectReordering(start);
             const std::size_t first = track.samples.size();
-            track.AppendSample({first * 10, start, 10, 0}, start + Frame, true, L"");
+            track.AppendSample({first * 10, start, 10, 0}, start + kFrame, true, L"");
             track.AppendChunk(first, 0x80000000);
         }
-    ASSERT_EQ(track.presentationOrder.size(), 1000000u);
-
     const auto begin = std::chrono::steady_clock::now();
     vio::mp4::mp4_writer writer;
     const auto stbl = writer.add_box<vio::mp4::sample_table_box>(nullptr);
     const TrackTimeline timeline(track);
-    AddSampleTables(writer, stbl.get(), track, timeline, VideoType(Frame));
+    AddSampleTables(writer, stbl.get(), track, timeline, VideoType(kFrame));
     const auto took = std::chrono::steady_clock::now() - begin;
     EXPECT_EQ(track.stco->offsets.size(), 1000000u);
     EXPECT_LT(took, std::chrono::seconds(5)) << "a walk that is quadratic takes hours";

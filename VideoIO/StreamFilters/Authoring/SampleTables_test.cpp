@@ -12,7 +12,7 @@ using Runs = std::vector<std::pair<std::uint32_t, std::uint32_t>>;  ///< count, 
 
 constexpr REFERENCE_TIME kFrame = 400'000;
 
-TEST(SampleTables, TheLastSampleLastsAsLongAsItSaysWhereASourcesTimesAreKept) {
+TEST(SampleTables, LastDurationFollowsTheSource) {
     const struct {
         const char* name;
         bool keepStart, decodeTimes;

@@ -1,34 +1,14 @@
-// What authoring sees of an input pin.
+// An input pin as authoring sees it.
 #pragma once
 
 #include "Platform/DirectShow/MediaType.h"
 #include "VideoIO/StreamFilters/Authoring/MovieTrack.h"
-#include "VideoIO/StreamFilters/Authoring/SampleQueue.h"
 
 #include <cstdint>
 
 namespace Norvane::MediaKit::Filters {
 
-/// What an input pin has taken in and not written yet.
-struct InputState {
-    std::int64_t received = 0;  ///< samples since the pin became active
-    bool endOfStream = false;
-    SampleQueue queue;
-    REFERENCE_TIME chunkStart = 0;        ///< greatest key written, or where the next chunk was moved to begin
-    REFERENCE_TIME firstStart = MinTime;  ///< start time of the first sample; MinTime: none yet
-
-    /// Before the first sample of a recording.
-    void BeginRecording() {
-        received = 0;
-        endOfStream = false;
-        queue.Clear();
-        chunkStart = 0;
-        firstStart = MinTime;
-    }
-};
-
-/// The view that the interleaver, the chunk writer and the index have of a pin. The filter lock is held
-/// around every call.
+/// The pin of one track, which owns the track's tables. The filter lock is held around every call.
 class TrackInput {
 public:
     virtual bool IsTrackConnected() const = 0;
@@ -38,7 +18,11 @@ public:
     virtual const wchar_t* TrackName() const = 0;
     virtual const CMediaType& TrackMediaType() const = 0;
     virtual MovieTrack& Track() = 0;
-    virtual InputState& State() = 0;
+
+    // Events of the pin.
+    virtual void SignalEndOfTrack() = 0;
+    virtual void SignalDrained() = 0;
+    virtual void ResetEndOfTrack() = 0;
 
 protected:
     ~TrackInput() = default;

@@ -1,4 +1,5 @@
 #include "MediaKit/IFailureInformation.h"
+#include "MediaKit/ILiveSourceProvider.h"
 #include "MediaKit/IMP4MediaDemuxFilter.h"
 #include "MediaKit/IMPEG4Mux.h"
 #include "MediaKit/IMediaSampleMarker.h"
@@ -35,6 +36,11 @@ TEST(InterfaceSlots, OfTheMultiplexersAreWhereTheyArePublished) {
     expect_slots<IRecordingPolicy, IUnknown>("IRecordingPolicy", 3, &IRecordingPolicy::SetOptions,
                                              &IRecordingPolicy::GetOptions);
     expect_slots<IRecordingResult, IUnknown>("IRecordingResult", 3, &IRecordingResult::GetRecordingResult);
+    expect_slots<ILiveSourceProvider, IUnknown>(
+        "ILiveSourceProvider", 3, &ILiveSourceProvider::GetTrackCount, &ILiveSourceProvider::GetTrackMediaType,
+        &ILiveSourceProvider::GetBeginTime, &ILiveSourceProvider::GetEndTime, &ILiveSourceProvider::AddConsumer,
+        &ILiveSourceProvider::RemoveConsumer, &ILiveSourceProvider::GetSamples, &ILiveSourceProvider::GetSample,
+        &ILiveSourceProvider::GetTrackPosition);
 }
 
 TEST(InterfaceSlots, OfTheDemultiplexerAreWhereTheyArePublished) {

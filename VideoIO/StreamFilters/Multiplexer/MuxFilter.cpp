@@ -1,23 +1,15 @@
 #include "VideoIO/StreamFilters/Multiplexer/MuxFilter.h"
 
 #include "Logging/Checks.h"
-#include "MediaKit/Results.h"
-#include "Platform/DirectShow/IStream.h"
-#include "VideoIO/StreamFilters/Authoring/MediaKinds.h"
-#include "VideoIO/StreamFilters/Multiplexer/StreamByteStream.h"
 
 #include <algorithm>
 
 namespace Norvane::MediaKit::Filters {
 
-namespace {
-
-constexpr REFERENCE_TIME EnoughRecorded = 10000000;  // 1 s
-
-}  // namespace
-
-MuxFilter::MuxFilter(const char* name, IUnknown* outer, REFCLSID clsid, HRESULT* phr)
-    : CBaseFilter(name, outer, &m_lock, clsid, phr), m_outputPin(*this, &m_lock, phr) {
+MuxFilter::MuxFilter(const char* name, IUnknown* outer, REFCLSID clsid, HRESULT* phr, const MakeRecorder& makeRecorder)
+    : CBaseFilter(name, outer, &m_lock, clsid, phr),
+      m_outputPin(*this, &m_lock, phr),
+      m_recorder(makeRecorder(*this, m_outputPin, m_index, m_settings)) {
     const CAutoLock lock(&m_lock);
     AddInputPin();
 }
@@ -30,16 +22,17 @@ HRESULT MuxFilter::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
         return GetInterface(static_cast<qz_ChannelIO::IPerformanceInfoProvider*>(this), ppv);
     if (riid == qz_MPEGSystemFilters::IID_IMPEG4Mux)
         return GetInterface(static_cast<qz_MPEGSystemFilters::IMPEG4Mux*>(this), ppv);
+    if (riid == IID_IRecordingResult) return GetInterface(static_cast<IRecordingResult*>(this), ppv);
     return CBaseFilter::NonDelegatingQueryInterface(riid, ppv);
 }
 
-int MuxFilter::GetPinCount() {
-    const CAutoLock lock(&m_lock);
+int MuxFilter::GetPinCount() MK_NO_THREAD_SAFETY_ANALYSIS {
+    const CAutoLock lock(&m_pinsLock);
     return static_cast<int>(m_inputPins.size()) + 1;
 }
 
-CBasePin* MuxFilter::GetPin(int n) {
-    const CAutoLock lock(&m_lock);
+CBasePin* MuxFilter::GetPin(int n) MK_NO_THREAD_SAFETY_ANALYSIS {
+    const CAutoLock lock(&m_pinsLock);
     const auto inputs = static_cast<int>(m_inputPins.size());
     if (n < 0 || n > inputs) return nullptr;
     return n == inputs ? static_cast<CBasePin*>(&m_outputPin) : m_inputPins[static_cast<std::size_t>(n)].get();
@@ -47,9 +40,11 @@ CBasePin* MuxFilter::GetPin(int n) {
 
 void MuxFilter::AddInputPin() {
     HRESULT hr = S_OK;
-    m_inputPins.push_back(
-        std::make_unique<MP4MediaMuxInputPin>(*this, &m_lock, &hr, static_cast<std::uint32_t>(m_inputPins.size())));
-    m_trackInputs.push_back(m_inputPins.back().get());
+    auto pin = std::make_unique<MP4MediaMuxInputPin>(*this, &m_lock, &hr,
+                                                     static_cast<std::uint32_t>(m_inputPins.size()));
+    m_recorder->AddTrack(*pin);
+    const CAutoLock lock(&m_pinsLock);
+    m_inputPins.push_back(std::move(pin));
 }
 
 HRESULT MuxFilter::OnInputConnected(const MP4MediaMuxInputPin& pin) {
@@ -62,25 +57,54 @@ HRESULT MuxFilter::OnInputConnected(const MP4MediaMuxInputPin& pin) {
 
 HRESULT MuxFilter::Pause() {
     const CAutoLock lock(&m_lock);
-    if (IsStopped()) {
+    const bool begins = IsStopped();
+    if (begins) {
         m_counters.Start();
-        m_ended = false;
-        m_index.BeginRecording();
+        m_recorder->BeginRun();
     }
-    return CBaseFilter::Pause();
+    const HRESULT hr = CBaseFilter::Pause();
+    if (begins && FAILED(hr)) m_recorder->Finish();
+    return hr;
 }
 
 HRESULT MuxFilter::Stop() {
+    const MP4MediaMuxOutputPin::Interruption interruption(m_outputPin);
     const CAutoLock lock(&m_lock);
     HRESULT hr = S_OK;
     if (!IsStopped()) {
         hr = CBaseFilter::Stop();
         QZLogHRESULT(hr);
         // Also when a pin had trouble stopping: the file would be lost without its end.
-        FinishMovie();
+        m_recorder->Finish();
     }
     m_counters.Stop();
     return hr;
+}
+
+void MuxFilter::OnInputActive(MP4MediaMuxInputPin& pin) {
+    const CAutoLock lock(&m_lock);
+    m_recorder->BeginTrack(pin.TrackIndex());
+}
+
+void MuxFilter::OnInputInactive(MP4MediaMuxInputPin& pin) {
+    const CAutoLock lock(&m_lock);
+    m_recorder->DiscardQueue(pin.TrackIndex());
+}
+
+void MuxFilter::OnFlush(MP4MediaMuxInputPin& pin) {
+    const MP4MediaMuxOutputPin::Interruption interruption(m_outputPin);
+    const CAutoLock lock(&m_lock);
+    m_recorder->DiscardQueue(pin.TrackIndex());
+    m_outputPin.Resume();
+}
+
+HRESULT MuxFilter::OnSampleReceived(MP4MediaMuxInputPin& pin, IMediaSample& sample, REFERENCE_TIME start) {
+    if (IsBeyondStop(pin, start)) return S_FALSE;
+    const CAutoLock lock(&m_lock);
+    if (const HRESULT hr = CheckTakesSamples(pin); hr != S_OK) return hr;
+    m_recorder->Receive(pin.TrackIndex(), sample, start);
+    if (!m_inBatch) m_recorder->FlushToSystem();
+    return S_OK;
 }
 
 bool MuxFilter::IsBeyondStop(const MP4MediaMuxInputPin& pin, REFERENCE_TIME start) const {
@@ -93,62 +117,24 @@ bool MuxFilter::IsBeyondStop(const MP4MediaMuxInputPin& pin, REFERENCE_TIME star
 /// The base class has looked at the state already, but without the lock: a stop may have come in between.
 HRESULT MuxFilter::CheckTakesSamples(MP4MediaMuxInputPin& pin) {
     if (const HRESULT hr = pin.CheckStreaming(); hr != S_OK) return hr;
-    return pin.State().endOfStream ? S_FALSE : S_OK;
+    return m_recorder->HasEnded(pin.TrackIndex()) ? S_FALSE : S_OK;
 }
 
 HRESULT MuxFilter::OnEndOfStream(MP4MediaMuxInputPin& pin) {
     if (QZ_LOG_ENABLED(3)) QZReport(3, L"-----> Track %s(%s) is EOS.", pin.TrackName(), pin.MajorTypeName().c_str());
     const CAutoLock lock(&m_lock);
-    pin.State().endOfStream = true;
-    CheckEndOfStream(pin);
-    // The sources of the other pins may be waiting for their samples, so that no Receive would do it.
-    if (!m_ended) WriteReady();
+    if (IsStopped()) return S_OK;  // late: there is nothing left to end
+    m_recorder->EndOfStream(pin.TrackIndex());
+    if (!m_inBatch) m_recorder->FlushToSystem();
     return S_OK;
 }
 
-void MuxFilter::CheckEndOfStream(MP4MediaMuxInputPin& pin) {
-    bool allEnded = true;
-    for (const auto& input : m_inputPins) {
-        if (!input->IsConnected()) continue;
-        input->SignalEndOfTrack();
-        allEnded = allEnded && input->State().endOfStream;
-    }
-    pin.SignalDrained();
-    if (!allEnded || m_ended) return;
+void MuxFilter::DeliverEndOfStream() { QZLogHRESULT(m_outputPin.DeliverEndOfStream()); }
 
-    m_ended = true;  // first: writing the rest drains pins, which leads here again
-    QZReport(3, L"-----> All tracks are EOS, delivering EOS.");
-    for (const auto& input : m_inputPins)
-        if (input->IsConnected()) input->SignalDrained();
-    WriteRest();
-    HandOn();  // in a batch too: readers who are told of the end find everything with the system
-    m_index.EndRecording();
-    QZLogHRESULT(m_outputPin.DeliverEndOfStream());
-}
-
-std::vector<MovieTrackRef> MuxFilter::TrackRefs() {
-    std::vector<MovieTrackRef> refs;
-    for (const auto& pin : m_inputPins)
-        if (pin->IsConnected()) refs.push_back({&pin->Track(), &pin->TrackMediaType(), pin->Track().orientation});
-    return refs;
-}
-
-std::shared_ptr<vio::byte_stream> MuxFilter::OpenOutput(HRESULT& hr) {
-    IPin* const peer = m_outputPin.GetConnected();
-    ComPtr<IStream> stream;
-    hr = peer == nullptr ? VFW_E_NOT_CONNECTED : peer->QueryInterface(IID_IStream, stream.put_void());
-    return FAILED(hr) ? nullptr : std::make_shared<StreamByteStream>(stream.get());
-}
-
-void MuxFilter::EnterInIndex(std::uint32_t track, std::span<const LiveSampleInfo> samples) {
-    m_index.Append(track, samples);
-    if (m_enoughRecorded) return;
-    m_connected.clear();
-    for (const auto& pin : m_inputPins)
-        if (pin->IsConnected()) m_connected.push_back(pin->TrackIndex());
-    if (!m_index.HaveReached(m_connected, EnoughRecorded)) return;
-    m_enoughRecorded = true;
-    NotifyEvent(QZ_EC_ENOUGH_RECORDED, 0, 0);
+HRESULT MuxFilter::GetRecordingResult(RecordingResult* result) {
+    QZCheckCondition(result != nullptr, E_POINTER);
+    *result = m_recorder->Result();
+    return S_OK;
 }
 
 }  // namespace Norvane::MediaKit::Filters

@@ -14,8 +14,8 @@ namespace Norvane::MediaKit::Filters {
 namespace {
 
 /// QuickTime's text items begin with a copyright sign.
-constexpr std::uint32_t SoftwareItem = vio::mp4::fourcc("\xA9swr");
-constexpr std::uint32_t DescriptionItem = vio::mp4::fourcc(
+constexpr std::uint32_t kSoftwareItem = vio::mp4::fourcc("\xA9swr");
+constexpr std::uint32_t kDescriptionItem = vio::mp4::fourcc(
     "\xA9"
     "des");
 
@@ -87,9 +87,9 @@ HRESULT MuxFilter::AddMetadata(std::uint32_t fourcc, const wchar_t* text) {
     return S_OK;
 }
 
-HRESULT MuxFilter::SetSoftware(const wchar_t* text) { return AddMetadata(SoftwareItem, text); }
-HRESULT MuxFilter::SetSecondSoftware(const wchar_t* text) { return AddMetadata(SoftwareItem, text); }
-HRESULT MuxFilter::SetDescription(const wchar_t* text) { return AddMetadata(DescriptionItem, text); }
+HRESULT MuxFilter::SetSoftware(const wchar_t* text) { return AddMetadata(kSoftwareItem, text); }
+HRESULT MuxFilter::SetSecondSoftware(const wchar_t* text) { return AddMetadata(kSoftwareItem, text); }
+HRESULT MuxFilter::SetDescription(const wchar_t* text) { return AddMetadata(kDescriptionItem, text); }
 
 HRESULT MuxFilter::GetCurrentPosition(REFERENCE_TIME* position) {
     QZCheckCondition(position != nullptr, E_POINTER);
@@ -169,7 +169,7 @@ HRESULT MuxFilter::SeekUpstream(LONGLONG* pCurrent, DWORD dwCurrentFlags, LONGLO
     const int count = GetPinCount();
     for (int i = 0; i < count; ++i) {
         ComPtr<IPin> peer;
-        if (const HRESULT hr = ForgetEndOfStream(i, peer); FAILED(hr)) return hr;
+        if (const HRESULT hr = ReopenInput(i, peer); FAILED(hr)) return hr;
         if (!peer) continue;
         ComPtr<IMediaSeeking> seeking;
         QZCheckHRESULT(peer->QueryInterface(IID_IMediaSeeking, seeking.put_void()));
@@ -180,16 +180,14 @@ HRESULT MuxFilter::SeekUpstream(LONGLONG* pCurrent, DWORD dwCurrentFlags, LONGLO
 }
 
 /// Stores the peer of a connected input pin, which is open again from now on.
-HRESULT MuxFilter::ForgetEndOfStream(int pinNumber, ComPtr<IPin>& peer) {
+HRESULT MuxFilter::ReopenInput(int pinNumber, ComPtr<IPin>& peer) {
     const CAutoLock lock(&m_lock);
     CBasePin* const pPin = GetPin(pinNumber);
     QZCheckCondition(pPin != 0, E_UNEXPECTED);
     PIN_DIRECTION direction = PINDIR_OUTPUT;
     QZCheckHRESULT(pPin->QueryDirection(&direction));
     if (!pPin->IsConnected() || direction != PINDIR_INPUT) return S_OK;
-    m_inputPins[static_cast<std::size_t>(pinNumber)]->ForgetEndOfStream();
-    m_ended = false;
-    m_index.BeginRecording();
+    m_recorder->ReopenTrack(static_cast<std::size_t>(pinNumber));
     peer = ComPtr<IPin>(pPin->GetConnected());
     return S_OK;
 }

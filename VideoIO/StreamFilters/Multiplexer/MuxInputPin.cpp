@@ -31,8 +31,7 @@ void MP4MediaMuxInputPin::SignalDrained() {
     if (m_drained) m_drained.SetEvent();
 }
 
-void MP4MediaMuxInputPin::ForgetEndOfStream() {
-    m_state.endOfStream = false;
+void MP4MediaMuxInputPin::ResetEndOfTrack() {
     if (m_endOfTrack) m_endOfTrack.ResetEvent();
     if (m_drained) m_drained.ResetEvent();
 }
@@ -59,10 +58,8 @@ HRESULT MP4MediaMuxInputPin::CompleteConnect(IPin* pReceivePin) {
 HRESULT MP4MediaMuxInputPin::BreakConnect() {
     {
         const CAutoLock lock(m_pLock);
-        m_state.queue.Clear();
-        m_track.handler.reset();
-        m_track.rate = {DefaultTimescale, 1};
-        m_track.timescale = DefaultTimescale;
+        m_mux.OnInputInactive(*this);
+        m_track.ResetStream();
     }
     return CBaseInputPin::BreakConnect();
 }
@@ -72,23 +69,20 @@ HRESULT MP4MediaMuxInputPin::Active() {
     const CAutoLock lock(m_pLock);
     if (!m_endOfTrack) m_endOfTrack.create();
     if (!m_drained) m_drained.create(wil::EventOptions::ManualReset);
-    m_track.BeginRecording();
-    m_state.BeginRecording();
+    m_mux.OnInputActive(*this);
     return S_OK;
 }
 
 HRESULT MP4MediaMuxInputPin::Inactive() {
     const HRESULT hr = CBaseInputPin::Inactive();
-    const CAutoLock lock(m_pLock);
-    m_state.queue.Clear();
+    m_mux.OnInputInactive(*this);
     return hr;
 }
 
 HRESULT MP4MediaMuxInputPin::EndOfStream() { return m_mux.OnEndOfStream(*this); }
 
 HRESULT MP4MediaMuxInputPin::BeginFlush() {
-    const CAutoLock lock(m_pLock);
-    m_state.queue.Clear();
+    m_mux.OnFlush(*this);
     return S_OK;
 }
 
@@ -154,8 +148,8 @@ HRESULT MP4MediaMuxInputPin::SetOrientation(DWORD orientation) {
 HRESULT MP4MediaMuxInputPin::SetOptions(const RecordingOptions* options) {
     QZCheckCondition(options != nullptr, E_POINTER);
     const CAutoLock lock(m_pLock);
-    if (m_track.handler) return VFW_E_WRONG_STATE;
-    m_track.options = *options;
+    if (m_track.handler && !m_mux.IsStopped()) return VFW_E_WRONG_STATE;
+    m_track.SetOptions(*options);
     return S_OK;
 }
 

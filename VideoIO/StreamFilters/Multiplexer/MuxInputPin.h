@@ -15,8 +15,8 @@ namespace Norvane::MediaKit::Filters {
 
 class MuxFilter;
 
-/// Takes samples on the upstream's thread and hands them to the filter, which queues and writes them under its
-/// lock. What the queue's keys are, and when samples are written, is the filter's.
+/// Takes samples on the upstream's thread for the filter, whose recorder queues and writes them under the filter lock.
+/// The track's tables live here, and outlive every file.
 class MP4MediaMuxInputPin : public CBaseInputPin,
                             public qz_DSFilters::IOverrideMediaType,
                             public IRecordingPolicy,
@@ -32,10 +32,10 @@ public:
     /// The major type, for log lines.
     std::wstring MajorTypeName() const;
 
-    // The marks of the track's end, under the filter lock. Null before the pin was active for the first time.
-    void SignalEndOfTrack();
-    void SignalDrained();
-    void ForgetEndOfStream();
+    // Null before the pin was active for the first time. The first is set, and reset by a wait, when the pin or any
+    // other has ended; the second stays set once the pin has ended and its queue was written.
+    HANDLE EndOfTrackEvent() const { return m_endOfTrack.get(); }
+    HANDLE DrainedEvent() const { return m_drained.get(); }
 
     // TrackInput
     bool IsTrackConnected() const override { return IsConnected(); }
@@ -43,7 +43,9 @@ public:
     const wchar_t* TrackName() const override { return Name(); }
     const CMediaType& TrackMediaType() const override { return m_mt; }
     MovieTrack& Track() override { return m_track; }
-    InputState& State() override { return m_state; }
+    void SignalEndOfTrack() override;
+    void SignalDrained() override;
+    void ResetEndOfTrack() override;
 
     // CBasePin, IPin
     HRESULT CheckMediaType(const CMediaType* pmt) override;
@@ -88,7 +90,6 @@ private:
 
     // Under the filter lock
     MovieTrack m_track;
-    InputState m_state;
     wil::unique_event m_endOfTrack;  ///< auto-reset
     wil::unique_event m_drained;     ///< manual-reset
     REFERENCE_TIME m_segmentStart = 0;

@@ -2,21 +2,31 @@
 
 #include "Logging/Checks.h"
 #include "Platform/Com/ComPtr.h"
+#include "Platform/DirectShow/IStream.h"
+#include "Platform/Kernel/Thread.h"
 #include "VideoIO/StreamFilters/Multiplexer/MuxFilter.h"
 
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace Norvane::MediaKit::Filters {
 
 namespace {
 
-constexpr std::uint64_t TimePerByte = 10000000;
-/// Behind it a byte's time has no room in 63 bits: 922,337,203,685.
-constexpr std::uint64_t MaxBytePosition = std::numeric_limits<REFERENCE_TIME>::max() / TimePerByte;
+constexpr std::uint64_t kTimePerByte = 10000000;
+/// After it a byte's time has no room in 63 bits: 922,337,203,685.
+constexpr std::uint64_t kMaxBytePosition = std::numeric_limits<REFERENCE_TIME>::max() / kTimePerByte;
 
-REFERENCE_TIME PositionTime(std::uint64_t position) { return static_cast<REFERENCE_TIME>(position * TimePerByte); }
+/// Milliseconds that a wait for a buffer still gets when somebody wants to stop or flush.
+constexpr DWORD kPatience = 500;
+constexpr DWORD kPollInterval = 2;
+
+REFERENCE_TIME PositionTime(std::uint64_t position) { return static_cast<REFERENCE_TIME>(position * kTimePerByte); }
+
+/// What an allocator that is stopped answers: no failure of a write.
+bool IsStoppedOutput(HRESULT hr) { return hr == VFW_E_WRONG_STATE || hr == VFW_E_NOT_COMMITTED; }
 
 HRESULT NotImplemented() {
     QZCheckHRESULT(E_NOTIMPL);
@@ -35,26 +45,72 @@ HRESULT MP4MediaMuxOutputPin::NonDelegatingQueryInterface(REFIID riid, void** pp
     return CBaseOutputPin::NonDelegatingQueryInterface(riid, ppv);
 }
 
-HRESULT MP4MediaMuxOutputPin::DeliverBytes(const BYTE* data, std::uint32_t length) {
-    QZCheckCondition(m_writePosition + length <= MaxBytePosition, HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE));
+HRESULT MP4MediaMuxOutputPin::Active() {
+    m_cancelled = false;
+    return CBaseOutputPin::Active();
+}
+
+MP4MediaMuxOutputPin::Interruption::Interruption(MP4MediaMuxOutputPin& pin) : m_pin(pin) {
+    // Every wait that begins from here on sees this, and is short; one that has begun is seen here.
+    ++m_pin.m_interruptions;
+    const unsigned wait = m_pin.m_bufferWaits;
+    if (wait % 2 == 0) return;
+    for (DWORD waited = 0; waited < kPatience; waited += kPollInterval) {
+        Sleep(kPollInterval);
+        if (m_pin.m_bufferWaits != wait) return;
+    }
+    m_pin.m_cancelled = true;
+    m_pin.m_pAllocator->Decommit();
+}
+
+void MP4MediaMuxOutputPin::Resume() {
+    if (m_cancelled.exchange(false) && m_pAllocator != nullptr) m_pAllocator->Commit();
+}
+
+HRESULT MP4MediaMuxOutputPin::OpenBoxStream(std::shared_ptr<vio::byte_stream>& stream) {
+    m_boxes.reset();
+    if (GetConnected() == nullptr) return VFW_E_NOT_CONNECTED;
+    ComPtr<IStream> boxes;
+    if (const HRESULT hr = GetConnected()->QueryInterface(IID_IStream, boxes.put_void()); FAILED(hr)) return hr;
+    m_boxes = std::make_shared<StreamByteStream>(boxes.get());
+    stream = m_boxes;
+    return S_OK;
+}
+
+void MP4MediaMuxOutputPin::Truncate(std::uint64_t size) { m_boxes->truncate(size); }
+
+HRESULT MP4MediaMuxOutputPin::TakeFailure() {
+    const HRESULT ofBoxes = m_boxes ? m_boxes->TakeFailure() : S_OK;
+    const HRESULT ofData = std::exchange(m_failure, S_OK);
+    return FAILED(ofData) ? ofData : ofBoxes;
+}
+
+HRESULT MP4MediaMuxOutputPin::Fail(HRESULT hr) {
+    if (SUCCEEDED(m_failure) && FAILED(hr)) m_failure = hr;
+    return hr;
+}
+
+HRESULT MP4MediaMuxOutputPin::WriteData(const void* data, std::uint32_t length) {
+    QZCheckCondition(m_writePosition + length <= kMaxBytePosition, Fail(HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE)));
+    const auto* bytes = static_cast<const BYTE*>(data);
     while (length > 0) {
         std::uint32_t delivered = 0;
-        const HRESULT hr = DeliverPart(data, length, delivered);
-        if (hr == VFW_E_WRONG_STATE || hr == VFW_E_NOT_COMMITTED) return S_OK;
+        const HRESULT hr = Fail(DeliverPart(bytes, length, delivered));
+        if (IsStoppedOutput(hr)) return S_OK;
         if (FAILED(hr)) return hr;
         m_writePosition += delivered;
-        data += delivered;
+        bytes += delivered;
         length -= delivered;
     }
     return S_OK;
 }
 
 /// The buffer is back with its allocator before the next one is taken, so that the pool runs dry only when the peer
-/// keeps samples. The filter lock is held: rather than wait for them the write fails, with VFW_E_TIMEOUT.
+/// keeps samples.
 HRESULT MP4MediaMuxOutputPin::DeliverPart(const BYTE* data, std::uint32_t length, std::uint32_t& delivered) {
     ComPtr<IMediaSample> sample;
-    HRESULT hr = GetDeliveryBuffer(sample.put(), nullptr, nullptr, AM_GBF_NOWAIT);
-    if (hr == VFW_E_WRONG_STATE || hr == VFW_E_NOT_COMMITTED) return hr;
+    HRESULT hr = WaitForBuffer(sample.put());
+    if (IsStoppedOutput(hr)) return hr;
     QZCheckHRESULT(hr);
 
     BYTE* buffer = nullptr;
@@ -70,9 +126,33 @@ HRESULT MP4MediaMuxOutputPin::DeliverPart(const BYTE* data, std::uint32_t length
 
     hr = Deliver(sample.get());
     QZLogHRESULT(hr);
-    // Not one of the codes that stand for a stopped output: the peer's refusal is a failure of the write.
-    if (hr == VFW_E_WRONG_STATE || hr == VFW_E_NOT_COMMITTED) return VFW_E_SAMPLE_REJECTED;
+    // From the peer these are no sign of a stopped output: its refusal is a failure of the write.
+    if (IsStoppedOutput(hr)) return VFW_E_SAMPLE_REJECTED;
     delivered = count;
+    return hr;
+}
+
+HRESULT MP4MediaMuxOutputPin::WaitForBuffer(IMediaSample** sample) {
+    ++m_bufferWaits;
+    HRESULT hr = VFW_E_TIMEOUT;
+    if (m_interruptions != 0) {
+        hr = m_cancelled ? VFW_E_TIMEOUT : PollForBuffer(sample);
+    } else if (!m_cancelled) {
+        AllowWaitWithLocks allow("the peer's slowness holds the recording back; Stop and a flush end the wait");
+        hr = GetDeliveryBuffer(sample, nullptr, nullptr, 0);
+    }
+    ++m_bufferWaits;
+    return m_cancelled && FAILED(hr) ? VFW_E_TIMEOUT : hr;
+}
+
+HRESULT MP4MediaMuxOutputPin::PollForBuffer(IMediaSample** sample) {
+    HRESULT hr = GetDeliveryBuffer(sample, nullptr, nullptr, AM_GBF_NOWAIT);
+    for (DWORD waited = 0; hr == VFW_E_TIMEOUT && waited < kPatience; waited += kPollInterval) {
+        AllowWaitWithLocks allow("at most half a second, for whoever wants the lock");
+        Sleep(kPollInterval);
+        hr = GetDeliveryBuffer(sample, nullptr, nullptr, AM_GBF_NOWAIT);
+    }
+    if (hr == VFW_E_TIMEOUT) m_cancelled = true;  // the tracks after this one do not try again
     return hr;
 }
 

@@ -16,8 +16,7 @@
 
 namespace Norvane::MediaKit::Filters::testdata {
 
-inline constexpr REFERENCE_TIME Ms = 10000;
-inline constexpr REFERENCE_TIME Frame = 400000;
+inline constexpr REFERENCE_TIME kFrame = 400000;
 
 inline std::uint64_t FixedClock() { return 0xD0000000; }
 
@@ -50,9 +49,14 @@ struct MuxRig {
         sources.back()->pin->properties.cbBuffer = bufferSize;
         return sources.back()->pin->Connect(&Input(mux->GetPinCount() - 2), &type);
     }
+    RecordingResult Result() {
+        RecordingResult result;
+        EXPECT_EQ(mux->GetRecordingResult(&result), S_OK);
+        return result;
+    }
     HRESULT ConnectSink() { return Output().Connect(sink.pin, nullptr); }
     void ConnectVideo() {
-        ASSERT_EQ(AddSource(mediakit_test::avc1_type(mediakit_test::h264_units(), Frame)), S_OK);
+        ASSERT_EQ(AddSource(mediakit_test::avc1_type(mediakit_test::h264_units(), kFrame)), S_OK);
         ASSERT_EQ(ConnectSink(), S_OK);
     }
     void ConnectVideoAndAudio() {
@@ -70,8 +74,8 @@ struct MuxRig {
         sink.filter->Stop();
         return hr;
     }
-    /// Frame n of the source, filled with bytes that tell it from others.
-    HRESULT Send(std::size_t source, int n, std::size_t size = 10, REFERENCE_TIME duration = Frame) {
+    /// Sample n of the source, filled with bytes that tell it from others.
+    HRESULT Send(std::size_t source, int n, std::size_t size = 10, REFERENCE_TIME duration = kFrame) {
         const auto fill = static_cast<BYTE>(source * 100 + static_cast<std::size_t>(n));
         return (*this)[source].send({std::vector<BYTE>(size, fill), n * duration, (n + 1) * duration, n % 5 == 0});
     }

@@ -5,10 +5,12 @@
 #include "Platform/DirectShow/IStream.h"
 #include "VideoIO/StreamFilters/Container/byte_stream.h"
 
+#include <utility>
+
 namespace Norvane::MediaKit::Filters {
 
 /// Write-only: reading always answers false. Each write is passed on as it comes. Failed calls of the stream below are
-/// logged. Used by one thread at a time; after close() every operation fails.
+/// logged, and the first is kept for TakeFailure. Used by one thread at a time; after close() every operation fails.
 class StreamByteStream : public vio::byte_stream {
 public:
     /// The stream's position is taken to be 0.
@@ -25,13 +27,21 @@ public:
     void flush() override;
     /// Shifts a region towards the end of the stream; both positions are absolute. A move towards the start does
     /// nothing. One towards the end that cannot start (nothing to read from, no memory, a distance beyond 31 bits)
-    /// closes the stream: whoever goes on as if the region had moved must not write over it. Later failures go
-    /// unnoticed, and the position told afterwards is the one from before: seek before the next write.
+    /// closes the stream: whoever goes on as if the region had moved must not write over it. Later failures
+    /// are for TakeFailure alone, and the position afterwards is the one from before: seek before the next write.
     void move(std::uint64_t from, std::uint64_t to, std::uint64_t count) override;
 
+    /// Cuts the stream off after its first `size` bytes.
+    void truncate(std::uint64_t size);
+    /// The first failure since the last call, S_OK when there was none.
+    HRESULT TakeFailure() { return std::exchange(m_failure, S_OK); }
+
 private:
+    HRESULT Keep(HRESULT hr);
+
     ComPtr<IStream> m_stream;
     std::uint64_t m_position = 0;
+    HRESULT m_failure = S_OK;
 };
 
 }  // namespace Norvane::MediaKit::Filters
