@@ -38,6 +38,7 @@ void mp4_parser::visit(sample_description_box& box) {
     const std::uint64_t end = position() + left();
     settle();
     mp4_sampleentry_parser entries(context());
+    entries.observer = observer;
     const std::uint64_t front = box.header_size + 4;
     entries.scan(box.offset + front, box.size - front, true, true);
     collect_entries(entries, count, box.entries);
