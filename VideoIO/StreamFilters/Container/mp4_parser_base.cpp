@@ -124,11 +124,4 @@ void mp4_parser_base::read_full_box_header(full_box& box) {
     box.flags = word & 0x00FFFFFF;
 }
 
-void mp4_parser_base::read_record(const box& box, std::uint32_t behind, std::vector<std::uint8_t>& record) {
-    const std::uint64_t front = std::uint64_t{box.header_size} + behind;
-    if (box.size == front) return;
-    core::require(box.size > front);
-    payload().sized(box.size - front, record);
-}
-
 }  // namespace vio::mp4

@@ -69,10 +69,13 @@ protected:
 
     /// The fields of the box being visited.
     field_reader payload() { return field_reader(*this); }
+    template <class Box>
+    void read_field_list(Box& box) {
+        field_reader in = payload();
+        fields(in, box);
+    }
     /// Version and flags. A box too short for them gets zeros.
     void read_full_box_header(full_box& box);
-    /// What a box holds behind its header and `behind` more bytes, whole.
-    void read_record(const box& box, std::uint32_t behind, std::vector<std::uint8_t>& record);
     /// Reads the boxes in the rest of the chunk, from within a visit.
     void scan_rest(bool top_level) { scan(position(), left(), false, top_level); }
 
