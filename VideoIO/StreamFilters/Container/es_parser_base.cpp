@@ -72,11 +72,11 @@ std::shared_ptr<BaseDescriptor> es_parser_base::find_descriptor(std::uint8_t tag
     return nullptr;
 }
 
-void es_parser_base::visit(DecoderSpecificInfo& descriptor) {
+void es_parser_base::visited(DecoderSpecificInfo& descriptor) {
     read_vector(descriptor.data, descriptor.size - descriptor.header_size);
 }
 
-void es_parser_base::visit(DecoderConfigDescriptor& descriptor) {
+void es_parser_base::visited(DecoderConfigDescriptor& descriptor) {
     read_number(descriptor.object_type_indication);
     std::uint8_t bits = 0;
     if (read_number(bits)) {
@@ -97,7 +97,7 @@ void es_parser_base::visit(DecoderConfigDescriptor& descriptor) {
     });
 }
 
-void es_parser_base::visit(ES_Descriptor& descriptor) {
+void es_parser_base::visited(ES_Descriptor& descriptor) {
     descriptor.header_size += 3;
     read_number(descriptor.ES_ID);
     std::uint8_t bits = 0;

@@ -12,9 +12,11 @@ namespace vio::es {
 /// The fields are what the visits below read; the bodies of all other descriptors are passed over. A
 /// field that is cut off keeps its value.
 class es_parser_base
-    : public details::visitors<details::base_visitor, BaseDescriptor, SLConfigDescriptor, ExtendedSLConfigDescriptor,
-                               ProfileLevelIndicationIndexDescriptor, DecoderSpecificInfo, DecoderConfigDescriptor,
-                               ES_Descriptor, ObjectDescriptor, InitialObjectDescriptor, MP4InitialObjectDescriptor>,
+    : public details::reading_visitor<
+          es_parser_base, details::base_visitor,
+          details::class_list<BaseDescriptor, SLConfigDescriptor, ExtendedSLConfigDescriptor,
+                              ProfileLevelIndicationIndexDescriptor, DecoderSpecificInfo, DecoderConfigDescriptor,
+                              ES_Descriptor, ObjectDescriptor, InitialObjectDescriptor, MP4InitialObjectDescriptor>>,
       public details::chunk_reader {
 public:
     /// The stream is looked at and must outlive the parser.
@@ -34,16 +36,13 @@ public:
                                                     std::uint64_t size);
 
 private:
-    void visit(BaseDescriptor&) override {}
-    void visit(SLConfigDescriptor&) override {}
-    void visit(ExtendedSLConfigDescriptor&) override {}
-    void visit(ProfileLevelIndicationIndexDescriptor&) override {}
-    void visit(ObjectDescriptor&) override {}
-    void visit(InitialObjectDescriptor&) override {}
-    void visit(MP4InitialObjectDescriptor&) override {}
-    void visit(DecoderSpecificInfo& descriptor) override;
-    void visit(DecoderConfigDescriptor& descriptor) override;
-    void visit(ES_Descriptor& descriptor) override;
+    template <class, class>
+    friend class details::forwarding_visitor;
+
+    void visited(BaseDescriptor&) {}
+    void visited(DecoderSpecificInfo& descriptor);
+    void visited(DecoderConfigDescriptor& descriptor);
+    void visited(ES_Descriptor& descriptor);
 
     /// Null for a descriptor that claims more than its chunk holds. Advances the offset over a whole one.
     std::shared_ptr<BaseDescriptor> read_descriptor(std::uint64_t& offset);

@@ -17,7 +17,12 @@ std::uint32_t length_of_size(std::uint32_t size) {
     return bytes;
 }
 
-mp4::field_writer body(byte_stream& stream) { return {stream, mp4::on_failure::ignored}; }
+/// Writes are not checked.
+mp4::field_writer body(byte_stream& stream) {
+    mp4::field_writer out(stream);
+    out.unchecked();
+    return out;
+}
 
 }  // namespace
 
@@ -55,26 +60,11 @@ void es_writer_base::write_header(const BaseDescriptor& descriptor) {
     }
 }
 
-void es_writer_base::visit(const BaseDescriptor& descriptor) { write_header(descriptor); }
-void es_writer_base::visit(const ObjectDescriptor& descriptor) { write_header(descriptor); }
-void es_writer_base::visit(const ProfileLevelIndicationIndexDescriptor& descriptor) { write_header(descriptor); }
+void es_writer_base::write_fields(const SLConfigDescriptor& descriptor) { body (*stream)(descriptor.predefined); }
 
-void es_writer_base::visit(const SLConfigDescriptor& descriptor) {
-    write_header(descriptor);
-    body (*stream)(descriptor.predefined);
-}
+void es_writer_base::write_fields(const DecoderSpecificInfo& descriptor) { body(*stream).table(descriptor.data); }
 
-void es_writer_base::visit(const ExtendedSLConfigDescriptor& descriptor) {
-    visit(static_cast<const SLConfigDescriptor&>(descriptor));
-}
-
-void es_writer_base::visit(const DecoderSpecificInfo& descriptor) {
-    write_header(descriptor);
-    body(*stream).table(descriptor.data);
-}
-
-void es_writer_base::visit(const DecoderConfigDescriptor& descriptor) {
-    write_header(descriptor);
+void es_writer_base::write_fields(const DecoderConfigDescriptor& descriptor) {
     auto out = body(*stream);
     out(descriptor.object_type_indication);
     out(static_cast<std::uint8_t>(descriptor.stream_type << 2 | (descriptor.up_stream != 0) << 1 |
@@ -85,8 +75,7 @@ void es_writer_base::visit(const DecoderConfigDescriptor& descriptor) {
         static_cast<const DecoderSpecificInfo&>(*descriptor.dec_specific_info).accept(*this);
 }
 
-void es_writer_base::visit(const ES_Descriptor& descriptor) {
-    write_header(descriptor);
+void es_writer_base::write_fields(const ES_Descriptor& descriptor) {
     auto out = body(*stream);
     out(descriptor.ES_ID);
     out(static_cast<std::uint8_t>((descriptor.stream_dependence_flag != 0) | (descriptor.url_flag != 0) << 1 |
@@ -99,8 +88,7 @@ void es_writer_base::visit(const ES_Descriptor& descriptor) {
     if (descriptor.ocr_stream_flag != 0) out(descriptor.OCR_ES_ID);
 }
 
-void es_writer_base::visit(const InitialObjectDescriptor& descriptor) {
-    write_header(descriptor);
+void es_writer_base::write_fields(const InitialObjectDescriptor& descriptor) {
     auto out = body(*stream);
     out(static_cast<std::uint16_t>(descriptor.object_descriptor_id << 6 | (descriptor.url_flag != 0) << 5 |
                                    (descriptor.include_inline_profile_level_flag != 0) << 4 | 0xF));
@@ -108,13 +96,6 @@ void es_writer_base::visit(const InitialObjectDescriptor& descriptor) {
         descriptor.visual_profile_level, descriptor.graphics_profile_level);
 }
 
-void es_writer_base::visit(const MP4InitialObjectDescriptor& descriptor) {
-    visit(static_cast<const InitialObjectDescriptor&>(descriptor));
-}
-
-void es_writer_base::visit(const ES_ID_Inc& descriptor) {
-    write_header(descriptor);
-    body (*stream)(descriptor.track_ID);
-}
+void es_writer_base::write_fields(const ES_ID_Inc& descriptor) { body (*stream)(descriptor.track_ID); }
 
 }  // namespace vio::es

@@ -15,11 +15,12 @@ namespace vio::es {
 /// What it writes departs from the published form in two ways that readers of such files know: sizes
 /// of 128 and more stand least significant group first, and an empty body has a size of four zero
 /// bytes, of which the parent counts one. Writes are not checked.
-class es_writer_base
-    : public details::const_visitors<details::const_base_visitor, BaseDescriptor, SLConfigDescriptor,
-                                     ExtendedSLConfigDescriptor, ProfileLevelIndicationIndexDescriptor,
-                                     DecoderSpecificInfo, DecoderConfigDescriptor, ES_Descriptor, ObjectDescriptor,
-                                     InitialObjectDescriptor, MP4InitialObjectDescriptor, ES_ID_Inc> {
+class es_writer_base : public details::writing_visitor<
+                           es_writer_base, details::const_base_visitor,
+                           details::class_list<BaseDescriptor, SLConfigDescriptor, ExtendedSLConfigDescriptor,
+                                               ProfileLevelIndicationIndexDescriptor, DecoderSpecificInfo,
+                                               DecoderConfigDescriptor, ES_Descriptor, ObjectDescriptor,
+                                               InitialObjectDescriptor, MP4InitialObjectDescriptor, ES_ID_Inc>> {
 public:
     struct item {
         BaseDescriptor* parent;  ///< null at top level
@@ -36,17 +37,22 @@ public:
     void write(std::shared_ptr<byte_stream> target);
 
 private:
-    void visit(const BaseDescriptor& descriptor) override;
-    void visit(const SLConfigDescriptor& descriptor) override;
-    void visit(const ExtendedSLConfigDescriptor& descriptor) override;
-    void visit(const ProfileLevelIndicationIndexDescriptor& descriptor) override;
-    void visit(const DecoderSpecificInfo& descriptor) override;
-    void visit(const DecoderConfigDescriptor& descriptor) override;
-    void visit(const ES_Descriptor& descriptor) override;
-    void visit(const ObjectDescriptor& descriptor) override;
-    void visit(const InitialObjectDescriptor& descriptor) override;
-    void visit(const MP4InitialObjectDescriptor& descriptor) override;
-    void visit(const ES_ID_Inc& descriptor) override;
+    template <class, class>
+    friend class details::const_forwarding_visitor;
+
+    template <class Descriptor>
+    void visited(const Descriptor& descriptor) {
+        write_header(descriptor);
+        write_fields(descriptor);
+    }
+
+    void write_fields(const BaseDescriptor&) {}
+    void write_fields(const SLConfigDescriptor& descriptor);
+    void write_fields(const DecoderSpecificInfo& descriptor);
+    void write_fields(const DecoderConfigDescriptor& descriptor);
+    void write_fields(const ES_Descriptor& descriptor);
+    void write_fields(const InitialObjectDescriptor& descriptor);
+    void write_fields(const ES_ID_Inc& descriptor);
 
     void measure();
     void write_header(const BaseDescriptor& descriptor);

@@ -6,6 +6,7 @@
 #include "VideoIO/StreamFilters/Container/exception.h"
 
 #include <span>
+#include <string>
 
 namespace vio::mp4 {
 
@@ -27,6 +28,7 @@ public:
     void zeros(std::uint64_t count) { require(chunks_.skip(count)); }
 
     void require(bool condition) { core::require(condition); }
+    void unchecked() {}
 
     void time(std::uint8_t version, std::uint64_t& value) {
         if (version == 1)
@@ -56,6 +58,9 @@ public:
     }
     /// All that is left of the chunk.
     void rest(std::vector<std::uint8_t>& bytes) { sized(chunks_.left(), bytes); }
+    /// UTF-8 in all that is left of the chunk, up to its first zero byte. What is not UTF-8 is taken as Latin-1: names
+    /// in older encodings are common, and nothing depends on them.
+    void terminated_text(std::wstring& text);
 
     void rows(std::uint32_t count, std::span<std::vector<std::uint32_t>* const> columns);
 

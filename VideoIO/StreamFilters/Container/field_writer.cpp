@@ -1,6 +1,13 @@
 #include "VideoIO/StreamFilters/Container/field_writer.h"
 
+#include "Platform/Kernel/Text.h"
+
 namespace vio::mp4 {
+
+void field_writer::terminated_text(const std::wstring& text) {
+    const std::string narrow = win32::ConvertToUtf8(text);
+    bytes(narrow.c_str(), narrow.size() + 1);
+}
 
 void field_writer::rows(std::uint32_t count, std::span<const std::vector<std::uint32_t>* const> columns) {
     for (const auto* column : columns) require(column->size() == count);

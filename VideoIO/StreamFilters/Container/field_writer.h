@@ -8,17 +8,15 @@
 
 #include <limits>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace vio::mp4 {
 
-/// Whether a failed write of a field throws or goes unnoticed.
-enum class on_failure { throws, ignored };
-
 class field_writer {
 public:
-    field_writer(byte_stream& stream, on_failure failure)
-        : stream_(stream), sizing_(dynamic_cast<size_byte_stream*>(&stream) != nullptr), failure_(failure) {}
+    explicit field_writer(byte_stream& stream)
+        : stream_(stream), sizing_(dynamic_cast<size_byte_stream*>(&stream) != nullptr) {}
 
     template <std::integral... Numbers>
     void operator()(Numbers... values) {
@@ -28,6 +26,8 @@ public:
     void zeros(std::uint32_t count) { check(stream_.write_zeros(count)); }
 
     void require(bool condition) { core::require(condition); }
+    /// From here on a failed write goes unnoticed.
+    void unchecked() { checked_ = false; }
 
     /// A time or duration that version 1 holds in 64 bits and version 0 in 32. The greatest 32-bit
     /// value is refused, since it means "unknown" in version 0.
@@ -46,6 +46,9 @@ public:
     void sized(std::uint32_t, const std::vector<Element>& elements) {
         table(elements);
     }
+    void rest(const std::vector<std::uint8_t>& bytes) { table(bytes); }
+    /// UTF-8 with a zero byte at its end.
+    void terminated_text(const std::wstring& text);
     /// A 32-bit count in front of the vector.
     template <class Element>
     void counted(const std::vector<Element>& elements) {
@@ -81,12 +84,12 @@ private:
     }
 
     void check(bool written) {
-        if (failure_ == on_failure::throws) core::require(written);
+        if (checked_) core::require(written);
     }
 
     byte_stream& stream_;
     const bool sizing_;
-    const on_failure failure_;
+    bool checked_ = true;
 };
 
 }  // namespace vio::mp4

@@ -33,6 +33,11 @@ struct object_descriptor_box : box_of<object_descriptor_box, full_box, fourcc("i
     std::vector<std::uint8_t> data;
 };
 
+template <class Archive, record<object_descriptor_box> Box>
+void fields(Archive& archive, Box& box) {
+    archive.rest(box.data);
+}
+
 /// Index of a fragmented file, read as it stands: three unparsed words a reference.
 struct segment_index_box : box_of<segment_index_box, full_box, fourcc("sidx")> {
     std::uint32_t reference_ID = 0;

@@ -26,6 +26,7 @@ struct track_extends_box : box_of<track_extends_box, full_box, fourcc("trex")> {
 
 template <class Archive, record<track_extends_box> Box>
 void fields(Archive& archive, Box& box) {
+    archive.unchecked();
     archive(box.track_ID, box.default_sample_description_index, box.default_sample_duration, box.default_sample_size,
             box.default_sample_flags);
 }
@@ -36,6 +37,7 @@ struct movie_fragment_header_box : box_of<movie_fragment_header_box, full_box, f
 
 template <class Archive, record<movie_fragment_header_box> Box>
 void fields(Archive& archive, Box& box) {
+    archive.unchecked();
     archive(box.sequence_number);
 }
 
@@ -61,6 +63,7 @@ struct track_fragment_header_box : box_of<track_fragment_header_box, full_box, f
 template <class Archive, record<track_fragment_header_box> Box>
 void fields(Archive& archive, Box& box) {
     namespace has = track_fragment_flags;
+    archive.unchecked();
     archive(box.track_ID);
     if (box.flags & has::base_data_offset) archive(box.base_data_offset);
     if (box.flags & has::sample_description_index) archive(box.sample_description_index);
@@ -94,6 +97,7 @@ struct track_run_box : box_of<track_run_box, full_box, fourcc("trun")> {
 template <class Archive, record<track_run_box> Box>
 void fields(Archive& archive, Box& box) {
     namespace has = track_run_flags;
+    archive.unchecked();
     archive(box.sample_count);
     if (box.flags & has::data_offset) archive(box.data_offset);
     if (box.flags & has::first_sample_flags) archive(box.first_sample_flags);

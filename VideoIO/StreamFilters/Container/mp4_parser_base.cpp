@@ -12,16 +12,6 @@ constexpr std::uint64_t most_padding = 4;
 /// The extended type of a uuid box.
 constexpr std::uint32_t extended_type_size = 16;
 
-/// True when the scan is to end.
-bool report_unknown(std::uint32_t type, bool movie_is_known) {
-    if (qz_log::get_report_level(0) >= 2)
-        qz_log::_reportW(0, 2, __FILE__, __LINE__,
-                         movie_is_known ? L"Unknown top-level box %s, stop parsing."
-                                        : L"Unknown top-level box %s, continuing parsing.",
-                         fourcc_text(type).c_str());
-    return movie_is_known;
-}
-
 }  // namespace
 
 bool mp4_parser_base::scan(std::uint64_t offset, std::uint64_t size, bool seek, bool top_level) {
@@ -52,8 +42,11 @@ mp4_parser_base::outcome mp4_parser_base::read_box(level& at) {
 
     const auto factory = registry->find(type);
     const bool known = factory != registry->end();
-    if (!known && at.top_level && type != fourcc("uuid") && report_unknown(type, at.ftyp_seen && at.moov_seen))
-        return outcome::end;
+    if (!known && at.top_level && type != fourcc("uuid")) {
+        const bool ends = at.ftyp_seen && at.moov_seen;
+        report_unknown(type, ends);
+        if (ends) return outcome::end;
+    }
 
     const std::shared_ptr<box> box = known ? factory->second(type) : std::make_shared<mp4::box>(type);
     box->offset = at.offset;
@@ -62,6 +55,16 @@ mp4_parser_base::outcome mp4_parser_base::read_box(level& at) {
     boxes.emplace(at.offset, box);
     at.offset += box->size;
     return read_payload(*box, known) ? outcome::read : outcome::cut_off;
+}
+
+void mp4_parser_base::report_unknown(std::uint32_t type, bool ends) {
+    const wchar_t* const format =
+        ends ? L"Unknown top-level box %s, stop parsing." : L"Unknown top-level box %s, continuing parsing.";
+    const std::wstring text = fourcc_text(type);
+    if (observer != nullptr)
+        observer->unknown_box(format, text.c_str(), ends);
+    else if (qz_log::get_report_level(0) >= 2)
+        qz_log::_reportW(0, 2, __FILE__, __LINE__, format, text.c_str());
 }
 
 bool mp4_parser_base::read_extended_header(box& box, std::uint32_t size, const level& at) {
@@ -119,13 +122,6 @@ void mp4_parser_base::read_full_box_header(full_box& box) {
     read_number(word);
     box.version = static_cast<std::uint8_t>(word >> 24);
     box.flags = word & 0x00FFFFFF;
-}
-
-void mp4_parser_base::read_record(const box& box, std::uint32_t behind, std::vector<std::uint8_t>& record) {
-    const std::uint64_t front = std::uint64_t{box.header_size} + behind;
-    if (box.size == front) return;
-    core::require(box.size > front);
-    payload().sized(box.size - front, record);
 }
 
 }  // namespace vio::mp4

@@ -10,6 +10,17 @@
 
 namespace vio::mp4 {
 
+/// Takes what a parser reports of a file, which otherwise goes to the log alone.
+class parse_observer {
+public:
+    /// A box of top level is in no registry. `format` has one %s, for the type. `ends`: the boxes behind it are not
+    /// read.
+    virtual void unknown_box(const wchar_t* format, const wchar_t* type, bool ends) = 0;
+
+protected:
+    ~parse_observer() = default;
+};
+
 /// Reads one level of boxes at a time, the first time that someone asks for it, and keeps every box
 /// met. Sample data is never read.
 ///
@@ -20,12 +31,14 @@ class mp4_parser_base : public details::base_visitor, public details::chunk_read
 public:
     /// By box.offset. Only grows: the first object at an offset stays.
     std::map<std::uint64_t, std::shared_ptr<box>> boxes;
+    /// May be null; looked at, and must outlive the parser's work.
+    parse_observer* observer = nullptr;
 
     /// Reads the top level of the whole stream.
     bool parse() { return scan(0, stream->size(), true, true); }
 
     /// Reads the boxes in `size` bytes at `offset`, to which it seeks if asked. False when a header is
-    /// cut off; boxes read so far stay. At top level a box that is not known is logged, and ends the
+    /// cut off; boxes read so far stay. At top level a box that is not known is reported, and ends the
     /// scan with success once both `ftyp` and `moov` have been seen. A scan that does not seek leaves
     /// its chunk open for the visit it is called from.
     bool scan(std::uint64_t offset, std::uint64_t size, bool seek, bool top_level);
@@ -56,10 +69,13 @@ protected:
 
     /// The fields of the box being visited.
     field_reader payload() { return field_reader(*this); }
+    template <class Box>
+    void read_field_list(Box& box) {
+        field_reader in = payload();
+        fields(in, box);
+    }
     /// Version and flags. A box too short for them gets zeros.
     void read_full_box_header(full_box& box);
-    /// What a box holds behind its header and `behind` more bytes, whole.
-    void read_record(const box& box, std::uint32_t behind, std::vector<std::uint8_t>& record);
     /// Reads the boxes in the rest of the chunk, from within a visit.
     void scan_rest(bool top_level) { scan(position(), left(), false, top_level); }
 
@@ -83,6 +99,7 @@ private:
     /// The sizes behind the first 8 bytes of the header.
     bool read_extended_header(box& box, std::uint32_t size, const level& at);
     bool read_payload(box& box, bool known);
+    void report_unknown(std::uint32_t type, bool ends);
 };
 
 }  // namespace vio::mp4

@@ -40,15 +40,15 @@ private:
 
 }  // namespace
 
-void mp4_sampleentry_parser::visit(sample_entry& box) {
+void mp4_sampleentry_parser::read_fields(sample_entry& box) {
     box.header_size += 8;
     field_reader in = payload();
     in.zeros(6);
     in(box.data_reference_index);
 }
 
-void mp4_sampleentry_parser::visit(visual_sample_entry& box) {
-    visit(static_cast<sample_entry&>(box));
+void mp4_sampleentry_parser::read_fields(visual_sample_entry& box) {
+    read_fields(static_cast<sample_entry&>(box));
     box.header_size += visual_fields_size;
     field_reader in = payload();
     in.zeros(16);
@@ -61,8 +61,8 @@ void mp4_sampleentry_parser::visit(visual_sample_entry& box) {
     scan_rest(false);
 }
 
-void mp4_sampleentry_parser::visit(audio_sample_entry& box) {
-    visit(static_cast<sample_entry&>(box));
+void mp4_sampleentry_parser::read_fields(audio_sample_entry& box) {
+    read_fields(static_cast<sample_entry&>(box));
     field_reader in = payload();
     std::uint16_t version = 0;
     in(version, box.revision_level, box.vendor, box.channelcount, box.samplesize);
@@ -76,51 +76,27 @@ void mp4_sampleentry_parser::visit(audio_sample_entry& box) {
     scan_rest(true);
 }
 
-void mp4_sampleentry_parser::visit(hint_sample_entry& box) { visit(static_cast<sample_entry&>(box)); }
-void mp4_sampleentry_parser::visit(avc_sample_entry& box) { visit(static_cast<visual_sample_entry&>(box)); }
-void mp4_sampleentry_parser::visit(avc2_sample_entry& box) { visit(static_cast<visual_sample_entry&>(box)); }
-void mp4_sampleentry_parser::visit(mp4_visual_sample_entry& box) { visit(static_cast<visual_sample_entry&>(box)); }
-void mp4_sampleentry_parser::visit(ac3_sample_entry& box) { visit(static_cast<audio_sample_entry&>(box)); }
-void mp4_sampleentry_parser::visit(mp4_audio_sample_entry& box) { visit(static_cast<audio_sample_entry&>(box)); }
-
-void mp4_sampleentry_parser::visit(hevc_sample_entry& box) {
-    visit(static_cast<visual_sample_entry&>(box));
+void mp4_sampleentry_parser::read_fields(hevc_sample_entry& box) {
+    read_fields(static_cast<visual_sample_entry&>(box));
     // The children were scanned just now. An entry without any is not scanned again: that would seek
     // in the middle of this visit.
     if (boxes.contains(box.offset + box.header_size)) box.configuration = find_child<hevc_configuration_box>(box);
 }
 
-void mp4_sampleentry_parser::visit(avc_configuration_box& box) { read_record(box, 0, box.record); }
-void mp4_sampleentry_parser::visit(hevc_configuration_box& box) { read_record(box, 0, box.record); }
-
-void mp4_sampleentry_parser::visit(esd_box& box) {
-    skip(4);  // version and flags
-    read_record(box, 4, box.data);
-}
-
-void mp4_sampleentry_parser::visit(bit_rate_box& box) {
+void mp4_sampleentry_parser::read_fields(esd_box& box) {
     field_reader in = payload();
-    fields(in, box);
+    in.zeros(4);  // version and flags are not kept here
+    in.rest(box.data);
 }
 
-void mp4_sampleentry_parser::visit(pixel_aspect_ratio_box& box) {
-    field_reader in = payload();
-    fields(in, box);
-}
-
-void mp4_sampleentry_parser::visit(clean_apperture_box& box) {
-    field_reader in = payload();
-    fields(in, box);
-}
-
-void mp4_sampleentry_parser::visit(colour_information_box& box) {
+void mp4_sampleentry_parser::read_fields(colour_information_box& box) {
     field_reader in = payload();
     in(box.colour_type);
     if (box.colour_type == fourcc("nclx"))
         in(box.colour_primaries, box.transfer_characteristics, box.matrix_coefficients, box.full_range);
 }
 
-void mp4_sampleentry_parser::visit(ac3_configuration_box& box) {
+void mp4_sampleentry_parser::read_fields(ac3_configuration_box& box) {
     std::vector<std::uint8_t> bytes;
     read_vector(bytes, left());
     bit_fields bits(bytes);

@@ -122,19 +122,21 @@ void mp4_writer::write_box(std::shared_ptr<byte_stream> target, const mp4::box* 
     box->accept(*this);
 }
 
-void mp4_writer::write_box_header(const box& box) {
+void mp4_writer::write_header(const box& box) {
     const std::uint64_t position = stream->tell();
     const bool large = box.size >= first_large_size;
-    field_writer out = payload(on_failure::ignored);
+    field_writer out = payload();
+    out.unchecked();
     out(large ? std::uint32_t{1} : static_cast<std::uint32_t>(box.size), box.type);
     if (large) out(box.size);
     box.header_size = large ? 16 : 8;
     if (sizing == 0) box.offset = position;
 }
 
-void mp4_writer::write_full_box_header(const full_box& box) {
-    write_box_header(box);
-    field_writer out = payload(on_failure::ignored);
+void mp4_writer::write_header(const full_box& box) {
+    write_header(static_cast<const mp4::box&>(box));
+    field_writer out = payload();
+    out.unchecked();
     out(std::uint32_t{box.version} << 24 | (box.flags & 0x00FFFFFF));
     box.header_size += 4;
 }

@@ -50,9 +50,19 @@ struct avc_configuration_box : box_of<avc_configuration_box, box, fourcc("avcC")
     std::vector<std::uint8_t> record;
 };
 
+template <class Archive, record<avc_configuration_box> Box>
+void fields(Archive& archive, Box& box) {
+    archive.rest(box.record);
+}
+
 struct hevc_configuration_box : box_of<hevc_configuration_box, box, fourcc("hvcC")> {
     std::vector<std::uint8_t> record;
 };
+
+template <class Archive, record<hevc_configuration_box> Box>
+void fields(Archive& archive, Box& box) {
+    archive.rest(box.record);
+}
 
 struct avc_sample_entry : box_of<avc_sample_entry, visual_sample_entry, fourcc("avc1")> {};
 struct avc2_sample_entry : box_of<avc2_sample_entry, visual_sample_entry, fourcc("avc2")> {};
@@ -134,6 +144,11 @@ struct field_Image_Description_Extension : box_of<field_Image_Description_Extens
     std::uint8_t field_count = 0;
     std::uint8_t field_ordering = 0;
 };
+
+template <class Archive, record<field_Image_Description_Extension> Box>
+void fields(Archive& archive, Box& box) {
+    archive(box.field_count, box.field_ordering);
+}
 
 struct sampling_rate_box : box_of<sampling_rate_box, full_box, fourcc("srat")> {
     std::uint32_t sampling_rate = 0;

@@ -121,6 +121,11 @@ struct sample_dependency_type_box : box_of<sample_dependency_type_box, full_box,
     std::vector<std::uint8_t> entries;
 };
 
+template <class Archive, record<sample_dependency_type_box> Box>
+void fields(Archive& archive, Box& box) {
+    archive.rest(box.entries);
+}
+
 struct sample_group_description_box : box_of<sample_group_description_box, full_box, fourcc("sgpd")> {
     std::uint32_t grouping_type = 0;
 };

@@ -71,6 +71,14 @@ struct handler_box : box_of<handler_box, full_box, fourcc("hdlr")> {
     std::wstring name;
 };
 
+template <class Archive, record<handler_box> Box>
+void fields(Archive& archive, Box& box) {
+    archive.zeros(4);
+    archive(box.handler_type);
+    archive.zeros(12);
+    archive.terminated_text(box.name);
+}
+
 struct video_media_header_box : box_of<video_media_header_box, full_box, fourcc("vmhd")> {
     video_media_header_box() { flags = 1; }
 

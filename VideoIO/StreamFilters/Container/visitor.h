@@ -36,13 +36,39 @@ protected:
 
 /// A Base that visits the classes Ts, one base each, in this order.
 template <class Base, class... Ts>
-class visitors : public Base, public visitor<Ts>... {
+class const_visitors : public Base, public const_visitor<Ts>... {
 public:
     using Base::Base;
 };
 
-template <class Base, class... Ts>
-class const_visitors : public Base, public const_visitor<Ts>... {
+/// The classes that a visitor knows, in order.
+template <class... Ts>
+struct class_list {};
+
+/// Answers a visit with Visitor::visited(object), an overloaded function or a template.
+template <class Visitor, class T>
+class forwarding_visitor : public visitor<T> {
+    void visit(T& object) final { static_cast<Visitor&>(*this).visited(object); }
+};
+
+template <class Visitor, class T>
+class const_forwarding_visitor : public const_visitor<T> {
+    void visit(const T& object) final { static_cast<Visitor&>(*this).visited(object); }
+};
+
+/// A Base that visits the classes of a list through Visitor::visited, one base each, in this order.
+template <class Visitor, class Base, class List>
+class reading_visitor;
+template <class Visitor, class Base, class... Ts>
+class reading_visitor<Visitor, Base, class_list<Ts...>> : public Base, public forwarding_visitor<Visitor, Ts>... {
+public:
+    using Base::Base;
+};
+
+template <class Visitor, class Base, class List>
+class writing_visitor;
+template <class Visitor, class Base, class... Ts>
+class writing_visitor<Visitor, Base, class_list<Ts...>> : public Base, public const_forwarding_visitor<Visitor, Ts>... {
 public:
     using Base::Base;
 };

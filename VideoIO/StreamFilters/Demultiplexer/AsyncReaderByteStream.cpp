@@ -52,6 +52,9 @@ bool AsyncReaderByteStream::read(void* buffer, std::uint32_t count) {
     const HRESULT hr =
         m_reader->SyncRead(static_cast<LONGLONG>(m_position), static_cast<LONG>(count), static_cast<BYTE*>(buffer));
     m_lastResult = hr;
+    // Some readers fail what goes past the end of the file, where others answer with fewer bytes.
+    if (hr < 0 && SUCCEEDED(m_firstFailure.result) && m_position + count <= WholeSize())
+        m_firstFailure = {hr, m_position};
     QZCheckCondition((((HRESULT)(hr)) >= 0), false);
     if (!Reaches(m_position + count)) return false;
     m_position += count;

@@ -19,6 +19,12 @@ public:
     std::uint64_t KnownSize() const { return m_knownSize; }
     /// What the reader answered to the last read, S_OK before the first.
     HRESULT LastResult() const { return m_lastResult; }
+    /// The first read inside the file that the reader failed; its result is S_OK while there is none.
+    struct ReadFailure {
+        HRESULT result = S_OK;
+        std::uint64_t position = 0;
+    };
+    const ReadFailure& FirstFailure() const { return m_firstFailure; }
 
     void close() override { m_reader.reset(); }
     /// What can be read now; a growing source may answer more later.
@@ -42,6 +48,7 @@ private:
     ComPtr<IAsyncReader> m_reader;
     std::uint64_t m_position = 0;
     HRESULT m_lastResult = S_OK;
+    ReadFailure m_firstFailure;
     std::uint64_t m_knownSize;  ///< asked again only for what lies behind it
 };
 

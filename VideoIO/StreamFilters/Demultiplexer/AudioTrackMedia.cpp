@@ -13,6 +13,7 @@ namespace Norvane::MediaKit::Filters::details {
 namespace {
 
 using vio::mp4::fourcc;
+using Severity = ReadingFindings::Severity;
 
 /// Channels from which on a wave format must tell their places.
 constexpr DWORD kChannelsWithMask = 3;
@@ -111,7 +112,8 @@ HRESULT BuildMpeg4Audio(const MediaSource& source, const Sound& sound, TrackMedi
     if (FAILED(found)) return found;
     const auto build = FindBuild(kObjectTypes, configuration->object_type_indication);
     if (build == nullptr) {
-        QZReport(1, L"Failed to identify object type indication %d", int{configuration->object_type_indication});
+        source.context.findings.ReportExclusion(Severity::Error, L"Failed to identify object type indication %d",
+                                                int{configuration->object_type_indication});
         return E_FAIL;
     }
     const HRESULT built = build(sound, SpecificInfo(*configuration), media.mediaType);
@@ -134,7 +136,8 @@ HRESULT BuildAudioMedia(const MediaSource& source, TrackMedia& media) {
     QZCheckCondition(audio_sample_entry != nullptr, E_UNEXPECTED);
     const auto build = FindBuild(kEntries, source.entry->type);
     if (build == nullptr) {
-        QZReport(3, L"Unknown audio sample entry type %s", vio::mp4::fourcc_text(source.entry->type).c_str());
+        source.context.findings.ReportExclusion(Severity::Information, L"Unknown audio sample entry type %s",
+                                                vio::mp4::fourcc_text(source.entry->type).c_str());
         return E_FAIL;
     }
     const Sound sound{audio_sample_entry->channelcount, audio_sample_entry->samplesize,

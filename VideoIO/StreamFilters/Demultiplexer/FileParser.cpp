@@ -24,21 +24,38 @@ box_registry RegistryFor(const ReadingOptions& options) {
     return registry;
 }
 
-/// What the parser looks at and does not own.
-struct FileParser {
-    FileParser(std::shared_ptr<vio::byte_stream> from, const ReadingOptions& options)
-        : stream(std::move(from)), registry(RegistryFor(options)), parser(*stream, registry) {}
+/// A parser, and what it looks at and does not own.
+class FileParser final : public parse_observer {
+public:
+    FileParser(std::shared_ptr<vio::byte_stream> stream, const ReadingContext& context)
+        : m_stream(std::move(stream)),
+          m_registry(RegistryFor(context.options)),
+          m_findings(context.findings),
+          parser(*m_stream, m_registry) {
+        parser.observer = this;
+    }
 
-    const std::shared_ptr<vio::byte_stream> stream;
-    const box_registry registry;
+    void unknown_box(const wchar_t* format, const wchar_t* type, bool ends) override {
+        if (ends)
+            m_findings.ReportExclusion(ReadingFindings::Severity::Warning, format, type);
+        else
+            m_findings.Report(ReadingFindings::Severity::Warning, format, type);
+    }
+
+private:
+    const std::shared_ptr<vio::byte_stream> m_stream;
+    const box_registry m_registry;
+    ReadingFindings& m_findings;
+
+public:
     mp4_parser parser;
 };
 
 }  // namespace
 
 std::shared_ptr<vio::mp4::mp4_parser> MakeFileParser(std::shared_ptr<vio::byte_stream> stream,
-                                                     const ReadingOptions& options) {
-    const auto file = std::make_shared<FileParser>(std::move(stream), options);
+                                                     const ReadingContext& context) {
+    const auto file = std::make_shared<FileParser>(std::move(stream), context);
     return {file, &file->parser};
 }
 

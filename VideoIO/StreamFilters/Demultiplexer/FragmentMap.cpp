@@ -1,6 +1,5 @@
 #include "VideoIO/StreamFilters/Demultiplexer/FragmentMap.h"
 
-#include "Logging/Checks.h"
 #include "VideoIO/StreamFilters/Demultiplexer/BoxWalk.h"
 #include "VideoIO/StreamFilters/Demultiplexer/FragmentTables.h"
 #include "VideoIO/StreamFilters/Demultiplexer/ReadPart.h"
@@ -29,11 +28,11 @@ std::uint64_t BaseOf(const track_fragment_header_box& tfhd, const movie_fragment
 
 }  // namespace
 
-void FragmentMap::Gather(mp4_parser& parser, const movie_extends_box& mvex, const ReadingOptions& options) {
-    ReadPart(options, [&] { GatherDefaults(parser, mvex); });
+void FragmentMap::Gather(mp4_parser& parser, const movie_extends_box& mvex, const ReadingContext& context) {
+    ReadPart(context, [&] { GatherDefaults(parser, mvex); });
     BoxWalk fragments = BoxWalk::TopLevel(parser);
     while (const auto moof = fragments.Next<movie_fragment_box>())
-        ReadPart(options, [&] { GatherFragment(parser, *moof, options); });
+        ReadPart(context, [&] { GatherFragment(parser, *moof, context.options); });
 }
 
 void FragmentMap::GatherDefaults(mp4_parser& parser, const movie_extends_box& mvex) {
@@ -62,15 +61,17 @@ void FragmentMap::GatherFragment(mp4_parser& parser, const movie_fragment_box& m
     }
 }
 
-void FragmentMap::Report() const {
-    if (m_fragments.empty()) QZReport(2, L"mp4check: mp4 is fragmented, but no fragment found.");
+void FragmentMap::Report(ReadingFindings& findings) const {
+    using Severity = ReadingFindings::Severity;
+    if (m_fragments.empty()) findings.Report(Severity::Warning, L"mp4check: mp4 is fragmented, but no fragment found.");
     for (const auto& [id, fragments] : m_fragments) {
         if (!m_defaults.contains(id))
-            QZReport(2, L"mp4check: track %d, trex box not found.", id);
+            findings.ReportExclusion(Severity::Warning, L"mp4check: track %d, trex box not found.", id);
         else if (fragments.records.empty())
-            QZReport(2, L"mp4check: track %d, no fragment found.", id);
+            findings.Report(Severity::Warning, L"mp4check: track %d, no fragment found.", id);
         else
-            QZReport(3, L"mp4check: track %d, found %d fragments", id, static_cast<int>(fragments.records.size()));
+            findings.Report(Severity::Information, L"mp4check: track %d, found %d fragments", id,
+                            static_cast<int>(fragments.records.size()));
     }
 }
 

@@ -1,8 +1,8 @@
 // The fragments of a file by track.
 #pragma once
 
-#include "MediaKit/IReadingPolicy.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
+#include "VideoIO/StreamFilters/Demultiplexer/ReadingContext.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackBoxes.h"
 
 #include <cstdint>
@@ -16,9 +16,9 @@ class FragmentMap {
 public:
     /// Reads `mvex` and all `moof` of the file. A `traf` without `tfhd` belongs to no track. Where broken parts
     /// are left out, a broken `mvex` and a broken `moof` are.
-    void Gather(vio::mp4::mp4_parser& parser, const vio::mp4::movie_extends_box& mvex, const ReadingOptions& options);
-    /// Tells in the log how many each track has.
-    void Report() const;
+    void Gather(vio::mp4::mp4_parser& parser, const vio::mp4::movie_extends_box& mvex, const ReadingContext& context);
+    /// Reports how many each track has.
+    void Report(ReadingFindings& findings) const;
 
     /// The track's `trex`, or null.
     std::shared_ptr<vio::mp4::track_extends_box> Defaults(std::uint32_t trackId) const;

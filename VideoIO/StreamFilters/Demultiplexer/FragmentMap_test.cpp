@@ -40,7 +40,8 @@ Bases BasesOf(const box_builder& file, const ReadingOptions& options) {
     parser.parse();
     const auto mvex = std::dynamic_pointer_cast<vio::mp4::movie_extends_box>(parser.boxes.at(0));
     FragmentMap map;
-    map.Gather(parser, *mvex, options);
+    ReadingFindings findings;
+    map.Gather(parser, *mvex, {options, findings});
     Bases bases;
     for (const std::uint32_t id : {1U, 2U})
         for (const FragmentRecord& record : map.Take(id)) bases.push_back(record.base);

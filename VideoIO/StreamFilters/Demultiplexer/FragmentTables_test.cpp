@@ -57,7 +57,8 @@ protected:
     TrackTables Build() {
         TrackTables tables = EmptyTables();
         ReadingBudget budget(fileSize);
-        result = BuildTrackTables(boxes, sampleTables, options, budget, tables);
+        ReadingFindings findings;
+        result = BuildTrackTables(boxes, sampleTables, {options, findings}, budget, tables);
         return tables;
     }
     std::string Records() { return Text(Build()); }

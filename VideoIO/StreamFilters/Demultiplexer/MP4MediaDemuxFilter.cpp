@@ -17,6 +17,8 @@
 
 namespace Norvane::MediaKit::Filters {
 
+using Severity = ReadingFinding::Severity;
+
 MP4MediaDemuxFilter::MP4MediaDemuxFilter(IUnknown* outer, HRESULT* phr)
     : CSource("MP4MediaDemuxFilter", outer, CLSID_MP4MediaDemuxFilter, phr),
       m_inputPin(std::make_unique<MP4MediaDemuxInputPin>(this, &m_connectionLock, phr)) {}
@@ -26,6 +28,7 @@ MP4MediaDemuxFilter::~MP4MediaDemuxFilter() = default;
 HRESULT MP4MediaDemuxFilter::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
     if (riid == IID_IMP4MediaDemuxFilter) return GetInterface<IMP4MediaDemuxFilter>(this, ppv);
     if (riid == IID_IReadingPolicy) return GetInterface<IReadingPolicy>(this, ppv);
+    if (riid == IID_IReadingReport) return GetInterface<IReadingReport>(this, ppv);
     return CSource::NonDelegatingQueryInterface(riid, ppv);
 }
 
@@ -53,21 +56,34 @@ MP4MediaDemuxSeeking* MP4MediaDemuxFilter::Seeking() {
 }
 
 HRESULT MP4MediaDemuxFilter::SetReader(IAsyncReader* pReader) {
-    QZCheckCondition(pReader != nullptr, E_UNEXPECTED);
     CAutoLock lock(&m_connectionLock);
+    m_findings.Clear();
+    QZCheckCondition(pReader != nullptr, E_UNEXPECTED);
     AllowWaitWithLocks allow("a reader gets its data without the locks of the two pins that are being connected");
+    std::shared_ptr<AsyncReaderByteStream> stream;
+    HRESULT hr = QZ_E_UNSUPPORTED_FORMAT;
     try {
-        return Open(pReader);
+        stream = std::make_shared<AsyncReaderByteStream>(pReader);
+        hr = Open(pReader, stream);
     } catch (const std::exception& error) {
-        QZReport(1, L"Unsupported format, failed to set reader: %S", error.what());
+        m_findings.ReportExclusion(Severity::Error, L"Unsupported format, failed to set reader: %S", error.what());
         FindMovieHeader();
-        return QZ_E_UNSUPPORTED_FORMAT;
     }
+    if (stream == nullptr || SUCCEEDED(stream->FirstFailure().result)) return hr;
+    // What is missing from the file because the reader failed must not pass for a short file.
+    const AsyncReaderByteStream::ReadFailure failure = stream->FirstFailure();
+    m_findings.RecordExclusion(L"cannot read the file at byte %I64u: error 0x%08x", failure.position,
+                               static_cast<DWORD>(failure.result));
+    return failure.result;
 }
 
-HRESULT MP4MediaDemuxFilter::Open(IAsyncReader* reader) {
-    auto stream = std::make_shared<AsyncReaderByteStream>(reader);
-    auto parser = details::MakeFileParser(stream, m_options);
+void MP4MediaDemuxFilter::ReportOpeningFailure(const char* reason) {
+    CAutoLock lock(&m_connectionLock);
+    m_findings.ReportExclusion(Severity::Error, L"Failed to open file, %S", reason);
+}
+
+HRESULT MP4MediaDemuxFilter::Open(IAsyncReader* reader, std::shared_ptr<AsyncReaderByteStream> stream) {
+    auto parser = details::MakeFileParser(stream, m_context);
     ComPtr<IAsyncReader> replaced(reader);  // let go of without the state lock
     {
         CAutoLock lock(&m_cStateLock);
@@ -77,7 +93,7 @@ HRESULT MP4MediaDemuxFilter::Open(IAsyncReader* reader) {
     m_stream = std::move(stream);
     m_parser = std::move(parser);
     m_facts = {};
-    details::ReadPart(m_options, [&parser = *m_parser] { parser.parse(); });
+    details::ReadPart(m_context, [&parser = *m_parser] { parser.parse(); });
     return CheckMovie();
 }
 
@@ -87,7 +103,7 @@ void MP4MediaDemuxFilter::FindMovieHeader() {
     try {
         details::FindMovieHeader(*m_parser, m_facts);
     } catch (const std::exception& error) {
-        QZReport(2, L"The movie's header cannot be read: %S", error.what());
+        m_findings.Report(Severity::Warning, L"The movie's header cannot be read: %S", error.what());
     }
 }
 
@@ -96,7 +112,7 @@ HRESULT MP4MediaDemuxFilter::CheckMovie() {
     details::ReadingBudget budget(fileSize, details::BoxBytes(*m_parser, fileSize));
     const auto createOutputPin = [&](const details::TrackBoxes& track, REFERENCE_TIME& duration)
                                      MK_REQUIRES(m_connectionLock) { return CreateOutputPin(track, budget, duration); };
-    const HRESULT hr = details::mp4_check(*m_parser, m_options, createOutputPin, m_facts);
+    const HRESULT hr = details::mp4_check(*m_parser, m_context, createOutputPin, m_facts);
     if (FAILED(hr)) return hr;
     MP4MediaDemuxSeeking* const seeking = Seeking();
     QZCheckCondition(seeking != nullptr, E_OUTOFMEMORY);
@@ -111,7 +127,7 @@ HRESULT MP4MediaDemuxFilter::CreateOutputPin(const details::TrackBoxes& track, d
     HRESULT hr = S_OK;
     // It puts itself among the filter's pins, which the filter deletes.
     auto* const pin = new MP4MediaDemuxOutputPin(
-        this, name.c_str(), MP4MediaDemuxOutputPin::Origin{m_parser.get(), track, m_options, budget}, duration, &hr);
+        this, name.c_str(), MP4MediaDemuxOutputPin::Origin{m_parser.get(), track, m_context, budget}, duration, &hr);
     if (FAILED(hr)) {
         delete pin;
         return hr;
@@ -167,6 +183,17 @@ HRESULT MP4MediaDemuxFilter::GetOptions(ReadingOptions* options) {
     QZCheckCondition(options != nullptr, E_POINTER);
     CAutoLock lock(&m_connectionLock);
     *options = m_options;
+    return S_OK;
+}
+
+HRESULT MP4MediaDemuxFilter::GetFindings(std::vector<ReadingFinding>* findings) {
+    QZCheckCondition(findings != nullptr, E_POINTER);
+    CAutoLock lock(&m_connectionLock);
+    try {
+        *findings = m_findings.Findings();
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
     return S_OK;
 }
 

@@ -3,6 +3,7 @@
 
 #include "MediaKit/IMP4MediaDemuxFilter.h"
 #include "MediaKit/IReadingPolicy.h"
+#include "MediaKit/IReadingReport.h"
 #include "Platform/Com/ComPtr.h"
 #include "Platform/DirectShow/CSource.h"
 #include "Platform/DirectShow/IAsyncReader.h"
@@ -10,9 +11,11 @@
 #include "VideoIO/StreamFilters/Demultiplexer/AsyncReaderByteStream.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MovieCheck.h"
 #include "VideoIO/StreamFilters/Demultiplexer/ReadingBudget.h"
+#include "VideoIO/StreamFilters/Demultiplexer/ReadingContext.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackBoxes.h"
 
 #include <memory>
+#include <vector>
 
 namespace Norvane::MediaKit::Filters {
 
@@ -25,7 +28,10 @@ class MP4MediaDemuxSeeking;
 /// reader stay when the input is disconnected; they go with the filter.
 ///
 /// Lock order: connection lock, state lock, seeking lock.
-class MP4MediaDemuxFilter final : public CSource, public IMP4MediaDemuxFilter, public IReadingPolicy {
+class MP4MediaDemuxFilter final : public CSource,
+                                  public IMP4MediaDemuxFilter,
+                                  public IReadingPolicy,
+                                  public IReadingReport {
 public:
     explicit MP4MediaDemuxFilter(IUnknown* outer = nullptr, HRESULT* phr = nullptr);
     ~MP4MediaDemuxFilter() override;
@@ -38,8 +44,11 @@ public:
     CBasePin* GetPin(int n) override;
 
     /// Opens the file behind the reader. E_UNEXPECTED without one, VFW_E_NOT_STOPPED while the filter plays,
-    /// QZ_E_UNSUPPORTED_FORMAT for a file that cannot be played. Output pins of an earlier file stay.
+    /// QZ_E_UNSUPPORTED_FORMAT for a file that cannot be played, the reader's own code for one that it cannot read.
+    /// Output pins of an earlier file stay.
     HRESULT SetReader(IAsyncReader* pReader) MK_EXCLUDES(m_seekingLock);
+    /// For the input pin, which ends an opening that threw.
+    void ReportOpeningFailure(const char* reason);
 
     /// The one that all output pins share, made at the first call. Null when there is no memory for it.
     MP4MediaDemuxSeeking* Seeking() MK_EXCLUDES(m_seekingLock);
@@ -60,6 +69,9 @@ public:
     HRESULT SetOptions(const ReadingOptions* options) override;
     HRESULT GetOptions(ReadingOptions* options) override;
 
+    // IReadingReport
+    HRESULT GetFindings(std::vector<ReadingFinding>* findings) override;
+
 protected:
     /// Without the pin that is being made, which may yet be deleted.
     std::size_t StreamCount() const override MK_REQUIRES(m_cStateLock) { return m_wholePins; }
@@ -67,7 +79,7 @@ protected:
 private:
     /// Null when there is none. Pins live as long as the filter.
     MP4MediaDemuxOutputPin* FirstConnectedVideoPin();
-    HRESULT Open(IAsyncReader* reader) MK_REQUIRES(m_connectionLock);
+    HRESULT Open(IAsyncReader* reader, std::shared_ptr<AsyncReaderByteStream> stream) MK_REQUIRES(m_connectionLock);
     HRESULT CheckMovie() MK_REQUIRES(m_connectionLock);
     void FindMovieHeader() MK_REQUIRES(m_connectionLock);
     HRESULT CreateOutputPin(const details::TrackBoxes& track, details::ReadingBudget& budget, REFERENCE_TIME& duration)
@@ -76,6 +88,8 @@ private:
     /// Held while the input is being connected and the file is opened.
     CCritSec m_connectionLock{"MP4MediaDemuxFilter connection", LockRank::Filter};
     ReadingOptions m_options MK_GUARDED_BY(m_connectionLock);
+    details::ReadingFindings m_findings MK_GUARDED_BY(m_connectionLock);
+    const details::ReadingContext m_context MK_GUARDED_BY(m_connectionLock){m_options, m_findings};
 
     // The destructor lets go of them from the last to the first.
     std::unique_ptr<MP4MediaDemuxSeeking> m_seeking;  ///< made under m_seekingLock

@@ -17,7 +17,6 @@
 #include <chrono>
 #include <functional>
 #include <future>
-#include <map>
 #include <stdexcept>
 #include <string>
 
@@ -29,11 +28,14 @@ using mediakit_test::box_builder;
 using mediakit_test::fake;
 using mediakit_test::h264_track;
 using mediakit_test::log_capture;
+using mediakit_test::make_full_box;
 using mediakit_test::memory_async_reader;
 using mediakit_test::movie_file;
 using mediakit_test::movie_track;
 using mediakit_test::reader_output;
 using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
 
 using Bytes = std::vector<BYTE>;
 
@@ -104,6 +106,17 @@ protected:
         m_source->reader.reset();
     }
     MP4MediaDemuxFilter& Demux() { return *m_demux; }
+    std::vector<ReadingFinding> Findings() {
+        std::vector<ReadingFinding> findings;
+        EXPECT_EQ(m_hold.query<IReadingReport>()->GetFindings(&findings), S_OK);
+        return findings;
+    }
+    std::vector<std::wstring> Excluding() {
+        std::vector<std::wstring> texts;
+        for (const ReadingFinding& finding : Findings())
+            if (finding.excludes) texts.push_back(finding.text);
+        return texts;
+    }
     std::vector<std::wstring> PinNames() {
         std::vector<std::wstring> names;
         for (int i = 0; i < Demux().GetPinCount(); ++i) names.push_back(Demux().GetPin(i)->Name());
@@ -393,55 +406,80 @@ TEST_F(MP4MediaDemuxFilterTest, LeavesOutBrokenPartsWhenAsked) {
     EXPECT_EQ(Open(cut), S_OK);
 }
 
-// What cannot be read is as if it were not there, as in a file that is cut off; a table of which a part cannot be read
-// refuses the file. A track that is there has all samples of `moov`; fragments are among what may not be there.
-TEST_F(MP4MediaDemuxFilterTest, AReadThatFailsWhileOpening) {
+// A disk that fails must not look like a short file.
+TEST_F(MP4MediaDemuxFilterTest, FailedReadRefusesTheFile) {
     const log_capture log(0);
-    movie_file fragmented = VideoAndAudio();
-    fragmented.fragments.samples = 3;
-    for (const movie_file& movie : {VideoAndAudio(), fragmented}) {
-        const Bytes bytes = movie.bytes();
+    movie_file movie = VideoAndAudio();
+    movie.fragments.samples = 3;
+    const Bytes bytes = movie.bytes();
+    const auto policy = m_hold.query<IReadingPolicy>();
+    for (const bool lenient : {false, true}) {
+        const ReadingOptions options{.skipBrokenParts = lenient};
+        ASSERT_EQ(policy->SetOptions(&options), S_OK);
         auto* const whole = new memory_async_reader(bytes);
-        const ComPtr<IAsyncReader> hold(whole);
-        MP4MediaDemuxFilter* const demux = new MP4MediaDemuxFilter;
-        const ComPtr<IBaseFilter> filter(demux);
-        ASSERT_EQ(demux->SetReader(whole), S_OK);
+        ASSERT_EQ(Connect(whole), S_OK);
         const int reads = whole->reads();
         ASSERT_GT(reads, 10);
-        const auto samplesOf = [](MP4MediaDemuxFilter& opened) {
-            std::map<DWORD, std::uint64_t> samples;  // by track
-            for (int i = 0; i < opened.OutputPinCount(); ++i) {
-                TrackInformation information;
-                opened.OutputPin(i)->GetTrackInformation(&information);
-                samples[information.trackId] = information.sampleCount;
-            }
-            return samples;
-        };
-        const auto all = samplesOf(*demux);
-        const bool fewer = movie.fragments.samples != 0;
-
-        int refused = 0, lessened = 0;
+        Disconnect();
         for (int n = 1; n <= reads; ++n) {
             auto* const reader = new memory_async_reader(bytes);
-            const ComPtr<IAsyncReader> counted(reader);
             reader->fail_read(n, STG_E_ACCESSDENIED);
-            ComPtr<IBaseFilter> broken(new MP4MediaDemuxFilter);
-            const HRESULT hr = static_cast<MP4MediaDemuxFilter*>(broken.get())->SetReader(reader);
-            EXPECT_TRUE(hr == S_OK || hr == QZ_E_UNSUPPORTED_FORMAT) << "read " << n << ": " << std::hex << hr;
-            refused += hr == QZ_E_UNSUPPORTED_FORMAT ? 1 : 0;
-            const auto found = samplesOf(static_cast<MP4MediaDemuxFilter&>(*broken));
-            lessened += hr == S_OK && found.size() < all.size() ? 1 : 0;
-            for (const auto& [track, samples] : found) {
-                EXPECT_LE(samples, all.at(track)) << "read " << n << ", track " << track;
-                EXPECT_TRUE(fewer || samples == all.at(track)) << "read " << n << ", track " << track;
-            }
-            EXPECT_EQ(CountOf(broken.get()), 1u);
-            broken.reset();
-            EXPECT_EQ(CountOf(reader), 1u) << "read " << n;
+            ASSERT_EQ(Connect(reader), STG_E_ACCESSDENIED) << "read " << n;
+            ASSERT_THAT(Findings(), Not(IsEmpty()));
+            EXPECT_TRUE(Findings().back().excludes);
+            EXPECT_THAT(Findings().back().text, testing::StartsWith(L"cannot read the file at byte "));
         }
-        EXPECT_GT(refused, 0);
-        EXPECT_GT(lessened, 0);
+        EXPECT_EQ(Open(bytes), S_OK);
+        EXPECT_THAT(Excluding(), IsEmpty());
+        Disconnect();
     }
+}
+
+TEST_F(MP4MediaDemuxFilterTest, FindingsAreThoseOfTheLastConnection) {
+    const log_capture quiet(0);
+    EXPECT_THAT(Findings(), IsEmpty());
+    EXPECT_EQ(m_hold.query<IReadingReport>()->GetFindings(nullptr), E_POINTER);
+    movie_file movie = VideoAndAudio();
+    movie.tracks.push_back(TextTrack());
+    movie.tracks.push_back(UnknownTrack());
+    movie.tracks.push_back(aac_track(1));
+    movie.tracks.back().entry = box_builder();
+    movie.tracks.push_back(aac_track(1));
+    movie.tracks.back().entry = mediakit_test::audio_entry("ac-3", 2, 16, 0);
+    movie.replace = [](std::string_view type, std::size_t track, const box_builder& box) {
+        if (type == "stts" && track == 0) return box_builder();
+        if (type == "mdhd" && track == 1) return make_full_box("mdhd", 0, 0, box_builder().zeros(20));
+        return box;
+    };
+    ASSERT_EQ(Open(movie.bytes()), S_OK);
+    EXPECT_THAT(Excluding(), ElementsAre(L"track 1 has samples and no decoding times", L"track 2 has a timescale of 0",
+                                         L"Ignored track text", L"track 4 has a sample entry of unknown type zzzz",
+                                         L"track 5 has no sample entry", L"track 6 cannot be read: error 0x80004005"));
+    const std::vector<ReadingFinding> findings = Findings();
+    const auto unknown =
+        std::ranges::find(findings, L"Unknown top-level box zzzz, continuing parsing.", &ReadingFinding::text);
+    ASSERT_NE(unknown, findings.end());
+    EXPECT_EQ(unknown->severity, ReadingFinding::Severity::Warning);
+    EXPECT_FALSE(unknown->excludes);
+    Disconnect();
+
+    movie = VideoAndAudio();
+    movie.tracks[0].entry = mediakit_test::visual_entry("av01", 16, 16);
+    EXPECT_EQ(Open(movie.bytes()), QZ_E_UNSUPPORTED_FORMAT);
+    EXPECT_THAT(Excluding(), ElementsAre(L"track 1 has a sample entry of unknown type av01"));
+    EXPECT_EQ(Connect(nullptr), E_UNEXPECTED);
+    EXPECT_THAT(Findings(), IsEmpty());
+}
+
+TEST_F(MP4MediaDemuxFilterTest, FindingsKeepTheLastExclusion) {
+    const log_capture quiet(0);
+    movie_file movie;
+    movie.tracks.assign(details::ReadingFindings::kMostFindings, TextTrack());
+    movie.tracks.push_back(TextTrack());
+    movie.tracks.back().handler = "last";
+    ASSERT_EQ(Open(movie.bytes()), S_OK);
+    EXPECT_EQ(Findings().size(), details::ReadingFindings::kMostFindings);
+    EXPECT_EQ(Findings().back().text, L"Ignored track last");
 }
 
 // A reader may wait for its data, and the host may ask the filter something meanwhile.

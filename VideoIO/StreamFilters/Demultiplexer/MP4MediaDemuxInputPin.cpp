@@ -17,7 +17,7 @@ HRESULT MP4MediaDemuxInputPin::CompleteConnect(IPin* pReceivePin) {
     try {
         return m_demux->SetReader(reader.get());
     } catch (const std::exception& error) {
-        QZReport(1, L"Failed to open file, %S", error.what());
+        m_demux->ReportOpeningFailure(error.what());
         return E_FAIL;
     }
 }

@@ -15,6 +15,23 @@
 
 namespace Norvane::MediaKit::Filters {
 
+namespace {
+
+/// Of a sample description without an entry of a known type: names the first one that is there.
+void RecordUnknownEntry(const MP4MediaDemuxOutputPin::Origin& origin, const vio::mp4::sample_description_box& stsd) {
+    // Behind the number of entries, which the parser counts to the header, and version and flags, which it does not.
+    const std::uint64_t first = stsd.offset + stsd.header_size + 4;
+    const auto entry = origin.parser->boxes.find(first);
+    const DWORD id = origin.boxes.tkhd->track_ID;
+    if (entry == origin.parser->boxes.end() || first >= stsd.offset + stsd.size)
+        origin.context.findings.RecordExclusion(L"track %d has no sample entry", id);
+    else
+        origin.context.findings.RecordExclusion(L"track %d has a sample entry of unknown type %s", id,
+                                                vio::mp4::fourcc_text(entry->second->type).c_str());
+}
+
+}  // namespace
+
 MP4MediaDemuxOutputPin::MP4MediaDemuxOutputPin(MP4MediaDemuxFilter* filter, const wchar_t* name, const Origin& origin,
                                                REFERENCE_TIME& duration, HRESULT* phr)
     : StreamPin("MP4MediaDemuxOutputPin", phr, filter, name), m_demux(filter), m_turn(false, phr) {
@@ -46,14 +63,19 @@ HRESULT MP4MediaDemuxOutputPin::Build(const Origin& origin, REFERENCE_TIME& dura
 
 HRESULT MP4MediaDemuxOutputPin::BuildTables(const Origin& origin, REFERENCE_TIME& duration) {
     const details::SampleTableBoxes tables = details::FindSampleTables(*origin.parser, *origin.boxes.minf);
-    if (!tables.stsd) return E_FAIL;
-    if (tables.stsd->entries.empty())
+    if (!tables.stsd) {
+        origin.context.findings.RecordExclusion(L"track %d has no sample description", m_trackId);
+        return E_FAIL;
+    }
+    if (tables.stsd->entries.empty()) {
+        RecordUnknownEntry(origin, *tables.stsd);
         return m_handlerType == vio::mp4::fourcc("vide") ? QZ_E_UNSUPPORTED_FORMAT : QZ_E_TRACK_NOT_USABLE;
+    }
 
-    HRESULT hr = details::BuildTrackTables(origin.boxes, tables, origin.options, origin.budget, track_);
+    HRESULT hr = details::BuildTrackTables(origin.boxes, tables, origin.context, origin.budget, track_);
     if (FAILED(hr)) return hr;
     if (!track_.index_.empty()) duration = details::PresentationEnd(track_);
-    hr = details::BuildTrackMedia(*origin.parser, m_handlerType, *tables.stsd, origin.options, track_, m_media);
+    hr = details::BuildTrackMedia(*origin.parser, m_handlerType, *tables.stsd, origin.context, track_, m_media);
     if (FAILED(hr)) return hr;
     if (!m_media.handler) m_media.handler = std::make_unique<details::byte_stream_handler>(m_media.mediaType);
 

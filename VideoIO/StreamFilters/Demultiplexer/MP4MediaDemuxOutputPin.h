@@ -2,13 +2,13 @@
 #pragma once
 
 #include "MediaKit/IOverrideMediaType.h"
-#include "MediaKit/IReadingPolicy.h"
 #include "MediaKit/IStreamRate.h"
 #include "MediaKit/ITrackInformation.h"
 #include "MediaKit/IVideoOrientation.h"
 #include "Platform/DirectShow/IMediaSeeking.h"
 #include "VideoIO/StreamFilters/Demultiplexer/MediaTypeOverrides.h"
 #include "VideoIO/StreamFilters/Demultiplexer/ReadingBudget.h"
+#include "VideoIO/StreamFilters/Demultiplexer/ReadingContext.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackBoxes.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackMedia.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTables.h"
@@ -41,7 +41,7 @@ public:
     struct Origin {
         vio::mp4::mp4_parser* parser;
         const details::TrackBoxes& boxes;
-        const ReadingOptions& options;
+        const details::ReadingContext& context;
         details::ReadingBudget& budget;
     };
 

@@ -1,6 +1,5 @@
 #include "VideoIO/StreamFilters/Demultiplexer/MovieCheck.h"
 
-#include "Logging/Checks.h"
 #include "MediaKit/Results.h"
 #include "VideoIO/StreamFilters/Demultiplexer/BoxWalk.h"
 #include "VideoIO/StreamFilters/Demultiplexer/FragmentMap.h"
@@ -14,6 +13,8 @@ using namespace vio::mp4;
 
 namespace {
 
+using Severity = ReadingFindings::Severity;
+
 constexpr std::uint32_t kVideo = fourcc("vide");
 constexpr std::uint32_t kAudio = fourcc("soun");
 
@@ -22,9 +23,13 @@ LONGLONG Offset(const box& box) { return static_cast<LONGLONG>(box.offset); }
 
 class MovieCheck {
 public:
-    MovieCheck(mp4_parser& parser, const ReadingOptions& options, const CreateOutputPinFunction& createOutputPin,
+    MovieCheck(mp4_parser& parser, const ReadingContext& context, const CreateOutputPinFunction& createOutputPin,
                MovieFacts& facts)
-        : m_parser(parser), m_options(options), m_createOutputPin(createOutputPin), m_facts(facts) {}
+        : m_parser(parser),
+          m_context(context),
+          m_findings(context.findings),
+          m_createOutputPin(createOutputPin),
+          m_facts(facts) {}
 
     HRESULT Run();
 
@@ -46,16 +51,24 @@ private:
     std::shared_ptr<T> Child(const box* parent) {
         return parent != nullptr ? m_parser.find_child<T>(*parent) : nullptr;
     }
-    /// The same, telling in the log that the child is missing.
+    /// The same, for a child without which the track cannot be played.
     template <class T>
-    std::shared_ptr<T> Required(const box* parent, const wchar_t* message) {
+    std::shared_ptr<T> Required(const box* parent, const ReadingFindings::Message& whenMissing) {
         std::shared_ptr<T> child = Child<T>(parent);
-        if (child == nullptr) QZReport(2, message);
+        if (child == nullptr) m_findings.ReportExclusion(Severity::Warning, whenMissing);
+        return child;
+    }
+    /// The same, for a child that a file should have.
+    template <class T>
+    std::shared_ptr<T> Expected(const box* parent, const ReadingFindings::Message& whenMissing) {
+        std::shared_ptr<T> child = Child<T>(parent);
+        if (child == nullptr) m_findings.Report(Severity::Warning, whenMissing);
         return child;
     }
 
     mp4_parser& m_parser;
-    const ReadingOptions& m_options;
+    const ReadingContext& m_context;
+    ReadingFindings& m_findings;
     const CreateOutputPinFunction& m_createOutputPin;
     MovieFacts& m_facts;
 
@@ -66,14 +79,14 @@ private:
 HRESULT MovieCheck::Run() {
     m_facts.moov = BoxWalk::TopLevel(m_parser).Next<movie_box>();
     if (m_facts.moov == nullptr) {
-        QZReport(2, L"mp4_check: moov box not found.");
+        m_findings.ReportExclusion(Severity::Warning, L"mp4_check: moov box not found.");
         return QZ_E_UNSUPPORTED_FORMAT;
     }
     FindMediaData();
     CheckFileType();
     m_facts.mvhd = Child<movie_header_box>(m_facts.moov.get());
     if (m_facts.mvhd == nullptr) {
-        QZReport(1, L"mp4check: error: mvhd box not found.");
+        m_findings.ReportExclusion(Severity::Error, L"mp4check: error: mvhd box not found.");
         return QZ_E_UNSUPPORTED_FORMAT;
     }
     FindFragments();
@@ -86,38 +99,40 @@ void MovieCheck::FindMediaData() {
     BoxWalk walk = BoxWalk::TopLevel(m_parser);
     m_mdat = walk.Next<media_data_box>();
     if (m_mdat == nullptr) {
-        QZReport(2, L"mp4_check: mdat box not found. The file should be fragmented.");
+        m_findings.Report(Severity::Warning, L"mp4_check: mdat box not found. The file should be fragmented.");
         return;
     }
     int count = 1;
     while (walk.Next<media_data_box>() != nullptr) ++count;
-    QZReport(3, L"mp4_check: found %d mdat box(es).", count);
+    m_findings.Report(Severity::Information, L"mp4_check: found %d mdat box(es).", count);
 }
 
 void MovieCheck::CheckFileType() {
     const auto ftyp = BoxWalk::TopLevel(m_parser).Next<file_type_box>();
     if (ftyp == nullptr) {
-        QZReport(2, L"mp4_check: ftyp box not found.");
+        m_findings.Report(Severity::Warning, L"mp4_check: ftyp box not found.");
         return;
     }
     if (m_mdat != nullptr && m_mdat->offset < ftyp->offset)
-        QZReport(2, L"mp4check: ftyp box placed after mdat box (%I64d > %I64d).", Offset(*ftyp), Offset(*m_mdat));
+        m_findings.Report(Severity::Warning, L"mp4check: ftyp box placed after mdat box (%I64d > %I64d).",
+                          Offset(*ftyp), Offset(*m_mdat));
     if (m_facts.moov->offset < ftyp->offset)
-        QZReport(2, L"mp4check: ftyp box placed after moov box (%I64d > %I64d).", Offset(*ftyp), Offset(*m_facts.moov));
+        m_findings.Report(Severity::Warning, L"mp4check: ftyp box placed after moov box (%I64d > %I64d).",
+                          Offset(*ftyp), Offset(*m_facts.moov));
 }
 
 void MovieCheck::FindFragments() {
     const auto mvex = Child<movie_extends_box>(m_facts.moov.get());
     if (mvex == nullptr) return;
-    m_fragments.Gather(m_parser, *mvex, m_options);
-    m_fragments.Report();
+    m_fragments.Gather(m_parser, *mvex, m_context);
+    m_fragments.Report(m_findings);
 }
 
 HRESULT MovieCheck::CheckTracks() {
     BoxWalk walk(m_parser, *m_facts.moov);
     while (const auto trak = walk.Next<track_box>()) {
         HRESULT hr = S_FALSE;
-        ReadPart(m_options, [&] { hr = CheckTrack(*trak); });
+        ReadPart(m_context, [&] { hr = CheckTrack(*trak); });
         if (hr == QZ_E_UNSUPPORTED_FORMAT) return hr;
     }
     return S_OK;
@@ -129,7 +144,7 @@ HRESULT MovieCheck::CheckTrack(const track_box& trak) {
     track.elst = FindEdits(trak);
     const std::uint32_t handler = track.hdlr->handler_type;
     if (handler != kVideo && handler != kAudio) {
-        QZReport(3, L"Ignored track %s", fourcc_text(handler).c_str());
+        m_findings.ReportExclusion(Severity::Information, L"Ignored track %s", fourcc_text(handler).c_str());
         return S_FALSE;
     }
     return MakePin(track);
@@ -148,13 +163,14 @@ bool MovieCheck::FindRequired(const track_box& trak, TrackBoxes& track) {
 
 /// Oddities are told and forgiven; media data in another file is not.
 bool MovieCheck::IsSelfContained(const TrackBoxes& track) {
-    const auto dinf = Required<data_information_box>(track.minf.get(), L"mp4check: missing required dinf box.");
+    const auto dinf = Expected<data_information_box>(track.minf.get(), L"mp4check: missing required dinf box.");
     if (dinf == nullptr) return true;
-    const auto dref = Required<data_reference_box>(dinf.get(), L"mp4check: missing required dref box.");
+    const auto dref = Expected<data_reference_box>(dinf.get(), L"mp4check: missing required dref box.");
     if (dref == nullptr) return true;
     const DWORD id = track.tkhd->track_ID;
-    if (dref->entry_count == 0) QZReport(2, L"mp4check: no url of urn box.");
-    if (dref->entry_count >= 2) QZReport(2, L"mp4check: unsupported number of external reference for track %d.", id);
+    if (dref->entry_count == 0) m_findings.Report(Severity::Warning, L"mp4check: no url of urn box.");
+    if (dref->entry_count >= 2)
+        m_findings.Report(Severity::Warning, L"mp4check: unsupported number of external reference for track %d.", id);
     if (dref->entry_count != 1) return true;
 
     // Behind version, flags and the number of entries.
@@ -162,7 +178,8 @@ bool MovieCheck::IsSelfContained(const TrackBoxes& track) {
     if (entry == m_parser.boxes.end()) return true;
     const auto url = std::dynamic_pointer_cast<data_entry_url_box>(entry->second);
     if (url == nullptr || url->flags == 1) return true;
-    QZReport(2, L"mp4check: track %d uses an external reference. This is unsupported.", id);
+    m_findings.ReportExclusion(Severity::Warning,
+                               L"mp4check: track %d uses an external reference. This is unsupported.", id);
     return false;
 }
 
@@ -175,9 +192,14 @@ HRESULT MovieCheck::MakePin(TrackBoxes& track) {
     track.trex = m_fragments.Defaults(track.tkhd->track_ID);
     track.fragments = &m_fragments.Take(track.tkhd->track_ID);
     REFERENCE_TIME duration = 0;
+    const std::size_t exclusionsBefore = m_findings.ExclusionCount();
     const HRESULT hr = m_createOutputPin(track, duration);
-    if (hr == QZ_E_UNSUPPORTED_FORMAT && m_options.skipBrokenParts) {
-        QZReport(2, L"mp4check: track %d cannot be played, it is left out.", track.tkhd->track_ID);
+    if (FAILED(hr) && m_findings.ExclusionCount() == exclusionsBefore)
+        m_findings.RecordExclusion(L"track %d cannot be read: error 0x%08x", track.tkhd->track_ID,
+                                   static_cast<DWORD>(hr));
+    if (hr == QZ_E_UNSUPPORTED_FORMAT && m_context.options.skipBrokenParts) {
+        m_findings.ReportExclusion(Severity::Warning, L"mp4check: track %d cannot be played, it is left out.",
+                                   track.tkhd->track_ID);
         return S_FALSE;
     }
     AddDuration(track.hdlr->handler_type == kVideo, SUCCEEDED(hr) ? duration : 0);
@@ -197,8 +219,10 @@ void MovieCheck::CheckOrder() {
     if (m_mdat == nullptr) return;
     m_facts.streamingOrder = m_facts.moov->offset < m_mdat->offset;
     if (!*m_facts.streamingOrder)
-        QZReport(2, L"mp4check: warning: moov after mdat, the file is not optimized for streaming (%I64d > %I64d).",
-                 Offset(*m_facts.moov), Offset(*m_mdat));
+        m_findings.Report(
+            Severity::Warning,
+            L"mp4check: warning: moov after mdat, the file is not optimized for streaming (%I64d > %I64d).",
+            Offset(*m_facts.moov), Offset(*m_mdat));
 }
 
 }  // namespace
@@ -209,9 +233,9 @@ void FindMovieHeader(mp4_parser& parser, MovieFacts& facts) {
     if (facts.moov != nullptr) facts.mvhd = parser.find_child<movie_header_box>(*facts.moov);
 }
 
-HRESULT mp4_check(mp4_parser& parser, const ReadingOptions& options, const CreateOutputPinFunction& createOutputPin,
+HRESULT mp4_check(mp4_parser& parser, const ReadingContext& context, const CreateOutputPinFunction& createOutputPin,
                   MovieFacts& facts) {
-    return MovieCheck(parser, options, createOutputPin, facts).Run();
+    return MovieCheck(parser, context, createOutputPin, facts).Run();
 }
 
 }  // namespace Norvane::MediaKit::Filters::details

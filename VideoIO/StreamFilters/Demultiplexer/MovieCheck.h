@@ -1,9 +1,9 @@
-// Looks through the boxes of a file for tracks that can be played, and tells in the log what is odd about it.
+// Looks through the boxes of a file for tracks that can be played, and reports what is odd about it.
 #pragma once
 
-#include "MediaKit/IReadingPolicy.h"
 #include "Platform/Com/Types.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
+#include "VideoIO/StreamFilters/Demultiplexer/ReadingContext.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackBoxes.h"
 
 #include <functional>
@@ -29,7 +29,7 @@ void FindMovieHeader(vio::mp4::mp4_parser& parser, MovieFacts& facts);
 /// Calls createOutputPin for each video and audio track whose boxes are there, in the order of the file.
 /// QZ_E_UNSUPPORTED_FORMAT for a file that cannot be played; a file without such a track is S_OK. Throws
 /// core::exception for boxes that cannot be read. `facts` holds what was found until then.
-HRESULT mp4_check(vio::mp4::mp4_parser& parser, const ReadingOptions& options,
+HRESULT mp4_check(vio::mp4::mp4_parser& parser, const ReadingContext& context,
                   const CreateOutputPinFunction& createOutputPin, MovieFacts& facts);
 
 }  // namespace Norvane::MediaKit::Filters::details

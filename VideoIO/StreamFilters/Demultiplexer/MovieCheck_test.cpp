@@ -48,6 +48,7 @@ struct Outcome {
     std::vector<Asked> asked;
     std::vector<FragmentRecord> fragments;  ///< of the last track
     Messages messages;
+    ReadingFindings findings;
 };
 
 Outcome Check(const Bytes& bytes, const ReadingOptions& options = {}, const std::vector<Answer>& answers = {},
@@ -55,7 +56,8 @@ Outcome Check(const Bytes& bytes, const ReadingOptions& options = {}, const std:
     Outcome outcome;
     const log_capture log(level);
     const ComPtr<IAsyncReader> reader(new mediakit_test::memory_async_reader(bytes));
-    const auto parser = MakeFileParser(std::make_shared<AsyncReaderByteStream>(reader.get()), options);
+    const ReadingContext context{options, outcome.findings};
+    const auto parser = MakeFileParser(std::make_shared<AsyncReaderByteStream>(reader.get()), context);
     parser->parse();
     const auto create = [&](const TrackBoxes& track, REFERENCE_TIME& duration) {
         outcome.asked.push_back(
@@ -65,8 +67,14 @@ Outcome Check(const Bytes& bytes, const ReadingOptions& options = {}, const std:
         duration = n < answers.size() ? answers[n].duration : 0;
         return n < answers.size() ? answers[n].hr : S_OK;
     };
-    outcome.hr = mp4_check(*parser, options, create, outcome.facts);
+    outcome.hr = mp4_check(*parser, context, create, outcome.facts);
     outcome.messages = log.messages();
+    if (level == 5 && answers.empty()) {
+        Messages reported;
+        for (const ReadingFinding& finding : outcome.findings.Findings())
+            reported.push_back({static_cast<int>(finding.severity), finding.text});
+        EXPECT_EQ(reported, outcome.messages) << "every line is a finding";
+    }
     return outcome;
 }
 
@@ -202,6 +210,7 @@ TEST(MovieCheck, LeavesATrackOutThatLacksABoxAndTellsEach) {
         std::vector<Asked> tracks = {{1, 0, false, false}, {2, 0, false, false}, {3, 0, false, false}};
         if (!odd.kept) tracks.erase(tracks.begin() + 1);
         EXPECT_EQ(found.asked, tracks) << odd.type;
+        EXPECT_EQ(found.findings.ExclusionCount(), odd.kept ? 0 : odd.messages.size()) << odd.type;
     }
 }
 

@@ -121,11 +121,14 @@ TEST(ReadPart, ForgivesWhatTheFileIsToBlameFor) {
     const ReadingOptions strict, lenient{.skipBrokenParts = true};
     const auto broken = [] { throw std::out_of_range("too few values"); };
     const auto noMemory = [] { throw std::bad_alloc(); };
-    EXPECT_THROW(details::ReadPart(strict, broken), std::out_of_range);
+    details::ReadingFindings findings;
+    EXPECT_THROW(details::ReadPart({strict, findings}, broken), std::out_of_range);
     const mediakit_test::log_capture log;
-    EXPECT_NO_THROW(details::ReadPart(lenient, broken));
+    EXPECT_NO_THROW(details::ReadPart({lenient, findings}, broken));
     EXPECT_EQ(log.count(2, L"A broken part of the file is left out: too few values"), 1u);
-    EXPECT_THROW(details::ReadPart(lenient, noMemory), std::bad_alloc);
+    ASSERT_EQ(findings.Findings().size(), 1u);
+    EXPECT_TRUE(findings.Findings()[0].excludes);
+    EXPECT_THROW(details::ReadPart({lenient, findings}, noMemory), std::bad_alloc);
 }
 
 }  // namespace

@@ -68,7 +68,8 @@ Built Build(const SampleTableBoxes& sampleTables, std::uint32_t handler = kVideo
             std::uint64_t fileSize = 1 << 20) {
     Built built{E_UNEXPECTED, EmptyTables()};
     ReadingBudget budget(fileSize);
-    built.result = BuildTrackTables(BoxesOf(handler), sampleTables, options, budget, built.tables);
+    ReadingFindings findings;
+    built.result = BuildTrackTables(BoxesOf(handler), sampleTables, {options, findings}, budget, built.tables);
     return built;
 }
 
@@ -174,7 +175,8 @@ TEST(SampleTable, FailsWithoutTimesAndWithoutSizes) {
 
     TrackTables timeless = EmptyTables(0);
     ReadingBudget budget(100);
-    EXPECT_EQ(BuildTrackTables(BoxesOf(kVideo), Claim{.sizes = {1}}.Boxes(), {}, budget, timeless), E_FAIL);
+    ReadingFindings findings;
+    EXPECT_EQ(BuildTrackTables(BoxesOf(kVideo), Claim{.sizes = {1}}.Boxes(), {{}, findings}, budget, timeless), E_FAIL);
 }
 
 TEST(SampleTable, TellsChunksAndSums) {
@@ -299,11 +301,12 @@ TEST(SampleTable, ClaimsCostNoMoreThanTheFileIsLarge) {
 
 TEST(SampleTable, TracksShareOneBudget) {
     ReadingBudget budget(500, 500);
+    ReadingFindings findings;
     const SampleTableBoxes boxes = Claim{.stsc = {{1, 40000, 1}}, .size = 1, .count = 40000}.Boxes();
     TrackTables first = EmptyTables();
     TrackTables second = EmptyTables();
-    BuildTrackTables(BoxesOf(kVideo), boxes, {}, budget, first);
-    BuildTrackTables(BoxesOf(kVideo), boxes, {}, budget, second);
+    BuildTrackTables(BoxesOf(kVideo), boxes, {{}, findings}, budget, first);
+    BuildTrackTables(BoxesOf(kVideo), boxes, {{}, findings}, budget, second);
     EXPECT_EQ(first.index_.size(), 40000U);
     EXPECT_EQ(second.index_.size(), 25536U / 2);  // and leaves as many to a third
 }
@@ -311,9 +314,10 @@ TEST(SampleTable, TracksShareOneBudget) {
 TEST(SampleTable, SamplesOfAByteFillTheirFile) {
     constexpr std::uint32_t kSamples = 300'000;
     ReadingBudget budget(kSamples);
+    ReadingFindings findings;
     TrackTables tables = EmptyTables();
     const Claim claim{.stts = {{kSamples - 1, 1}, {1, 2}}, .stsc = {{1, kSamples, 1}}, .size = 1, .count = kSamples};
-    EXPECT_EQ(BuildTrackTables(BoxesOf(kSound), claim.Boxes(), {}, budget, tables), S_OK);
+    EXPECT_EQ(BuildTrackTables(BoxesOf(kSound), claim.Boxes(), {{}, findings}, budget, tables), S_OK);
     EXPECT_EQ(tables.index_.size(), kSamples);
 }
 
@@ -389,7 +393,10 @@ TEST(EditList, MovesByTheFirstEditThatShowsMedia) {
         boxes.elst->entries = c.edits;
         TrackTables tables = EmptyTables();
         ReadingBudget budget(100);
-        EXPECT_EQ(BuildTrackTables(boxes, Claim{.ctts = {{1, 7}}, .sizes = {1}}.Boxes(), {}, budget, tables), S_OK);
+        ReadingFindings findings;
+        EXPECT_EQ(
+            BuildTrackTables(boxes, Claim{.ctts = {{1, 7}}, .sizes = {1}}.Boxes(), {{}, findings}, budget, tables),
+            S_OK);
         EXPECT_EQ(Text(tables), c.record);
         EXPECT_EQ(tables.edit, c.edit);
         EXPECT_EQ(PresentationEnd(tables), 170000) << "edits do not change where it ends";
@@ -417,9 +424,10 @@ TEST(EditList, EmptyEditsInFrontDelayATrackWhenTheyAreHeeded) {
         boxes.elst->entries = c.edits;
         TrackTables tables = EmptyTables();
         ReadingBudget budget(100);
+        ReadingFindings findings;
         ASSERT_EQ(tables.timescale(), 1000u);
-        EXPECT_EQ(BuildTrackTables(boxes, Claim{.ctts = {{1, 7}}, .sizes = {1}}.Boxes(), {.emptyEdits = true}, budget,
-                                   tables),
+        EXPECT_EQ(BuildTrackTables(boxes, Claim{.ctts = {{1, 7}}, .sizes = {1}}.Boxes(),
+                                   {{.emptyEdits = true}, findings}, budget, tables),
                   S_OK);
         EXPECT_EQ(tables.edit, c.edit);
         EXPECT_EQ(tables.index_[0].cts, WrappingSubtract(7, c.edit));

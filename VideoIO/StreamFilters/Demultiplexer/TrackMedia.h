@@ -1,10 +1,10 @@
 // From a track's sample entry to its media type.
 #pragma once
 
-#include "MediaKit/IReadingPolicy.h"
 #include "MediaKit/StreamRate.h"
 #include "Platform/DirectShow/MediaType.h"
 #include "VideoIO/StreamFilters/Container/sample_table_boxes.h"
+#include "VideoIO/StreamFilters/Demultiplexer/ReadingContext.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTables.h"
 #include "VideoIO/StreamFilters/Handlers/MP4ByteStreamHandler.h"
 
@@ -27,6 +27,6 @@ struct TrackMedia {
 /// handler type other than `vide` and `soun`, an entry or a stream of an unknown kind is E_FAIL, an entry of the wrong
 /// class E_UNEXPECTED; `av01` is QZ_E_UNSUPPORTED_FORMAT, which refuses the file. Each but the last is logged.
 HRESULT BuildTrackMedia(vio::mp4::mp4_parser& parser, DWORD handlerType, const vio::mp4::sample_description_box& stsd,
-                        const ReadingOptions& options, TrackTables& tables, TrackMedia& media);
+                        const ReadingContext& context, TrackTables& tables, TrackMedia& media);
 
 }  // namespace Norvane::MediaKit::Filters::details

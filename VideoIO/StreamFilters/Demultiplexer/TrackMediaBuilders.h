@@ -13,7 +13,7 @@ namespace Norvane::MediaKit::Filters::details {
 struct MediaSource {
     vio::mp4::mp4_parser& parser;
     const std::shared_ptr<vio::mp4::sample_entry>& entry;
-    const ReadingOptions& options;
+    const ReadingContext& context;
     TrackTables& tables;
 };
 

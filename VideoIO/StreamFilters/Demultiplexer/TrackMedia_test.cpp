@@ -64,7 +64,8 @@ Built BuildFrom(vio::mp4::mp4_parser& parser, DWORD handler, const vio::mp4::sam
                 const ReadingOptions& options, TrackTables tables) {
     const log_capture log;
     Built built;
-    built.result = BuildTrackMedia(parser, handler, stsd, options, tables, built.media);
+    ReadingFindings findings;
+    built.result = BuildTrackMedia(parser, handler, stsd, {options, findings}, tables, built.media);
     for (const SyncRecord& record : tables.sync_index) built.sync_samples.push_back(record.sample);
     built.log = log.messages();
     return built;

@@ -28,6 +28,7 @@ inline TrackTables EmptyTables(std::uint32_t timescale = 1000) {
 
 inline TrackBoxes BoxesOf(std::uint32_t handler) {
     TrackBoxes boxes;
+    boxes.tkhd = std::make_shared<vio::mp4::track_header_box>();
     boxes.hdlr = std::make_shared<vio::mp4::handler_box>();
     boxes.hdlr->handler_type = handler;
     return boxes;

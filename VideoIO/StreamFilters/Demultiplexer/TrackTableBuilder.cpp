@@ -1,6 +1,5 @@
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTableBuilder.h"
 
-#include "Logging/Checks.h"
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
 #include "VideoIO/StreamFilters/Demultiplexer/FragmentTables.h"
 #include "VideoIO/StreamFilters/Demultiplexer/SampleTableWalk.h"
@@ -14,6 +13,7 @@ namespace Norvane::MediaKit::Filters::details {
 namespace {
 
 using namespace vio::mp4;
+using Severity = ReadingFindings::Severity;
 
 constexpr std::int64_t kEmptyEdit = -1;
 
@@ -58,19 +58,27 @@ SampleTableBoxes FindSampleTables(mp4_parser& parser, const media_information_bo
     return tables;
 }
 
-HRESULT BuildTrackTables(const TrackBoxes& boxes, const SampleTableBoxes& sampleTables, const ReadingOptions& options,
+HRESULT BuildTrackTables(const TrackBoxes& boxes, const SampleTableBoxes& sampleTables, const ReadingContext& context,
                          ReadingBudget& budget, TrackTables& tables) {
-    if (tables.timescale() == 0) return E_FAIL;
-    const SampleTableWalk walk(sampleTables, boxes.hdlr->handler_type == fourcc("soun"), options);
-    if (walk.Count() != 0 && !walk.HasTimes()) return E_FAIL;
+    if (tables.timescale() == 0) {
+        context.findings.RecordExclusion(L"track %d has a timescale of 0", boxes.tkhd->track_ID);
+        return E_FAIL;
+    }
+    const SampleTableWalk walk(sampleTables, boxes.hdlr->handler_type == fourcc("soun"), context.options);
+    if (walk.Count() != 0 && !walk.HasTimes()) {
+        context.findings.RecordExclusion(L"track %d has samples and no decoding times", boxes.tkhd->track_ID);
+        return E_FAIL;
+    }
 
     const std::uint64_t inFragments = CountFragmentSamples(boxes);
     const std::uint64_t wanted = walk.Reachable() + inFragments;
     const std::uint64_t plainLimit = budget.TakeRecords(walk.Reachable());
     const std::uint64_t fragmentLimit = budget.TakeRecords(inFragments);
     if (plainLimit + fragmentLimit != wanted)
-        QZReport(2, L"A track claims %I64u samples, more than the file has bytes left for. At most %I64u are read.",
-                 wanted, plainLimit + fragmentLimit);
+        context.findings.ReportExclusion(
+            Severity::Warning,
+            L"A track claims %I64u samples, more than the file has bytes left for. At most %I64u are read.", wanted,
+            plainLimit + fragmentLimit);
 
     tables.sample_count = walk.Count() + inFragments;
     tables.index_.reserve(plainLimit + fragmentLimit);
@@ -79,13 +87,13 @@ HRESULT BuildTrackTables(const TrackBoxes& boxes, const SampleTableBoxes& sample
         dts = walk.Run(plainLimit, tables);
         tables.typical_duration = TypicalDuration(sampleTables.stts->entries);
     }
-    AddFragments(boxes, options, fragmentLimit, dts, tables);
+    AddFragments(boxes, context.options, fragmentLimit, dts, tables);
 
     if (tables.max_sample_size == 0) {
-        QZReport(1, L"The track max sample size is zero");
+        context.findings.ReportExclusion(Severity::Error, L"The track max sample size is zero");
         return E_FAIL;
     }
-    if (boxes.elst != nullptr) ApplyEdits(boxes, options, tables);
+    if (boxes.elst != nullptr) ApplyEdits(boxes, context.options, tables);
     return S_OK;
 }
 

@@ -1,10 +1,10 @@
 // From the sample tables and fragments of a track to its index.
 #pragma once
 
-#include "MediaKit/IReadingPolicy.h"
 #include "Platform/Com/Results.h"
 #include "VideoIO/StreamFilters/Container/sample_table_boxes.h"
 #include "VideoIO/StreamFilters/Demultiplexer/ReadingBudget.h"
+#include "VideoIO/StreamFilters/Demultiplexer/ReadingContext.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackBoxes.h"
 #include "VideoIO/StreamFilters/Demultiplexer/TrackTables.h"
 
@@ -33,7 +33,7 @@ SampleTableBoxes FindSampleTables(vio::mp4::mp4_parser& parser, const vio::mp4::
 /// Fills all of `tables` but mdhd and the sync index: samples of `moov`, then of the fragments, then the edit list.
 /// E_FAIL without a sample of any size, without times or with a timescale of 0. std::out_of_range for a fragment whose
 /// tables disagree.
-HRESULT BuildTrackTables(const TrackBoxes& boxes, const SampleTableBoxes& sampleTables, const ReadingOptions& options,
+HRESULT BuildTrackTables(const TrackBoxes& boxes, const SampleTableBoxes& sampleTables, const ReadingContext& context,
                          ReadingBudget& budget, TrackTables& tables);
 
 /// Where the presentation ends before edits: end of the last record, 100 ns; 0 without records.

@@ -16,6 +16,7 @@ namespace {
 
 using vio::mp4::fourcc;
 using vio::mp4::visual_sample_entry;
+using Severity = ReadingFindings::Severity;
 
 /// Object type indication of motion JPEG, ISO/IEC 14496-1.
 constexpr std::uint8_t kMotionJpeg = 0x6C;
@@ -29,7 +30,11 @@ void SetStreamRate(const TrackTables& tables, TrackMedia& media) {
     if (SUCCEEDED(qz_DSFilters::GetStreamRate(AverageTimePerFrame(tables), rate))) media.rate = rate;
 }
 
-HRESULT RefuseFile(const MediaSource&, const visual_sample_entry&, TrackMedia&) { return QZ_E_UNSUPPORTED_FORMAT; }
+HRESULT RefuseFile(const MediaSource& source, const visual_sample_entry& visual, TrackMedia&) {
+    source.context.findings.RecordExclusion(L"visual sample entry type %s is not supported",
+                                            vio::mp4::fourcc_text(visual.type).c_str());
+    return QZ_E_UNSUPPORTED_FORMAT;
+}
 
 /// Of a decoder configuration record (ISO/IEC 14496-15, 5.3.3) that says that it has no sequence parameter sets.
 bool HasNoSets(const std::vector<std::uint8_t>& record) {
@@ -105,18 +110,19 @@ SIZE PictureAspectRatio(const SIZE& size, const SIZE& pixel) {
 }
 
 /// What the stream's own header says goes before the sample entry.
-void ReadVideoHeader(std::span<const std::uint8_t> header, Picture& picture) {
+void ReadVideoHeader(std::span<const std::uint8_t> header, ReadingFindings& findings, Picture& picture) {
     const qz_MPEGUtil::MediaData data{header.data(), header.size()};
     qz_MPEGUtil::VideoDecoderParams params;
     params.data = &data;
     qz_MPEGUtil::MPEG4VideoDecoder decoder;
     if (decoder.Init(params) != S_OK || decoder.GetInfo(params) != S_OK) {
-        QZReport(2, L"Failed to parse the decoder specific info");
+        findings.Report(Severity::Warning, L"Failed to parse the decoder specific info");
         return;
     }
     if (params.size.cx != picture.size.cx || params.size.cy != picture.size.cy)
-        QZReport(2, L"mp4check: video size in header (%dx%d) does not match decoder spec info (%dx%d)", picture.size.cx,
-                 picture.size.cy, params.size.cx, params.size.cy);
+        findings.Report(Severity::Warning,
+                        L"mp4check: video size in header (%dx%d) does not match decoder spec info (%dx%d)",
+                        picture.size.cx, picture.size.cy, params.size.cx, params.size.cy);
     picture = {params.size, PictureAspectRatio(params.size, params.pixelAspectRatio),
                InterlaceFlags(params.pictureStructure)};
 }
@@ -132,7 +138,7 @@ HRESULT BuildMpeg4(const MediaSource& source, const visual_sample_entry& visual,
     const SIZE size{visual.width, visual.height};
     Picture picture{size, size, 0};
     SetStreamRate(source.tables, media);
-    if (!info.empty()) ReadVideoHeader(info, picture);
+    if (!info.empty()) ReadVideoHeader(info, source.context.findings, picture);
     DWORD bitRate = configuration->avg_bitrate;
     if (bitRate == 0) bitRate = AverageBitRate(source.tables);
     QZCheckHRESULT(qz_DSFilters::BuildVideoInfo2MediaType(
@@ -151,10 +157,11 @@ constexpr MediaRow<HRESULT(const MediaSource&, const visual_sample_entry&, Track
 HRESULT BuildVideoMedia(const MediaSource& source, TrackMedia& media) {
     const auto visual_sample_entry = std::dynamic_pointer_cast<vio::mp4::visual_sample_entry>(source.entry);
     QZCheckCondition(visual_sample_entry != nullptr, E_UNEXPECTED);
-    const bool asAvc1 = source.options.avc3AsAvc1 && source.entry->type == fourcc("avc3");
+    const bool asAvc1 = source.context.options.avc3AsAvc1 && source.entry->type == fourcc("avc3");
     const auto build = FindBuild(kEntries, asAvc1 ? fourcc("avc1") : source.entry->type);
     if (build == nullptr) {
-        QZReport(3, L"Unknown visual sample entry type %s", vio::mp4::fourcc_text(source.entry->type).c_str());
+        source.context.findings.ReportExclusion(Severity::Information, L"Unknown visual sample entry type %s",
+                                                vio::mp4::fourcc_text(source.entry->type).c_str());
         return E_FAIL;
     }
     return build(source, *visual_sample_entry, media);

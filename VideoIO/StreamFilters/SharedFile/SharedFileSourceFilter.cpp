@@ -12,6 +12,7 @@ SharedFileSourceFilter::~SharedFileSourceFilter() = default;
 
 HRESULT SharedFileSourceFilter::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
     if (riid == IID_IFileSourceFilter) return GetInterface<IFileSourceFilter>(this, ppv);
+    if (riid == IID_IFailureInformation) return GetInterface<IFailureInformation>(this, ppv);
     return CBaseFilter::NonDelegatingQueryInterface(riid, ppv);
 }
 
@@ -27,5 +28,7 @@ HRESULT SharedFileSourceFilter::GetCurFile(wchar_t** ppszFileName, AM_MEDIA_TYPE
     if (ppszFileName != nullptr) *ppszFileName = nullptr;
     return S_OK;
 }
+
+HRESULT SharedFileSourceFilter::GetFirstFailure(FilterFailure* failure) { return m_pin->GetFirstFailure(failure); }
 
 }  // namespace Norvane::MediaKit::Filters

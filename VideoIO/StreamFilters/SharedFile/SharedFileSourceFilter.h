@@ -1,6 +1,7 @@
 // Pull source of a file that another writer may still be growing. Nothing here waits for data.
 #pragma once
 
+#include "MediaKit/IFailureInformation.h"
 #include "Platform/DirectShow/CBaseFilter.h"
 #include "Platform/DirectShow/IFileSourceFilter.h"
 #include "Platform/Kernel/CriticalSection.h"
@@ -10,13 +11,13 @@
 
 namespace Norvane::MediaKit::Filters {
 
-class SharedFileSourceFilter final : public CBaseFilter, public IFileSourceFilter {
+class SharedFileSourceFilter final : public CBaseFilter, public IFileSourceFilter, public IFailureInformation {
 public:
     SharedFileSourceFilter(IUnknown* outer, HRESULT* phr);
     ~SharedFileSourceFilter() override;
 
     DECLARE_IUNKNOWN
-    /// IFileSourceFilter and those of the base.
+    /// IFileSourceFilter, IFailureInformation and those of the base.
     HRESULT NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
 
     int GetPinCount() override;
@@ -28,6 +29,9 @@ public:
     HRESULT Load(const wchar_t* pszFileName, const AM_MEDIA_TYPE* pmt) override;
     /// Stores a null name and answers S_OK: it tells nothing.
     HRESULT GetCurFile(wchar_t** ppszFileName, AM_MEDIA_TYPE* pmt) override;
+
+    /// The first failed opening, read or query of the size since Load was given a name.
+    HRESULT GetFirstFailure(FilterFailure* failure) override;
 
 private:
     CCritSec m_lock{"SharedFileSource", LockRank::Filter};

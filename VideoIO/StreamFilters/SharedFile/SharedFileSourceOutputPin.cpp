@@ -23,6 +23,7 @@ HRESULT SharedFileSourceOutputPin::Load(const wchar_t* name, const AM_MEDIA_TYPE
     m_streams.clear();
     if (name != nullptr) {
         m_fileName = name;
+        m_failure.Reset();
         ComPtr<IStream> stream;
         QZCheckHRESULT(GetStream(GetCurrentThreadId(), stream.put()));
     }
@@ -35,12 +36,19 @@ HRESULT SharedFileSourceOutputPin::GetStream(DWORD threadId, IStream** ppStream)
     auto found = m_streams.find(threadId);
     if (found == m_streams.end()) {
         ComPtr<IStream> opened;
-        QZCheckHRESULT(SHCreateStreamOnFileW(m_fileName.c_str(), STGM_READ | STGM_SHARE_DENY_NONE, opened.put()));
+        QZCheckHRESULT(
+            RecordFailure(SHCreateStreamOnFileW(m_fileName.c_str(), STGM_READ | STGM_SHARE_DENY_NONE, opened.put()),
+                          L"cannot open the file"));
         found = m_streams.emplace(threadId, std::move(opened)).first;
     }
     if (ppStream == nullptr) return E_POINTER;
     *ppStream = ComPtr<IStream>(found->second).detach();
     return S_OK;
+}
+
+HRESULT SharedFileSourceOutputPin::RecordFailure(HRESULT result, const wchar_t* text, std::uint64_t position) {
+    if (FAILED(result)) m_failure.Set(result, text, position);
+    return result;
 }
 
 HRESULT SharedFileSourceOutputPin::GetMediaType(int iPosition, CMediaType* pMediaType) {
@@ -76,8 +84,10 @@ HRESULT SharedFileSourceOutputPin::SyncRead(LONGLONG llPosition, LONG lLength, B
     QZCheckCondition(lLength >= 0, E_INVALIDARG);
     ComPtr<IStream> stream;
     QZCheckHRESULT(GetStream(GetCurrentThreadId(), stream.put()));
+    // Fails for a negative position alone, which says nothing of the file.
     QZCheckHRESULT(stream->Seek({llPosition}, STREAM_SEEK_SET, nullptr));
-    QZCheckHRESULT(stream->Read(pBuffer, static_cast<ULONG>(lLength), nullptr));
+    QZCheckHRESULT(RecordFailure(stream->Read(pBuffer, static_cast<ULONG>(lLength), nullptr),
+                                 L"cannot read from the file", static_cast<std::uint64_t>(llPosition)));
     return S_OK;
 }
 
@@ -85,7 +95,7 @@ HRESULT SharedFileSourceOutputPin::Length(LONGLONG* pTotal, LONGLONG* pAvailable
     ComPtr<IStream> stream;
     QZCheckHRESULT(GetStream(GetCurrentThreadId(), stream.put()));
     STATSTG stat{};
-    QZCheckHRESULT(stream->Stat(&stat, STATFLAG_NONAME));
+    QZCheckHRESULT(RecordFailure(stream->Stat(&stat, STATFLAG_NONAME), L"cannot query the size of the file"));
     if (pTotal != nullptr) *pTotal = static_cast<LONGLONG>(stat.cbSize.QuadPart);
     if (pAvailable != nullptr) *pAvailable = static_cast<LONGLONG>(stat.cbSize.QuadPart);
     return S_OK;

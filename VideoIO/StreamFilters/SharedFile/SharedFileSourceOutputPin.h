@@ -6,6 +6,7 @@
 #include "Platform/DirectShow/IAMAsyncReaderTimestampScaling.h"
 #include "Platform/DirectShow/IAsyncReader.h"
 #include "Platform/DirectShow/IStream.h"
+#include "VideoIO/StreamFilters/Frame/FirstFailure.h"
 
 #include <map>
 #include <string>
@@ -29,6 +30,8 @@ public:
 
     /// SharedFileSourceFilter::Load.
     HRESULT Load(const wchar_t* name, const AM_MEDIA_TYPE* type);
+    /// SharedFileSourceFilter::GetFirstFailure.
+    HRESULT GetFirstFailure(FilterFailure* failure) const { return m_failure.Get(failure); }
 
     /// The loaded type, at position 0.
     HRESULT GetMediaType(int iPosition, CMediaType* pMediaType) override;
@@ -60,11 +63,14 @@ public:
 private:
     /// The thread's stream, opened at its first call, with a reference.
     HRESULT GetStream(DWORD threadId, IStream** ppStream);
+    /// Passes a result on; a failure is kept for the host.
+    HRESULT RecordFailure(HRESULT result, const wchar_t* text, std::uint64_t position = 0);
 
     std::wstring m_fileName MK_GUARDED_BY(m_pLock);
     CMediaType m_mediaType MK_GUARDED_BY(m_pLock);
     std::map<DWORD, ComPtr<IStream>> m_streams MK_GUARDED_BY(m_pLock);
     std::atomic<bool> m_rawTimestamps{true};
+    FirstFailure m_failure;
 };
 
 }  // namespace Norvane::MediaKit::Filters

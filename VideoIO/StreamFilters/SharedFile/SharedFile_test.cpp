@@ -289,6 +289,38 @@ TEST_F(SharedFile, SourceLoadsNameAndTypeApart) {
     std::filesystem::remove(other);
 }
 
+TEST_F(SharedFile, SourceKeepsItsFirstFailure) {
+    const auto failures = ComPtr<IUnknown>(static_cast<IBaseFilter*>(m_reader.get())).query<IFailureInformation>();
+    ASSERT_TRUE(failures);
+    EXPECT_EQ(failures->GetFirstFailure(nullptr), E_POINTER);
+    FilterFailure failure{E_FAIL, L"x", 1};
+    const auto expect = [&](HRESULT result, const wchar_t* text, std::uint64_t position) {
+        EXPECT_EQ(failures->GetFirstFailure(&failure), FAILED(result) ? S_OK : S_FALSE);
+        EXPECT_EQ(failure.result, result);
+        EXPECT_EQ(failure.text, text);
+        EXPECT_EQ(failure.position, position);
+    };
+    expect(S_OK, L"", 0);
+    EXPECT_EQ(m_reader->Load(Name().c_str(), nullptr), kFileNotFound);
+    expect(kFileNotFound, L"cannot open the file", 0);
+
+    std::ofstream(m_path) << "content";
+    const CMediaType type = make_type(MEDIATYPE_Stream, GUID_NULL);
+    EXPECT_EQ(m_reader->Load(nullptr, &type), S_OK);
+    EXPECT_EQ(ReadAt(5, 4), "nt..");
+    expect(kFileNotFound, L"cannot open the file", 0);
+    EXPECT_EQ(m_reader->Load(Name().c_str(), nullptr), S_OK);
+    EXPECT_EQ(ReadAt(5, 4), "nt..") << "a short read is no failure";
+    EXPECT_EQ(Reader()->SyncRead(0, -1, nullptr), E_INVALIDARG) << "nor is a request that makes no sense";
+    EXPECT_EQ(Reader()->SyncRead(-1, 1, nullptr), STG_E_INVALIDFUNCTION);
+    expect(S_OK, L"", 0);
+    // The system refuses to read into memory that is not there.
+    const HRESULT refused = Reader()->SyncRead(3, 2, nullptr);
+    EXPECT_TRUE(FAILED(refused));
+    EXPECT_TRUE(FAILED(Reader()->SyncRead(4, 2, nullptr)));
+    expect(refused, L"cannot read from the file", 3);
+}
+
 TEST_F(SharedFile, SourceConnectsAndStreamsNothing) {
     fake_sink demux(L"Input");
     ASSERT_EQ(m_reader->GetPin(0)->Connect(demux.pin, nullptr), S_OK);

@@ -1,3 +1,5 @@
+#include "VideoIO/StreamFilters/Container/user_data_boxes.h"
+
 #include "VideoIO/StreamFilters/Container/mp4_writer.h"
 
 namespace vio::mp4 {
@@ -8,12 +10,11 @@ constexpr std::uint16_t text_language = 0x15C7;
 
 }  // namespace
 
-void mp4_writer::visit(const user_data_box& box) { write_box_header(box); }
-
-void mp4_writer::visit(const string_list_box& box) {
-    write_box_header(box);
+// Never read.
+void mp4_writer::write_fields(const string_list_box& box) {
     if (box.text.empty()) return;
-    field_writer out = payload(on_failure::ignored);
+    field_writer out = payload();
+    out.unchecked();
     out(static_cast<std::uint16_t>(box.text.size()), text_language);
     out.bytes(box.text.data(), box.text.size());
 }

@@ -1,5 +1,8 @@
+#include "VideoIO/StreamFilters/Container/sample_table_boxes.h"
+
 #include "VideoIO/StreamFilters/Container/mp4_parser.h"
 #include "VideoIO/StreamFilters/Container/mp4_sampleentry_parser.h"
+#include "VideoIO/StreamFilters/Container/mp4_writer.h"
 
 namespace vio::mp4 {
 namespace {
@@ -29,8 +32,8 @@ std::vector<std::uint32_t> nibbles(const std::vector<std::uint8_t>& bytes) {
 
 }  // namespace
 
-void mp4_parser::visit(sample_description_box& box) {
-    read_full_box_header(box);
+// By hand: the entries are read with the box, by a parser of their own, and written as boxes of their own.
+void mp4_parser::read_fields(sample_description_box& box) {
     std::uint32_t count = 0;
     payload()(count);
     box.header_size += 4;
@@ -38,6 +41,7 @@ void mp4_parser::visit(sample_description_box& box) {
     const std::uint64_t end = position() + left();
     settle();
     mp4_sampleentry_parser entries(context());
+    entries.observer = observer;
     const std::uint64_t front = box.header_size + 4;
     entries.scan(box.offset + front, box.size - front, true, true);
     collect_entries(entries, count, box.entries);
@@ -46,16 +50,12 @@ void mp4_parser::visit(sample_description_box& box) {
     chunk_stack.back() = 0;
 }
 
-void mp4_parser::visit(time_to_sample_box& box) { read_fields(box); }
-void mp4_parser::visit(composition_offset_box& box) { read_fields(box); }
-void mp4_parser::visit(sync_sample_box& box) { read_fields(box); }
-void mp4_parser::visit(sample_size_box& box) { read_fields(box); }
-void mp4_parser::visit(sample_to_chunk_box& box) { read_fields(box); }
-void mp4_parser::visit(chunk_offset_box& box) { read_fields(box); }
-void mp4_parser::visit(chunk_large_offset_box& box) { read_fields(box); }
+void mp4_writer::write_fields(const sample_description_box& box) {
+    payload()(static_cast<std::uint32_t>(box.entries.size()));
+}
 
-void mp4_parser::visit(composition_to_decode_box& box) {
-    read_full_box_header(box);
+// Reading only, like all that follow: of these boxes the header alone is written, or nothing.
+void mp4_parser::read_fields(composition_to_decode_box& box) {
     field_reader in = payload();
     for (std::int64_t* value :
          {&box.composition_to_dts_shift, &box.least_decode_to_display_delta, &box.greatest_decode_to_display_delta,
@@ -67,8 +67,7 @@ void mp4_parser::visit(composition_to_decode_box& box) {
     }
 }
 
-void mp4_parser::visit(compact_sample_size_box& box) {
-    read_full_box_header(box);
+void mp4_parser::read_fields(compact_sample_size_box& box) {
     field_reader in = payload();
     std::uint32_t field_size = 0;
     std::uint32_t count = 0;
@@ -88,14 +87,8 @@ void mp4_parser::visit(compact_sample_size_box& box) {
     }
 }
 
-void mp4_parser::visit(sample_dependency_type_box& box) {
-    read_full_box_header(box);
-    payload().rest(box.entries);
-}
-
 // The groups themselves are passed over.
-void mp4_parser::visit(sample_group_description_box& box) {
-    read_full_box_header(box);
+void mp4_parser::read_fields(sample_group_description_box& box) {
     field_reader in = payload();
     in.require(box.version <= 1);
     in(box.grouping_type);
@@ -114,8 +107,7 @@ void mp4_parser::visit(sample_group_description_box& box) {
 
 // The entry count is taken for the first half of a pair: files that were read this way before must
 // go on giving the same groups.
-void mp4_parser::visit(sample_to_group_box& box) {
-    read_full_box_header(box);
+void mp4_parser::read_fields(sample_to_group_box& box) {
     field_reader in = payload();
     in.require(box.version <= 1);
     in(box.grouping_type);
