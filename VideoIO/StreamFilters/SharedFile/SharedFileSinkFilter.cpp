@@ -17,6 +17,7 @@ HRESULT SharedFileSinkFilter::NonDelegatingQueryInterface(REFIID riid, void** pp
     if (riid == IID_IAMFilterMiscFlags) return GetInterface<IAMFilterMiscFlags>(this, ppv);
     if (riid == IID_IFileSinkFilter || riid == IID_IFileSinkFilter2) return GetInterface<IFileSinkFilter2>(this, ppv);
     if (riid == IID_IPersist || riid == IID_IPersistStream) return GetInterface<IPersistStream>(this, ppv);
+    if (riid == IID_IFailureInformation) return GetInterface<IFailureInformation>(this, ppv);
     if (riid == IID_IMediaSeeking || riid == IID_IMediaPosition) return QueryPosition(riid, ppv);
     return CBaseFilter::NonDelegatingQueryInterface(riid, ppv);
 }

@@ -1,6 +1,7 @@
 // The file writer at the end of a multiplexer. Others may read the file while it grows.
 #pragma once
 
+#include "MediaKit/IFailureInformation.h"
 #include "Platform/DirectShow/CBaseFilter.h"
 #include "Platform/DirectShow/CRendererPosPassThru.h"
 #include "Platform/DirectShow/IAMFilterMiscFlags.h"
@@ -23,7 +24,8 @@ public:
 class SharedFileSinkFilter final : public CBaseFilter,
                                    public IAMFilterMiscFlags,
                                    public IFileSinkFilter2,
-                                   public IPersistStream {
+                                   public IPersistStream,
+                                   public IFailureInformation {
 public:
     SharedFileSinkFilter(IUnknown* outer, HRESULT* phr);
     ~SharedFileSinkFilter() override;
@@ -45,6 +47,9 @@ public:
     /// S_OK for AM_FILE_OVERWRITE, which is what the sink does; else E_NOTIMPL.
     HRESULT SetMode(DWORD dwFlags) override;
     HRESULT GetMode(DWORD* pdwFlags) override;
+
+    /// The first failed operation that makes or changes the file since the name was set or the filter was started.
+    HRESULT GetFirstFailure(FilterFailure* failure) override { return m_pin->GetFirstFailure(failure); }
 
     /// There are no settings to keep: E_NOTIMPL, all four.
     HRESULT IsDirty() override;

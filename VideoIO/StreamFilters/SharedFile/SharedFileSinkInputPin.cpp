@@ -73,12 +73,27 @@ HRESULT SharedFileSinkInputPin::GetAllocator(IMemAllocator** ppAllocator) {
     return S_OK;
 }
 
+void SharedFileSinkInputPin::SetFileName(const wchar_t* name) {
+    m_fileName = name;
+    m_failure.Reset();
+}
+
 HRESULT SharedFileSinkInputPin::Active() {
+    m_failure.Reset();
     if (!m_stream) {
-        QZCheckHRESULT(SHCreateStreamOnFileW(m_fileName.c_str(), STGM_CREATE | STGM_SHARE_DENY_WRITE | STGM_WRITE,
-                                             m_stream.put()));
+        constexpr DWORD kMode = STGM_CREATE | STGM_SHARE_DENY_WRITE | STGM_WRITE;
+        QZCheckHRESULT(
+            Keep(SHCreateStreamOnFileW(m_fileName.c_str(), kMode, m_stream.put()), L"cannot create the file"));
     }
     return S_OK;
+}
+
+HRESULT SharedFileSinkInputPin::Keep(HRESULT hr, const wchar_t* text) {
+    if (SUCCEEDED(hr)) return hr;
+    ULARGE_INTEGER position{};
+    if (m_stream) m_stream->Seek({0}, STREAM_SEEK_CUR, &position);
+    m_failure.Set(hr, text, position.QuadPart);
+    return hr;
 }
 
 HRESULT SharedFileSinkInputPin::Inactive() { return S_OK; }
@@ -99,7 +114,7 @@ HRESULT SharedFileSinkInputPin::Receive(IMediaSample* pSample) {
 }
 
 template <class Operation, class... Args>
-HRESULT SharedFileSinkInputPin::PassOn(Operation operation, Args... args) {
+HRESULT SharedFileSinkInputPin::Forward(Operation operation, Args... args) {
     QZCheckCondition(m_stream.get() != nullptr, E_UNEXPECTED);
     const HRESULT hr = (m_stream.get()->*operation)(args...);
     QZCheckHRESULT(hr);
@@ -107,40 +122,44 @@ HRESULT SharedFileSinkInputPin::PassOn(Operation operation, Args... args) {
 }
 
 HRESULT SharedFileSinkInputPin::Read(void* pv, ULONG cb, ULONG* pcbRead) {
-    return PassOn(&IStream::Read, pv, cb, pcbRead);
+    return Forward(&IStream::Read, pv, cb, pcbRead);
 }
 
 HRESULT SharedFileSinkInputPin::Write(const void* pv, ULONG cb, ULONG* pcbWritten) {
-    return PassOn(&IStream::Write, pv, cb, pcbWritten);
+    return Keep(Forward(&IStream::Write, pv, cb, pcbWritten), L"cannot write to the file");
 }
 
 HRESULT SharedFileSinkInputPin::Seek(LARGE_INTEGER dlibMove, DWORD dwOrigin, ULARGE_INTEGER* plibNewPosition) {
-    return PassOn(&IStream::Seek, dlibMove, dwOrigin, plibNewPosition);
+    return Forward(&IStream::Seek, dlibMove, dwOrigin, plibNewPosition);
 }
 
-HRESULT SharedFileSinkInputPin::SetSize(ULARGE_INTEGER libNewSize) { return PassOn(&IStream::SetSize, libNewSize); }
+HRESULT SharedFileSinkInputPin::SetSize(ULARGE_INTEGER libNewSize) {
+    return Keep(Forward(&IStream::SetSize, libNewSize), L"cannot set the size of the file");
+}
 
 HRESULT SharedFileSinkInputPin::CopyTo(IStream* pstm, ULARGE_INTEGER cb, ULARGE_INTEGER* pcbRead,
                                        ULARGE_INTEGER* pcbWritten) {
-    return PassOn(&IStream::CopyTo, pstm, cb, pcbRead, pcbWritten);
+    return Forward(&IStream::CopyTo, pstm, cb, pcbRead, pcbWritten);
 }
 
-HRESULT SharedFileSinkInputPin::Commit(DWORD grfCommitFlags) { return PassOn(&IStream::Commit, grfCommitFlags); }
+HRESULT SharedFileSinkInputPin::Commit(DWORD grfCommitFlags) {
+    return Keep(Forward(&IStream::Commit, grfCommitFlags), L"cannot write what was gathered");
+}
 
-HRESULT SharedFileSinkInputPin::Revert() { return PassOn(&IStream::Revert); }
+HRESULT SharedFileSinkInputPin::Revert() { return Forward(&IStream::Revert); }
 
 HRESULT SharedFileSinkInputPin::LockRegion(ULARGE_INTEGER libOffset, ULARGE_INTEGER cb, DWORD dwLockType) {
-    return PassOn(&IStream::LockRegion, libOffset, cb, dwLockType);
+    return Forward(&IStream::LockRegion, libOffset, cb, dwLockType);
 }
 
 HRESULT SharedFileSinkInputPin::UnlockRegion(ULARGE_INTEGER libOffset, ULARGE_INTEGER cb, DWORD dwLockType) {
-    return PassOn(&IStream::UnlockRegion, libOffset, cb, dwLockType);
+    return Forward(&IStream::UnlockRegion, libOffset, cb, dwLockType);
 }
 
 HRESULT SharedFileSinkInputPin::Stat(STATSTG* pstatstg, DWORD grfStatFlag) {
-    return PassOn(&IStream::Stat, pstatstg, grfStatFlag);
+    return Forward(&IStream::Stat, pstatstg, grfStatFlag);
 }
 
-HRESULT SharedFileSinkInputPin::Clone(IStream** ppstm) { return PassOn(&IStream::Clone, ppstm); }
+HRESULT SharedFileSinkInputPin::Clone(IStream** ppstm) { return Forward(&IStream::Clone, ppstm); }
 
 }  // namespace Norvane::MediaKit::Filters

@@ -4,6 +4,7 @@
 #include "Platform/Com/ComPtr.h"
 #include "Platform/DirectShow/CBaseInputPin.h"
 #include "Platform/DirectShow/IStream.h"
+#include "VideoIO/StreamFilters/Frame/FirstFailure.h"
 
 #include <string>
 
@@ -26,7 +27,9 @@ public:
     HRESULT NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
 
     /// Under the filter's lock.
-    void SetFileName(const wchar_t* name) { m_fileName = name; }
+    void SetFileName(const wchar_t* name);
+    /// See IFailureInformation.
+    HRESULT GetFirstFailure(FilterFailure* failure) const { return m_failure.Get(failure); }
 
     /// Any type.
     HRESULT CheckMediaType(const CMediaType* pmt) override;
@@ -55,10 +58,13 @@ public:
 
 private:
     template <class Operation, class... Args>
-    HRESULT PassOn(Operation operation, Args... args);
+    HRESULT Forward(Operation operation, Args... args);
+    /// Keeps the failure of something that changes the file.
+    HRESULT Keep(HRESULT hr, const wchar_t* text);
 
     std::wstring m_fileName;
     ComPtr<IStream> m_stream;
+    FirstFailure m_failure;  ///< has a lock of its own
     /// Sample time of one byte: 1 for times that are positions, 10,000,000 (one second) for scaled ones.
     REFERENCE_TIME m_timePerByte = 1;
 };

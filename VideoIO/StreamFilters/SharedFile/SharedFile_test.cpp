@@ -135,6 +135,30 @@ TEST_F(SharedFile, ScaledPositionsOfAPeerThatSaysSo) {
     m_sink->GetPin(0)->Disconnect();
 }
 
+TEST_F(SharedFile, SinkReportsItsFirstFailure) {
+    const auto failures = m_sink.query<IFailureInformation>();
+    ASSERT_TRUE(failures);
+    FilterFailure failure;
+    m_sink->SetFileName((Name() + L"/none/file").c_str(), nullptr);
+    ASSERT_EQ(m_source->Connect(m_sink->GetPin(0), nullptr), S_OK);
+    EXPECT_TRUE(FAILED(m_sink->Pause()));
+    EXPECT_EQ(failures->GetFirstFailure(&failure), S_OK);
+    EXPECT_EQ(failure.result, kPathNotFound);
+    EXPECT_EQ(failure.text, L"cannot create the file");
+    m_sink->Stop();
+
+    m_sink->SetFileName(L"/dev/full", nullptr);
+    EXPECT_EQ(failures->GetFirstFailure(&failure), S_FALSE);
+    ASSERT_EQ(m_sink->Pause(), S_OK);
+    ASSERT_EQ(m_source.filter->Pause(), S_OK);
+    EXPECT_EQ(Send("lost", 7), HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+    EXPECT_TRUE(FAILED(Send("again", 20)));
+    EXPECT_EQ(failures->GetFirstFailure(&failure), S_OK);
+    EXPECT_EQ(failure.result, HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+    EXPECT_GE(failure.position, 7u);
+    EXPECT_LT(failure.position, 20u);
+}
+
 TEST_F(SharedFile, SinkOffersLargeBuffersAndKeepsThem) {
     const ComPtr<IMemInputPin> pin = ComPtr<IPin>(m_sink->GetPin(0)).query<IMemInputPin>();
     ComPtr<IMemAllocator> allocator, again;
