@@ -11,9 +11,13 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
   list(APPEND MEDIAKIT_WARNINGS -Wno-restrict)
 endif()
 
+# Paths in log lines are relative to the source folder, also where ccache's base_dir made the compiler's
+# own arguments relative to the build folder.
+file(RELATIVE_PATH MEDIAKIT_BUILD_TO_SOURCE "${PROJECT_BINARY_DIR}" "${PROJECT_SOURCE_DIR}")
+
 function(mediakit_compile_options target)
   target_compile_options(${target} PRIVATE ${MEDIAKIT_WARNINGS}
-    "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
+    "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=" "-fmacro-prefix-map=${MEDIAKIT_BUILD_TO_SOURCE}=")
 endfunction()
 
 function(mediakit_add_test target)

@@ -6,10 +6,11 @@
 // Connecting is direct: the graph knows no filters to put between two pins. Render, RenderFile, AddSourceFilter and
 // the filter collections answer E_NOTIMPL; Connect answers what the pins say.
 //
-// States. Filters are paused and run downstream first (whoever writes has its file open before the first sample
-// comes) and stopped upstream first (whoever finishes a file can still write through what is downstream of it). A
-// filter that fails to pause or run makes the graph stop the others again; the failure is the result. A filter that is
-// added to a graph in motion stays stopped until the graph's next start.
+// States. Filters are paused and run downstream first: a file is open before the first sample arrives. Renderers that
+// are no file sinks (IFileSinkFilter) are stopped first, because one may be waiting inside Receive while paused, which
+// would hold up the filters that feed it. The rest are stopped from sources to sinks, so that what a filter accepted is
+// written. When a filter fails to pause or run, the graph stops all of them and returns the failure. A filter that is
+// added to a graph that is not stopped stays stopped until the graph's next start.
 //
 // Completion. A renderer is a filter that says so (IAMFilterMiscFlags) or that has a connected input and no connected
 // output. The host sees one EC_COMPLETE, with parameters S_OK and 0, when each renderer has sent its own;

@@ -172,7 +172,7 @@ TEST(GraphLifeTest, TheLastReferenceStopsDisconnectsAndFrees) {
         EXPECT_FALSE(source->Out()->IsConnected());
         EXPECT_EQ(source->NotifyEvent(EC_USER, 0, 0), E_NOTIMPL);
     }
-    EXPECT_EQ(last, (Journal{"source.Stop", "sink.Stop"}));
+    EXPECT_EQ(last, (Journal{"sink.Stop", "source.Stop"}));
     EXPECT_EQ(TracedFilter::alive, 0);
 }
 

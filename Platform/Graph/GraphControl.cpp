@@ -111,9 +111,8 @@ HRESULT CFilterGraph::Stop() try {
 }
 
 HRESULT CFilterGraph::StopFilters() {
-    const FilterList filters = DownstreamFirst(List());
     HRESULT result = S_OK;
-    for (auto it = filters.rbegin(); it != filters.rend(); ++it) Note(result, (*it)->Stop());
+    for (const FilterPtr& filter : StopOrder(List())) Note(result, filter->Stop());
     m_state = State_Stopped;
     m_streamTime = 0;
     m_events.SetState(State_Stopped);

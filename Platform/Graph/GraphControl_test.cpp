@@ -33,6 +33,7 @@ protected:
 };
 
 TEST_F(GraphControlTest, StartsDownstreamFirstAndStopsUpstreamFirst) {
+    m_sink->isFileSink = true;
     EXPECT_EQ(State(), State_Stopped);
     EXPECT_EQ(m_graph.control->Run(), S_OK);
     EXPECT_EQ(State(), State_Running);
@@ -50,13 +51,20 @@ TEST_F(GraphControlTest, StartsDownstreamFirstAndStopsUpstreamFirst) {
     EXPECT_EQ(m_graph.TakeJournal(), Journal{});
 }
 
+TEST_F(GraphControlTest, RendererWithoutFileStopsFirst) {
+    m_graph.control->Pause();
+    m_graph.TakeJournal();
+    m_graph.control->Stop();
+    EXPECT_EQ(m_graph.TakeJournal(), (Journal{"sink.Stop", "source.Stop", "source2.Stop", "mux.Stop"}));
+}
+
 TEST_F(GraphControlTest, AFilterThatCannotStartStopsTheOthers) {
     m_mux->pauseResult = make_result(0x80070020);
     EXPECT_EQ(m_graph.control->Run(), make_result(0x80070020));
     EXPECT_EQ(State(), State_Stopped);
     EXPECT_TRUE(m_sink->IsStopped() && m_source->IsStopped());
     EXPECT_EQ(m_graph.TakeJournal(),
-              (Journal{"sink.Pause", "mux.Pause", "source.Stop", "source2.Stop", "mux.Stop", "sink.Stop"}));
+              (Journal{"sink.Pause", "mux.Pause", "sink.Stop", "source.Stop", "source2.Stop", "mux.Stop"}));
 
     m_mux->pauseResult = S_OK;
     m_mux->runResult = E_FAIL;

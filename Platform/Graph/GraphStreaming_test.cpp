@@ -1,6 +1,7 @@
 // A source with a thread, streaming through a graph to its end.
 #include "Platform/DirectShow/CSource.h"
 #include "Platform/Graph/GraphTestFilters_test.h"
+#include "Platform/Kernel/Event.h"
 
 #include <gtest/gtest.h>
 
@@ -48,6 +49,28 @@ public:
         fake_input::EndOfStream();
         return m_pFilter->NotifyEvent(EC_COMPLETE, S_OK, 0);
     }
+};
+
+/// Keeps the first sample until the filter runs or stops, as a renderer that shows a still picture does while paused.
+class WaitingRenderer final : public mediakit_test::fake_filter {
+public:
+    WaitingRenderer() {
+        add<mediakit_test::fake_input>(L"in")->on_receive = [this](IMediaSample*) {
+            m_received.Set();
+            if (!m_released.Wait(5'000)) timedOut = true;
+            return S_OK;
+        };
+    }
+    HRESULT Stop() override {
+        m_released.Set();
+        return fake_filter::Stop();
+    }
+    bool WaitForSample() { return m_received.Wait(5'000); }
+
+    std::atomic<bool> timedOut{false};
+
+private:
+    CAMEvent m_received, m_released;
 };
 
 class GraphStreamingTest : public testing::Test {
@@ -99,6 +122,19 @@ TEST_F(GraphStreamingTest, StopsInTheMiddleOfAStreamAgainAndAgain) {
         ASSERT_EQ(m_graph.control->Stop(), S_OK);
     }
     EXPECT_TRUE(m_sink->IsStopped() && m_source->IsStopped());
+}
+
+TEST(GraphStopTest, RendererThatWaitsInReceiveStopsFirst) {
+    Graph graph;
+    const ComPtr<CountingSource> source(new CountingSource);
+    const ComPtr<WaitingRenderer> renderer(new WaitingRenderer);
+    graph.builder->AddFilter(source.get(), L"source");
+    graph.builder->AddFilter(renderer.get(), L"renderer");
+    ASSERT_EQ(graph.builder->Connect(source->stream, renderer->pins[0].get()), S_OK);
+    ASSERT_EQ(graph.control->Pause(), S_OK);
+    ASSERT_TRUE(renderer->WaitForSample());
+    EXPECT_EQ(graph.control->Stop(), S_OK);
+    EXPECT_FALSE(renderer->timedOut);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/DirectShow/IAMFilterMiscFlags.h"
+#include "Platform/DirectShow/IFileSinkFilter.h"
 #include "Platform/Graph/CFilterGraph.h"
 #include "Testing/Kit/fake_filters.h"
 
@@ -14,7 +15,7 @@ namespace graph_test {
 using Journal = std::vector<std::string>;
 
 /// Writes "Name.Operation" into a journal and answers what the test chose.
-class TracedFilter : public mediakit_test::fake_filter, public IAMFilterMiscFlags {
+class TracedFilter : public mediakit_test::fake_filter, public IAMFilterMiscFlags, public IFileSinkFilter {
 public:
     TracedFilter(Journal& entries, std::string tag) : journal(entries), name(std::move(tag)) { ++alive; }
     ~TracedFilter() override { --alive; }
@@ -24,10 +25,13 @@ public:
     ULONG Release() override { return fake_filter::Release(); }
     HRESULT NonDelegatingQueryInterface(REFIID riid, void** ppv) override {
         if (riid == IID_IAMFilterMiscFlags && flags != 0) return GetInterface<IAMFilterMiscFlags>(this, ppv);
+        if (riid == IID_IFileSinkFilter && isFileSink) return GetInterface<IFileSinkFilter>(this, ppv);
         if (riid == IID_IMediaSeeking && seeking != nullptr) return seeking->QueryInterface(riid, ppv);
         return fake_filter::NonDelegatingQueryInterface(riid, ppv);
     }
     ULONG GetMiscFlags() override { return flags; }
+    HRESULT SetFileName(const wchar_t*, const AM_MEDIA_TYPE*) override { return E_NOTIMPL; }
+    HRESULT GetCurFile(wchar_t**, AM_MEDIA_TYPE*) override { return E_NOTIMPL; }
 
     HRESULT Pause() override {
         return Trace("Pause", pauseResult, [this] { return fake_filter::Pause(); });
@@ -70,6 +74,7 @@ public:
     REFERENCE_TIME startTime = 0;
     DWORD askedTimeout = 0;
     ULONG flags = 0;
+    bool isFileSink = false;
     IMediaSeeking* seeking = nullptr;  ///< not counted
 
     static inline std::atomic<int> alive{0};

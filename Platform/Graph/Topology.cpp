@@ -2,6 +2,7 @@
 
 #include "Platform/DirectShow/IAMFilterMiscFlags.h"
 #include "Platform/DirectShow/IEnumPins.h"
+#include "Platform/DirectShow/IFileSinkFilter.h"
 
 #include <algorithm>
 #include <set>
@@ -99,6 +100,15 @@ bool IsRenderer(IBaseFilter& filter) {
         fed = true;
     }
     return fed;
+}
+
+FilterList StopOrder(const FilterList& filters) {
+    FilterList order = DownstreamFirst(filters);
+    std::reverse(order.begin(), order.end());
+    std::stable_partition(order.begin(), order.end(), [](const FilterPtr& filter) {
+        return IsRenderer(*filter) && !filter.query<IFileSinkFilter>();
+    });
+    return order;
 }
 
 FilterList RenderersOf(const FilterList& filters) {

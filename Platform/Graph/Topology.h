@@ -24,8 +24,10 @@ bool IsConnected(IPin& pin);
 bool Reaches(IBaseFilter& from, IBaseFilter& to);
 /// The filters in an order in which each stands behind all that it feeds.
 FilterList DownstreamFirst(const FilterList& filters);
-/// Says so, or ends a path: a connected input and no connected output.
+/// True for a filter that says so, or that ends a path: a connected input and no connected output.
 bool IsRenderer(IBaseFilter& filter);
+/// The filters in the order in which a graph stops them: renderers that write no file, then sources before sinks.
+FilterList StopOrder(const FilterList& filters);
 FilterList RenderersOf(const FilterList& filters);
 
 }  // namespace topology

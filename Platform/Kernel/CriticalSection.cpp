@@ -24,15 +24,15 @@ AllowWaitWithLocks::AllowWaitWithLocks(const char* reason) noexcept : m_previous
 
 AllowWaitWithLocks::~AllowWaitWithLocks() { t_waitReason = m_previous; }
 
-/// Two streams of a graph meet at a filter's lock time and again, and hold it for less time than it takes to put a
-/// thread to sleep and wake it: a thread tries for some microseconds before it sleeps.
+/// Spins for some microseconds before sleeping: the streams of a graph contend for a filter's lock often and release
+/// it sooner than a thread can be put to sleep and woken.
 void CCritSec::Acquire() noexcept {
     constexpr int kTries = 64;
     for (int i = 0; i < kTries; ++i) {
         if (TryAcquire()) return;
         for (int pause = 0; pause < 8; ++pause) PauseProcessor();
     }
-    // From here on the lock says that somebody sleeps; at worst one wake too many comes of it.
+    // State 2 makes the next owner's release wake a thread; at worst one wake is superfluous.
     while (m_state.exchange(2, std::memory_order_acquire) != 0) m_state.wait(2, std::memory_order_relaxed);
     m_owner.store(GetCurrentThreadId(), std::memory_order_relaxed);
 }
@@ -70,8 +70,8 @@ bool LockChecksEnabled() noexcept { return false; }
 
 namespace {
 
-/// The locks that a thread holds, in the order of taking; a lock taken again stands again. Without a
-/// destructor, so that locks may still be taken while a thread's other locals go.
+/// The locks that a thread holds in order of acquisition, one entry for each acquisition. Without a destructor, so
+/// that locks can still be taken while the thread's other local objects are destroyed.
 struct HeldLocks {
     static constexpr int kCapacity = 64;
     const CCritSec* locks[kCapacity];
@@ -92,10 +92,15 @@ thread_local HeldLocks t_held{};
     std::abort();
 }
 
+/// Whether `lock` may be taken by a thread that holds `held`.
+bool MayFollow(const CCritSec& lock, const CCritSec& held) {
+    return held.Rank() < lock.Rank() || (held.Rank() == LockRank::Filter && lock.Rank() == LockRank::Filter);
+}
+
 void CheckOrder(const CCritSec& lock) {
     if (lock.Rank() == LockRank::Unchecked || t_held.Has(&lock)) return;
     for (int i = 0; i < t_held.count; ++i) {
-        if (t_held.locks[i]->Rank() <= lock.Rank()) continue;
+        if (MayFollow(lock, *t_held.locks[i])) continue;
         char text[256];
         std::snprintf(text, sizeof text, "Lock order broken: taking \"%s\" (rank %d) after \"%s\" (rank %d)\n",
                       lock.Name(), lock.Rank(), t_held.locks[i]->Name(), t_held.locks[i]->Rank());
@@ -133,7 +138,6 @@ void CCritSec::Unlock() {
 }
 
 bool CCritSec::TryLock() {
-    // A try cannot deadlock, so that the order is free.
     if (!TryAcquire()) return false;
     Push(this);
     return true;

@@ -1,4 +1,4 @@
-// The recursive lock of the platform, with its order and its waits checked in debug builds.
+// The recursive lock of the platform, with order and waits checked in debug builds.
 #pragma once
 
 #include "Platform/Com/Types.h"
@@ -7,11 +7,10 @@
 
 #include <atomic>
 
-/// The scale on which locks are ranked: a thread that holds a lock takes only locks of the same
-/// or a higher rank. Floors put their own locks between these.
+/// Lock ranks: a thread that holds a lock may take locks of a higher rank only. Values between these
+/// are for locks that are nested inside one layer.
 namespace LockRank {
-inline constexpr int Unchecked = 0;      ///< stands outside of the order
-inline constexpr int Graph = 100;        ///< held while the graph calls its filters
+inline constexpr int Unchecked = 0;      ///< not part of the order
 inline constexpr int Filter = 200;       ///< a filter's state lock, shared by its pins
 inline constexpr int FilterInner = 300;  ///< locks inside a filter: seeking, live source, index
 inline constexpr int Pool = 500;         ///< a sample pool's main lock
@@ -20,13 +19,13 @@ inline constexpr int Object = 800;       ///< single objects: a sample, an alloc
 inline constexpr int Kernel = 900;       ///< the kernel's own, innermost
 }  // namespace LockRank
 
-/// A recursive lock. In debug builds of the kernel (no NDEBUG) a breach of the order ends the
-/// process with both locks' names on standard error: locks of one rank are not ordered among
-/// themselves (two filters' locks are taken in the direction of the stream), a lock of rank 0 is
-/// never checked, and taking a lock again that the thread holds is always allowed.
+/// A recursive mutex with a rank. Debug builds of the kernel (no NDEBUG) abort with the names of both
+/// locks when a thread takes a lock whose rank is not higher than that of a lock it holds. Exceptions:
+/// the state locks of two filters (LockRank::Filter), which are taken in the direction of the stream;
+/// a lock that the thread holds already; TryLock, which cannot deadlock; locks of rank Unchecked.
 class MK_CAPABILITY("mutex") PLATFORM_KERNEL_API CCritSec {
 public:
-    /// `name` must outlive the lock; a literal is meant.
+    /// `name` is a literal, or outlives the lock.
     explicit CCritSec(const char* name = "", int rank = LockRank::Unchecked) noexcept : m_name(name), m_rank(rank) {}
     CCritSec(const CCritSec&) = delete;
     CCritSec& operator=(const CCritSec&) = delete;
@@ -43,14 +42,14 @@ private:
     bool TryAcquire() noexcept;
     void Give() noexcept;
 
-    std::atomic<int> m_state{0};    ///< 0 free, 1 held, 2 held and somebody sleeps for it
-    std::atomic<DWORD> m_owner{0};  ///< thread id of the holder
-    int m_depth = 0;                ///< times taken again; the holder's
+    std::atomic<int> m_state{0};    ///< 0 free, 1 held, 2 held and threads sleep until it is released
+    std::atomic<DWORD> m_owner{0};  ///< thread id of the owner
+    int m_depth = 0;                ///< further acquisitions by the owner; used by the owner only
     const char* const m_name;
     const int m_rank;
 };
 
-/// Holds a lock for a scope.
+/// Locks a CCritSec for a scope.
 class MK_SCOPED_CAPABILITY CAutoLock {
 public:
     explicit CAutoLock(CCritSec* lock) MK_ACQUIRE(lock) : m_pLock(lock) { m_pLock->Lock(); }
@@ -62,9 +61,9 @@ private:
     CCritSec* const m_pLock;
 };
 
-/// Lets the thread wait in this scope although it holds locks, for the few places where the
-/// published base classes do so (a worker's request and reply, its exit). `reason` says why no
-/// deadlock can come of it; it is for the reader and shows in a debugger.
+/// Permits waits in this scope while the thread holds locks, for the few places where the published
+/// base classes do so (a request to a worker thread, its exit). `reason` states why that cannot
+/// deadlock; it is for the reader and visible in a debugger.
 class PLATFORM_KERNEL_API AllowWaitWithLocks {
 public:
     explicit AllowWaitWithLocks(const char* reason) noexcept;
@@ -76,9 +75,9 @@ private:
     const char* const m_previous;
 };
 
-/// For code that is about to block: in debug builds ends the process when this thread holds a
-/// CCritSec and has no exemption. `what` names the wait in the message.
+/// Called before blocking: debug builds abort when this thread holds a CCritSec outside the scope of
+/// an AllowWaitWithLocks. `what` names the wait in the message.
 PLATFORM_KERNEL_API void AssertMayWait(const char* what) noexcept;
 
-/// Whether this build checks order and waits.
+/// Whether this build checks the order of locks and waits.
 PLATFORM_KERNEL_API bool LockChecksEnabled() noexcept;

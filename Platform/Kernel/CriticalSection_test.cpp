@@ -93,26 +93,29 @@ protected:
         testing::FLAGS_gtest_death_test_style = "threadsafe";
     }
 
-    CCritSec m_low{"the low one", 10};
-    CCritSec m_high{"the high one", 20};
-    CCritSec m_peer{"another low one", 10};
-    CCritSec m_free{"an unranked one"};
+    CCritSec m_filter{"filter", LockRank::Filter};
+    CCritSec m_nextFilter{"next filter", LockRank::Filter};
+    CCritSec m_low{"low", 310};
+    CCritSec m_high{"high", 320};
+    CCritSec m_equal{"equal", 320};
+    CCritSec m_free{"unranked"};
 };
 
-TEST_F(LockChecksTest, AllowsAscendingRanksPeersRecursionAndUnrankedLocks) {
-    Unanalysed first(m_low);
-    Unanalysed peer(m_peer);
+TEST_F(LockChecksTest, AllowsAscendingRanksFiltersRecursionAndUnrankedLocks) {
+    Unanalysed filter(m_filter);
+    Unanalysed nextFilter(m_nextFilter);
     Unanalysed second(m_high);
-    Unanalysed again(m_low);
+    Unanalysed again(m_filter);
     Unanalysed free(m_free);
 }
 
-TEST_F(LockChecksTest, EndsTheProcessOnADescendingRankAndNamesBothLocks) {
-    const auto descend = [this] {
-        Unanalysed first(m_high);
-        Unanalysed second(m_low);
+TEST_F(LockChecksTest, AbortsUnlessRankRises) {
+    const auto take = [](CCritSec& first, CCritSec& second) {
+        Unanalysed outer(first);
+        Unanalysed inner(second);
     };
-    EXPECT_DEATH(descend(), "taking \"the low one\" \\(rank 10\\) after \"the high one\" \\(rank 20\\)");
+    EXPECT_DEATH(take(m_high, m_low), "taking \"low\" \\(rank 310\\) after \"high\" \\(rank 320\\)");
+    EXPECT_DEATH(take(m_high, m_equal), "taking \"equal\" \\(rank 320\\) after \"high\" \\(rank 320\\)");
 }
 
 TEST_F(LockChecksTest, ForgetsALockThatWasGivenBackOutOfOrder) {
@@ -129,13 +132,13 @@ TEST_F(LockChecksTest, ForgetsALockThatWasGivenBackOutOfOrder) {
 
 TEST_F(LockChecksTest, EndsTheProcessOnAnUnlockWithoutALock) {
     const auto unlock = [this]() MK_NO_THREAD_SAFETY_ANALYSIS { m_low.Unlock(); };
-    EXPECT_DEATH(unlock(), "Unlocking \"the low one\"");
+    EXPECT_DEATH(unlock(), "Unlocking \"low\"");
 }
 
 TEST_F(LockChecksTest, EndsTheProcessOnAnyWaitWithALockHeld) {
     Unanalysed hold(m_free);
     CAMEvent event;
-    EXPECT_DEATH(event.Wait(1), "Waiting for events with a lock held\n  held: \"an unranked one\"");
+    EXPECT_DEATH(event.Wait(1), "Waiting for events with a lock held\n  held: \"unranked\"");
     EXPECT_DEATH(Sleep(1), "Sleep with a lock held");
     EXPECT_FALSE(event.Check()) << "looking is no wait";
 }
