@@ -17,7 +17,7 @@ public:
     /// Writes from the front of the queue and raises `mark` to the keys written. The first entry whose key is at or
     /// beyond `limit` ends the chunk, unless it is forced; that entry and all after it stay queued, whatever their
     /// keys. A write that fails ends it too, and releases what is queued: a hole in a stream is not mended by later
-    /// samples. Answers the number of samples taken off the queue. What a handler throws passes through, after the
+    /// samples. Answers the number of samples taken off the queue. An exception of a handler propagates, after the
     /// samples before it have become a chunk.
     std::size_t Write(REFERENCE_TIME limit, bool forced, REFERENCE_TIME& mark);
 

@@ -13,7 +13,7 @@ using mediakit_test::box_builder;
 using mediakit_test::make_box;
 using mediakit_test::make_full_box;
 
-inline constexpr std::uint32_t Created = 0xD0000000;
+inline constexpr std::uint32_t kCreated = 0xD0000000;
 
 using Table = std::vector<std::uint32_t>;
 
@@ -73,7 +73,7 @@ inline box_builder Stbl(const ExpectedTrack& t) {
 inline box_builder Trak(const ExpectedTrack& t) {
     const box_builder tkhd = make_full_box("tkhd", 0, 7,
                                            box_builder()
-                                               .words({Created, Created, t.id, 0, t.movieDuration, 0, 0})
+                                               .words({kCreated, kCreated, t.id, 0, t.movieDuration, 0, 0})
                                                .u16(0)
                                                .u16(0)
                                                .u16(t.video ? 0 : 0x0100)
@@ -84,7 +84,7 @@ inline box_builder Trak(const ExpectedTrack& t) {
     const box_builder elst =
         make_full_box("elst", 0, 0, box_builder().u32(1).u32(t.movieDuration).u32(t.mediaTime).u16(1).u16(0));
     const box_builder mdhd = make_full_box(
-        "mdhd", 0, 0, box_builder().words({Created, Created, t.timescale, t.duration}).u16(0x55C4).u16(0));
+        "mdhd", 0, 0, box_builder().words({kCreated, kCreated, t.timescale, t.duration}).u16(0x55C4).u16(0));
     const box_builder hdlr =
         make_full_box("hdlr", 0, 0, box_builder().u32(0).text(t.video ? "vide" : "soun").zeros(12).u8(0));
     const box_builder header = t.video ? make_full_box("vmhd", 0, 1, box_builder().zeros(8))
@@ -100,7 +100,7 @@ inline box_builder Moov(std::uint32_t timescale, std::uint32_t duration, const s
                         const box_builder& udta = {}) {
     box_builder children = make_full_box("mvhd", 0, 0,
                                          box_builder()
-                                             .words({Created, Created, timescale, duration, 0x10000})
+                                             .words({kCreated, kCreated, timescale, duration, 0x10000})
                                              .u16(0x0100)
                                              .zeros(10)
                                              .words({0x10000, 0, 0, 0, 0x10000, 0, 0, 0, 0x40000000})
@@ -111,6 +111,6 @@ inline box_builder Moov(std::uint32_t timescale, std::uint32_t duration, const s
 }
 
 inline box_builder Ftyp() { return make_box("ftyp", box_builder().text("mp42").u32(0).text("mp42isom")); }
-inline constexpr std::uint32_t FtypSize = 24;
+inline constexpr std::uint32_t kFtypSize = 24;
 
 }  // namespace Norvane::MediaKit::Filters::testdata

@@ -28,7 +28,7 @@ std::optional<REFERENCE_TIME> Interleaver::SpanOf(const RecorderInput& input, RE
         span = SubtractTimes(last, mark);
         mark = first;
     }
-    // Nothing will make the rest of an ended stream grow to a step; it must not hold the others up.
+    // The rest of an ended stream will not grow to a step; it must not hold the other tracks up.
     if (input.endOfStream && (span <= 0 || span < step)) return std::nullopt;
     return span;
 }

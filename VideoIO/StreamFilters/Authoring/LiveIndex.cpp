@@ -10,10 +10,10 @@ namespace Norvane::MediaKit::Filters {
 
 namespace {
 
-constexpr REFERENCE_TIME StatusPeriod = 300000000;  // 30 s
+constexpr REFERENCE_TIME kStatusPeriod = 300000000;  // 30 s
 
 /// Samples copied to a reader with the lock held at a time: a long history does not hold the writer up.
-constexpr std::size_t FetchPortion = 4096;
+constexpr std::size_t kFetchPortion = 4096;
 
 }  // namespace
 
@@ -46,7 +46,7 @@ void LiveIndex::AppendEntry(Track& track, const LiveSampleInfo& sample) {
     const std::size_t last = track.samples.size() - 1;
     if (!track.statusMark) {
         track.statusMark = 0;
-    } else if (SubtractTimes(sample.start, track.samples[*track.statusMark].start) > StatusPeriod) {
+    } else if (SubtractTimes(sample.start, track.samples[*track.statusMark].start) > kStatusPeriod) {
         if (QZ_LOG_ENABLED(5))
             QZReport(5, L"MP4 writer status: %s, duration %s, %d samples",
                      qz_DSFilters::FormatTime(sample.start).c_str(), qz_DSFilters::FormatTime(track.duration).c_str(),
@@ -170,7 +170,7 @@ void LiveIndex::Fetch(Consumer& consumer, std::size_t count, std::vector<LiveSam
     while (samples.size() < count) {
         const CAutoLock lock(&m_lock);
         const auto& index = m_liveSource.m_tracks.find(consumer.track)->second.samples;
-        const std::size_t end = std::min(consumer.next + std::min(count - samples.size(), FetchPortion), index.size());
+        const std::size_t end = std::min(consumer.next + std::min(count - samples.size(), kFetchPortion), index.size());
         if (consumer.next == end) return;
         for (; consumer.next < end; ++consumer.next) samples.push_back(Expand(index[consumer.next]));
         if (consumer.next == index.size()) consumer.event.ResetEvent();

@@ -17,16 +17,16 @@
 namespace Norvane::MediaKit::Filters {
 
 /// An index of samples for each track, and the readers ("consumers") that fetch from it. It is never pruned,
-/// and outlives the recording: a reader may ask for the history at any time.
+/// and outlives the recording: a reader may request the history at any time.
 ///
 /// Threads: any. The lock is taken after the filter lock, never the other way, and nothing but
 /// the log is called with it held; the one wait, in GetSamples, holds no lock.
 ///
-/// A consumer holds no copy of what it has not fetched, just its place in the index, so that a reader that
-/// has fallen behind, or never comes, costs neither the writer nor memory anything.
+/// A consumer keeps its position in the index and no copy of what it has not fetched: a slow reader costs the writer
+/// nothing, and no memory.
 class LiveIndex {
 public:
-    /// A consumer as the log tells of it.
+    /// What the log reports of a new consumer.
     struct History {
         std::size_t samples = 0;
         REFERENCE_TIME firstStart = 0;
@@ -34,20 +34,20 @@ public:
         REFERENCE_TIME lastStart = 0;
     };
 
-    /// Consumers that were not told the end of the last recording go on with this one. What is in the index stays.
+    /// Consumers that have not been told the end of the last recording continue with this one. Existing entries stay.
     void BeginRecording() MK_EXCLUDES(m_lock);
 
-    /// The sample data of this recording lie further towards the end of the file than was entered.
+    /// Adds `bytes` to the offsets of this recording, whose data were moved towards the end of the file.
     void ShiftRecording(std::uint64_t bytes) MK_EXCLUDES(m_lock);
 
-    /// The samples have reached the file: enters them and wakes the track's consumers.
+    /// Adds samples that have reached the file and wakes the track's consumers.
     void Append(std::uint32_t track, std::span<const LiveSampleInfo> samples) MK_EXCLUDES(m_lock);
     void Append(std::uint32_t track, const LiveSampleInfo& sample) { Append(track, std::span(&sample, 1)); }
 
-    /// Every one of these tracks has a sample, and the last one's stop time is at least `stop`.
+    /// Whether each of these tracks has a sample, and its last one a stop time of at least `stop`.
     bool HaveReached(std::span<const std::uint32_t> tracks, REFERENCE_TIME stop) const MK_EXCLUDES(m_lock);
 
-    /// No more samples come: consumers are told so once they have fetched what is there.
+    /// Marks the end: consumers get S_FALSE once they have fetched what is there.
     void EndRecording() MK_EXCLUDES(m_lock);
 
     /// Start time of the track's last sample, 0 when there is none.
@@ -55,7 +55,7 @@ public:
     /// The smallest of these among the tracks that have samples, 0 when none has.
     REFERENCE_TIME Position() const MK_EXCLUDES(m_lock);
 
-    /// Adds a consumer that is given the whole history first. A key that is there already stays as it is.
+    /// Adds a consumer that gets the whole history first. An existing key stays as it is.
     History AddConsumer(std::uint32_t track, std::uint64_t key, const wchar_t* name) MK_EXCLUDES(m_lock);
     /// The removed consumer's name, or nothing for an unknown key.
     std::optional<std::wstring> RemoveConsumer(std::uint64_t key) MK_EXCLUDES(m_lock);
@@ -89,7 +89,7 @@ private:
         wil::unique_event event{wil::EventOptions::ManualReset};
         std::size_t next = 0;  ///< first sample that has not been fetched
         bool finished = false;
-        bool closed = false;  ///< was told of the end; its event is not signalled any more
+        bool closed = false;  ///< has got S_FALSE; its event is no longer signalled
         std::wstring name;
     };
     using ConsumerPtr = std::shared_ptr<Consumer>;

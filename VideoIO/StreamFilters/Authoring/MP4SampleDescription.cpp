@@ -41,7 +41,7 @@ SIZE picture_size(const CMediaType& mediaType) {
     if (FAILED(qz_DSFilters::GetVideoSize(mediaType, size))) {
         return {};
     }
-    return {size.cx, size.cy < 0 ? difference(0, size.cy) : size.cy};  // a negative height tells the order of rows
+    return {size.cx, size.cy < 0 ? difference(0, size.cy) : size.cy};  // a negative height means top-down rows
 }
 
 template <class Entry>
@@ -114,7 +114,7 @@ void add_esds(mp4_writer& writer, box* entry, const StreamKind& kind, std::uint3
     writer.add_box<esd_box>(entry)->data = descriptor_bytes(descriptors, specific_size);
 }
 
-/// What stands behind the wave format: the AudioSpecificConfig (ISO/IEC 14496-3).
+/// What follows the wave format: the AudioSpecificConfig (ISO/IEC 14496-3).
 std::vector<std::uint8_t> specific_bytes(const CMediaType& mediaType, const WAVEFORMATEX& format) {
     if (format.nAvgBytesPerSec == 0) {
         return {};

@@ -8,7 +8,7 @@
 
 namespace Norvane::MediaKit::Filters::details {
 
-/// Adds the entry for `mediaType`, with its children, to `writer` behind its last box and under `stsd`. The
+/// Adds the entry for `mediaType`, with its children, to `writer` after its last box and under `stsd`. The
 /// decoder configuration comes from `handler`, which may be null. A type that has no entry adds nothing.
 void add_sample_entry(vio::mp4::mp4_writer& writer, const std::shared_ptr<vio::mp4::sample_description_box>& stsd,
                       const CMediaType& mediaType, byte_stream_handler* handler);

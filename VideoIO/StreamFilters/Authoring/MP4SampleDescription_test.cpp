@@ -95,7 +95,7 @@ Bytes Audio(const Bytes& esds) {
                              Box("esds", Join({Bytes(4), esds}))}));
 }
 
-/// The descriptors of an AAC track, by hand: sizes count what stands behind them.
+/// The descriptors of an AAC track, by hand: sizes count what follows them.
 Bytes AacDescriptors(const Bytes& specific, Bytes rate = {0, 0, 0x3E, 0x80}) {
     const Bytes info = specific.empty() ? Bytes{} : Join({{5, static_cast<std::uint8_t>(specific.size())}, specific});
     const auto config = static_cast<std::uint8_t>(13 + info.size());
@@ -128,7 +128,7 @@ TEST(SampleDescription, PrefersTheSourceRectangle) {
     expect(VideoType(MEDIASUBTYPE_H264, {8, 4, 58, 44}, 64, 48), 50, 40);
     expect(VideoType(MEDIASUBTYPE_H264, {0, 0, 58, 0}, 64, 48), 64, 48);
     expect(TypeOf(MEDIATYPE_Video, MEDIASUBTYPE_H264), 0, 0);  // no format block at all
-    // The low 16 bits of sizes that 32 bits do not hold.
+    // The low 16 bits of sizes beyond 32 bits.
     constexpr LONG least = std::numeric_limits<LONG>::min();
     constexpr LONG greatest = std::numeric_limits<LONG>::max();
     expect(VideoType(MEDIASUBTYPE_H264, {}, least + 7, least), 7, 0);

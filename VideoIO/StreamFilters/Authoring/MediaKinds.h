@@ -1,4 +1,4 @@
-// Which media types the multiplexers take, and what kind of track each makes.
+// Which media types the multiplexers accept, and what kind of track each makes.
 #pragma once
 
 #include "VideoIO/FilterUtil/MediaTypes/MediaTypePredicates.h"

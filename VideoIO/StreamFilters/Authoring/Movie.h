@@ -14,7 +14,7 @@
 namespace Norvane::MediaKit::Filters {
 
 /// Owns the box tree of a file and its output stream. Sample data does not pass through it: the chunk
-/// writer appends that and tells how much. A file cut off while it is recorded has `mdat` boxes of 8 bytes
+/// writer appends that and adds to the payload. A file cut off while it is recorded has `mdat` boxes of 8 bytes
 /// and no `moov`. No lock of its own: the filter lock is held around every call.
 class Movie final : public IMovie {
 public:
@@ -40,10 +40,10 @@ public:
     /// Opens a further `mdat` right after the open one. Its header gives a size of 8 bytes until the end.
     void OpenNextMdat();
 
-    /// Hands what the output stream has gathered to the system.
+    /// Flushes what the output stream has gathered.
     void Flush();
 
-    /// Completes the file: `moov` behind the last `mdat`, the sizes of all `mdat` boxes, and with `last`
+    /// Completes the file: `moov` after the last `mdat`, the sizes of all `mdat` boxes, and with `last`
     /// `moov` in front when the settings ask for it. With `absorbWrittenMoov` a `moov` that is in the file already
     /// becomes dead space. Exceptions are logged and become the result; what is in `mdat` stays, and the sizes of the
     /// boxes around it are written also when `moov` cannot be.

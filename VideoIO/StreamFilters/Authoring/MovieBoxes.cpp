@@ -18,18 +18,18 @@ using namespace vio::mp4;
 namespace {
 
 /// From 1601-01-01, the system's epoch, to 1904-01-01.
-constexpr std::uint64_t SecondsFrom1601To1904 = std::uint64_t{110667} * 86400;
+constexpr std::uint64_t kSecondsFrom1601To1904 = std::uint64_t{110667} * 86400;
 
 constexpr std::uint32_t Fixed16(std::uint32_t value) { return value << 16; }
-constexpr std::uint32_t One = Fixed16(1);
-constexpr std::uint32_t MinusOne = 0u - One;
-constexpr std::uint32_t MatrixW = 0x40000000;  // 2.30
+constexpr std::uint32_t kOne = Fixed16(1);
+constexpr std::uint32_t kMinusOne = 0u - kOne;
+constexpr std::uint32_t kMatrixW = 0x40000000;  // 2.30
 
 /// "und", three letters of 5 bits each (ISO/IEC 14496-12, 8.4.2).
-constexpr std::uint16_t UndeterminedLanguage = 0x55C4;
+constexpr std::uint16_t kUndeterminedLanguage = 0x55C4;
 
 /// Media time of an edit during which nothing is presented (ISO/IEC 14496-12, 8.6.6).
-constexpr std::int64_t EmptyEdit = -1;
+constexpr std::int64_t kEmptyEdit = -1;
 
 constexpr bool FitsTimeField(std::uint64_t value) { return value <= 0xFFFFFFFE; }
 
@@ -55,10 +55,10 @@ SIZE PictureSize(const CMediaType& type) {
 /// area, x and y bring it back.
 std::vector<std::uint32_t> Matrix(std::uint32_t orientation, std::uint32_t width, std::uint32_t height) {
     switch (orientation) {
-        case 1: return {0, One, 0, MinusOne, 0, 0, height, 0, MatrixW};
-        case 2: return {MinusOne, 0, 0, 0, MinusOne, 0, width, height, MatrixW};
-        case 3: return {0, MinusOne, 0, One, 0, 0, 0, width, MatrixW};
-        default: return {One, 0, 0, 0, One, 0, 0, 0, MatrixW};
+        case 1: return {0, kOne, 0, kMinusOne, 0, 0, height, 0, kMatrixW};
+        case 2: return {kMinusOne, 0, 0, 0, kMinusOne, 0, width, height, kMatrixW};
+        case 3: return {0, kMinusOne, 0, kOne, 0, 0, 0, width, kMatrixW};
+        default: return {kOne, 0, 0, 0, kOne, 0, 0, 0, kMatrixW};
     }
 }
 
@@ -83,7 +83,7 @@ void AddEditList(mp4_writer& writer, box* trak, const movie_header_box& mvhd, Mo
     const auto end = static_cast<std::uint64_t>(ToTicks(mvhd.timescale, track.endTime));
     const std::int64_t start = ToTicks(mvhd.timescale, edit.start);
     const auto delay = std::min(end, static_cast<std::uint64_t>(std::max<std::int64_t>(start, 0)));
-    if (delay > 0) elst->entries.push_back({delay, EmptyEdit, 1, 0});
+    if (delay > 0) elst->entries.push_back({delay, kEmptyEdit, 1, 0});
     elst->entries.push_back({end - delay, edit.mediaTime, 1, 0});
     if (end > 0xFFFFFFFF || edit.mediaTime > 0x7FFFFFFF) elst->version = 1;
     track.elst = elst;
@@ -93,7 +93,7 @@ void AddMediaHeader(mp4_writer& writer, box* mdia, const movie_header_box& mvhd,
                     REFERENCE_TIME start) {
     const auto mdhd = writer.add_box<media_header_box>(mdia);
     mdhd->timescale = track.timescale;
-    mdhd->language = UndeterminedLanguage;
+    mdhd->language = kUndeterminedLanguage;
     SetTimes(*mdhd, mvhd.creation_time, mvhd.modification_time,
              static_cast<std::uint64_t>(ToTicks(track.timescale, SubtractTimes(track.endTime, start))));
     track.mdhd = mdhd;
@@ -118,7 +118,7 @@ void AddDataInformation(mp4_writer& writer, box* minf) {
 std::uint64_t SecondsSince1904() {
     FILETIME now{};
     GetSystemTimeAsFileTime(&now);
-    return FileTimeToUInt64(now) / 10000000 - SecondsFrom1601To1904;
+    return FileTimeToUInt64(now) / 10000000 - kSecondsFrom1601To1904;
 }
 
 std::uint32_t MovieTimescale(std::span<const MovieTrackRef> tracks) {
@@ -137,7 +137,7 @@ std::shared_ptr<movie_header_box> AddMovieHeader(mp4_writer& writer, box* moov, 
     const auto mvhd = writer.add_box<movie_header_box>(moov);
     SetTimes(*mvhd, now, now, 0);
     mvhd->timescale = timescale;
-    mvhd->rate = One;
+    mvhd->rate = kOne;
     mvhd->volume = 0x0100;
     mvhd->matrix = Matrix(4, 0, 0);
     mvhd->next_track_ID = 1;

@@ -32,7 +32,7 @@ std::shared_ptr<vio::mp4::movie_header_box> AddMovieHeader(vio::mp4::mp4_writer&
 
 /// Where a track's media stand in the movie.
 struct TrackEdit {
-    // See TrackTimeline. A start behind 0 is an empty edit.
+    // See TrackTimeline. A start after 0 becomes an empty edit.
     REFERENCE_TIME start = 0;
     std::int64_t mediaTime = 0;
 };

@@ -85,7 +85,7 @@ void Movie::MoveMoovToFront() {
     for (const auto& mdat : m_mdats) total += mdat->size;
 
     m_bs->move(front, front + shift, total);
-    // A stream that could not move anything takes no more: the file is complete as it is, and stays so.
+    // A stream that could not move anything is closed: the file is complete as it is, and stays so.
     core::require(m_bs->seek(front));
     m_complete = false;
     m_dataShift = shift;

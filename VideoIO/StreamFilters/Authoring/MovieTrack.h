@@ -89,15 +89,15 @@ struct MovieTrack {
     /// To be called with each sample of a video stream, in the order of arrival.
     void DetectReordering(REFERENCE_TIME start);
 
-    /// Enters a sample that is in the file. A video track whose timescale cannot tell two start times apart
-    /// goes over to 90000. `streamName` is for the log.
+    /// Adds a sample that is in the file. A video track whose timescale gives two start times one tick changes to
+    /// 90000. `streamName` is for the log.
     void AppendSample(MovieSample sample, REFERENCE_TIME stop, bool isVideo, const wchar_t* streamName);
 
-    /// Of the sample that is appended next, when decode times are given. One that lies before the last is moved up to
-    /// it: a file cannot tell it.
+    /// Of the sample that is appended next, when decode times are given. One before the last is raised to it: no
+    /// table can express it.
     void AppendDecodeTime(REFERENCE_TIME time);
 
-    /// Enters the samples from `firstSample` on as a chunk. Nothing when there are none.
+    /// Adds the samples from `firstSample` on as a chunk; nothing when there are none.
     void AppendChunk(std::size_t firstSample, std::uint64_t maxStcoOffset);
 
     /// Puts presentationOrder in ascending order. To be called before it is read.

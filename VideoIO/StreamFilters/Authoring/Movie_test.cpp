@@ -77,7 +77,7 @@ TEST(Movie, WritesOneVideoTrack) {
     track.stts = Table{3, 1};
     track.stsc = Table{1, 2, 1, 2, 1, 1};
     track.stsz = {3, 2, 1};
-    track.stco = Table{FtypSize + 8, FtypSize + 13};
+    track.stco = Table{kFtypSize + 8, kFtypSize + 13};
     track.stss = Table{1};
     EXPECT_EQ(recording.Finish(),
               Ftyp().add(make_box("mdat", box_builder().add({1, 2, 3, 4, 5, 6}))).add(Moov(25, 3, {track})).bytes());
@@ -102,7 +102,7 @@ TEST(Movie, WritesTwoTracksMetadataAndRotation) {
     video.stts = Table{2, 1};
     video.stsc = Table{1, 2, 1};
     video.stsz = {2, 2};
-    video.stco = Table{FtypSize + 8};
+    video.stco = Table{kFtypSize + 8};
     video.stss = Table{1, 2};
     ExpectedTrack audio;
     audio.video = false;
@@ -113,7 +113,7 @@ TEST(Movie, WritesTwoTracksMetadataAndRotation) {
     audio.stts = Table{2, 1};
     audio.stsc = Table{1, 2, 1};
     audio.stsz = {1, 1};
-    audio.stco = Table{FtypSize + 12};
+    audio.stco = Table{kFtypSize + 12};
     const auto item = [](std::uint8_t c1, std::string_view rest, std::string_view text) {
         return box_builder()
             .u32(static_cast<std::uint32_t>(12 + text.size()))
@@ -386,11 +386,11 @@ TEST(Movie, AbsorbsWrittenMoov) {
 
     recording.movie.Finalize(true, true);
     const auto& content = recording.file->content;
-    const std::size_t moov = first.size() - FtypSize - 10;
+    const std::size_t moov = first.size() - kFtypSize - 10;
     ASSERT_EQ(content.size(), first.size() + moov);
-    EXPECT_EQ(content[FtypSize + 3] + 256u * content[FtypSize + 2], 10 + moov) << "mdat covers it";
+    EXPECT_EQ(content[kFtypSize + 3] + 256u * content[kFtypSize + 2], 10 + moov) << "mdat covers it";
     EXPECT_TRUE(
-        std::equal(first.begin() + FtypSize + 10, first.end(), content.begin() + static_cast<long>(first.size())));
+        std::equal(first.begin() + kFtypSize + 10, first.end(), content.begin() + static_cast<long>(first.size())));
 }
 
 TEST(Movie, LongRecordingsUse64BitHeaders) {
@@ -409,7 +409,7 @@ TEST(Movie, LongRecordingsUse64BitHeaders) {
     shortTrack.stts = Table{1, 0, 1, 0};
     shortTrack.stsc = Table{1, 1, 1};
     shortTrack.stsz = {1, 1};
-    EXPECT_EQ(recording.file->content.size(), FtypSize + 10 + Moov(0, 0, {shortTrack}).size() + 3 * 12 + 8 + 24)
+    EXPECT_EQ(recording.file->content.size(), kFtypSize + 10 + Moov(0, 0, {shortTrack}).size() + 3 * 12 + 8 + 24)
         << "mvhd, tkhd and mdhd grow by 12 bytes, elst by 8; stss of two";
 }
 
@@ -437,7 +437,7 @@ TEST(Movie, MdatSizesAreWrittenWithoutMoov) {
     EXPECT_FALSE(recording.movie.IsComplete());
     EXPECT_EQ(log.count(1, L"Exception when finalizing the file "), 1u);
     auto content = recording.file->content;
-    content.resize(FtypSize + 14 + 9);
+    content.resize(kFtypSize + 14 + 9);
     EXPECT_EQ(content, Ftyp()
                            .add(make_box("mdat", box_builder().add({1, 2, 3, 1, 2, 3})))
                            .add(make_box("mdat", box_builder().add({4})))
@@ -455,7 +455,7 @@ TEST(Movie, FailedStartLeavesItNotStarted) {
     recording.file->failing_write = mediakit_test::failing_stream::never;
     recording.Start();
     EXPECT_EQ(recording.movie.TrackCount(), 1u);
-    EXPECT_EQ(recording.movie.DataPosition(), FtypSize + 8u);
+    EXPECT_EQ(recording.movie.DataPosition(), kFtypSize + 8u);
 }
 
 TEST(TrackTimeline, MillionSamplesTakeAMoment) {

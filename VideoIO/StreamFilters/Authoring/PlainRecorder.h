@@ -29,7 +29,7 @@ private:
     void RunPass(bool final);
     /// Whether the movie has started, now or before.
     bool StartIfDue();
-    /// Answers whether anything was taken from the queue, or the mark was moved so that it will be.
+    /// Returns whether anything left the queue, or the mark was moved so that it will.
     bool WriteChunk(std::size_t track, bool final);
     REFERENCE_TIME InterleaveDuration() const;
     REFERENCE_TIME Step() const { return m_movie.TrackCount() > 1 ? InterleaveDuration() : 0; }

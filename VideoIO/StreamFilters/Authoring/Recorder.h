@@ -15,8 +15,8 @@
 namespace Norvane::MediaKit::Filters {
 
 /// Queues the samples of its tracks, writes them when they are due, and ends the recording when every track has ended.
-/// How samples wait and what the file looks like is the derived class's. A sample's road goes down from here: queue,
-/// handler, output.
+/// How samples wait and what the file looks like is the derived class's. A sample goes down from here: queue, handler,
+/// output.
 ///
 /// Threads: no lock of its own; the filter lock is held around every call but Result.
 class Recorder {
@@ -30,19 +30,19 @@ public:
 
     /// The filter leaves the stopped state.
     void BeginRun();
-    /// The track's pin becomes active: what belongs to the last run is forgotten.
+    /// The track's pin becomes active: resets what belongs to the last run.
     virtual void BeginTrack(std::size_t track);
     bool HasEnded(std::size_t track) const { return m_inputs[track].endOfStream; }
     /// Queues a sample, and writes what is due. `start` is its start time.
     virtual void Receive(std::size_t track, IMediaSample& sample, REFERENCE_TIME start) = 0;
-    /// No more samples of this track. After the last track everything that waits is written, readers and downstream
-    /// are told of the end, once a run.
+    /// No more samples of this track. After the last track everything that waits is written, and readers and
+    /// downstream get the end, once a run.
     void EndOfStream(std::size_t track);
-    /// Samples of this track come again, after a seek.
+    /// Accepts samples of this track again, after a seek.
     void ReopenTrack(std::size_t track);
     /// Releases the samples that wait.
     void DiscardQueue(std::size_t track);
-    /// Hands what was written since the last time to the system, so that a crash of the process loses nothing of it.
+    /// Flushes what was written since the last call to the system, so that a crash of the process loses none of it.
     void FlushToSystem();
     /// The filter was stopped: completes the file, if one was begun, and gets ready for the next run.
     void Finish();
@@ -59,7 +59,7 @@ protected:
     /// Writes all that waits; every track has ended.
     virtual void WriteRest() = 0;
     virtual void FlushFile() = 0;
-    /// Completes the file and forgets it. Answers whether the file is complete.
+    /// Completes the file and releases it. Returns whether the file is complete.
     virtual bool FinishFile() = 0;
 
     std::span<RecorderInput> Inputs() { return m_inputs; }
@@ -72,7 +72,7 @@ protected:
     /// Writes the head of the file; throws core::exception and the like.
     virtual void StartMovie(std::shared_ptr<vio::byte_stream> boxes, std::vector<MovieTrackRef> tracks) = 0;
     void MarkWritten() { m_written = true; }
-    /// After a step whose boxes may have failed to be written: reports that, and answers the failure.
+    /// Reports a failure of the output since the last step, and returns it.
     HRESULT CheckOutput(const wchar_t* text);
 
     RecorderHost& m_host;

@@ -1,11 +1,11 @@
-// What a recorder tells the filter that it works for.
+// Callbacks of a recorder to its filter.
 #pragma once
 
 #include "Platform/Com/Types.h"
 
 namespace Norvane::MediaKit::Filters {
 
-/// The one way up from authoring. The filter lock is held around every call.
+/// The only calls from authoring up into the multiplexers. The filter lock is held around every call.
 class RecorderHost {
 public:
     /// No file is begun while the filter is stopped.

@@ -1,4 +1,4 @@
-// What becomes of the samples of a recording, for readers, for the host and for the graph.
+// Reports written and lost samples to readers, to the host and to the graph.
 #pragma once
 
 #include "MediaKit/ILiveSourceProvider.h"
@@ -36,7 +36,7 @@ public:
 
     void CountLost(std::uint64_t samples, std::uint64_t bytes) MK_EXCLUDES(m_lock);
     void CountDiscarded(std::uint64_t samples) MK_EXCLUDES(m_lock);
-    /// The tables tell of something that is not in the file.
+    /// The tables refer to something that is not in the file.
     void MarkDamaged() { m_damaged = true; }
     /// Keeps the first failure of a run, and sends QZ_EC_RECORDING_FAILED for it.
     void Fail(HRESULT result, std::wstring text, std::uint64_t position) MK_EXCLUDES(m_lock);

@@ -13,13 +13,13 @@ namespace Norvane::MediaKit::Filters {
 /// same file. No lock of its own: the filter lock is held around every call.
 class RecordingOutput {
 public:
-    /// The stream for boxes of a new file. VFW_E_NOT_CONNECTED, E_NOINTERFACE (nothing downstream takes boxes).
+    /// The stream for boxes of a new file. VFW_E_NOT_CONNECTED, E_NOINTERFACE (the peer has no IStream).
     virtual HRESULT OpenBoxStream(std::shared_ptr<vio::byte_stream>& stream) = 0;
 
     /// Byte of the file at which the next sample data go.
     virtual std::uint64_t WritePosition() const = 0;
     virtual void SetWritePosition(std::uint64_t position) = 0;
-    /// Appends sample data and moves the write position. Waits for a slow peer. An output that is stopped swallows the
+    /// Appends sample data and moves the write position. Waits for a slow peer. An output that is stopped drops the
     /// bytes: S_OK, and a failure for TakeFailure.
     virtual HRESULT WriteData(const void* data, std::uint32_t length) = 0;
 

@@ -6,7 +6,7 @@ namespace Norvane::MediaKit::Filters {
 
 namespace {
 
-constexpr std::size_t InitialSlots = 128;
+constexpr std::size_t kInitialSlots = 128;
 
 std::uint64_t DataLength(IMediaSample& sample) {
     const LONG length = sample.GetActualDataLength();
@@ -36,7 +36,7 @@ void SampleQueue::Clear() {
 }
 
 void SampleQueue::Grow() {
-    std::vector<QueuedSample> larger(m_ring.empty() ? InitialSlots : 2 * m_ring.size());
+    std::vector<QueuedSample> larger(m_ring.empty() ? kInitialSlots : 2 * m_ring.size());
     for (std::size_t i = 0; i < m_size; ++i) larger[i] = std::move(m_ring[(m_first + i) & (m_ring.size() - 1)]);
     m_ring = std::move(larger);
     m_first = 0;

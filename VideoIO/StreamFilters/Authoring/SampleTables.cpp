@@ -21,7 +21,7 @@ void AppendRun(std::vector<Entry>& runs, std::uint32_t Entry::*value, std::uint3
     ++runs.back().sample_count;
 }
 
-/// What its stop time tells, where a source's times are kept: none is a duration too, but one that no tick can tell, as
+/// Its stop minus its start time where a source's times are kept: 0 is a duration too, but one of less than a tick, as
 /// of a sample without a stop time, is not.
 std::optional<std::uint32_t> OwnDuration(const MovieTrack& track) {
     if (!track.HasSourceTimes()) return std::nullopt;
@@ -38,7 +38,7 @@ std::uint32_t LastSampleDuration(const MovieTrack& track, const CMediaType& medi
     return static_cast<std::uint32_t>(ToTicks(track.rate.m_numerator, frameTime));
 }
 
-/// A single sample has no duration to tell, unless it is a source's.
+/// A single sample has no duration of its own, unless it is a source's.
 void AddTimeToSample(mp4_writer& writer, box* stbl, const MovieTrack& track, const TrackTimeline& timeline,
                      const CMediaType& mediaType) {
     if (timeline.size() < (track.HasSourceTimes() ? 1 : 2)) return;

@@ -1,4 +1,4 @@
-// The tables of `stbl` behind the sample description.
+// The tables of `stbl` after the sample description.
 #pragma once
 
 #include "VideoIO/StreamFilters/Authoring/MovieTrack.h"

@@ -25,7 +25,7 @@ void TrackTimeline::FollowPresentation(MovieTrack& track) {
         m_minimalOffset = std::min(m_minimalOffset, SubtractTimes(StartTick(i), DecodeTime(i)));
 }
 
-/// As they are, also behind the composition time: then the offset is negative.
+/// As they are, also after the composition time: then the offset is negative.
 void TrackTimeline::FollowGivenDecodeTimes() {
     m_timeBase = m_track.presentationOrder.front();
     m_originTick = ToTicks(m_track.timescale, m_timeBase);

@@ -23,7 +23,7 @@ public:
     std::int64_t CompositionTime(std::size_t sample) const { return SubtractTimes(StartTick(sample), m_minimalOffset); }
     /// Least composition minus decode time before the shift; 0 when that is not negative.
     std::int64_t MinimalOffset() const { return m_minimalOffset; }
-    /// Earliest start time among the samples, which the edit list tells; 0 for a track that does not keep it.
+    /// Earliest start time among the samples, for the edit list; 0 for a track that does not keep it.
     REFERENCE_TIME Start() const { return m_start; }
     /// Composition time of what is presented first, or at 0 when the start lies before that.
     std::int64_t FirstMediaTime() const;

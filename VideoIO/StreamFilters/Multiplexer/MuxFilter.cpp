@@ -101,7 +101,7 @@ void MuxFilter::OnFlush(MP4MediaMuxInputPin& pin) {
 HRESULT MuxFilter::OnSampleReceived(MP4MediaMuxInputPin& pin, IMediaSample& sample, REFERENCE_TIME start) {
     if (IsBeyondStop(pin, start)) return S_FALSE;
     const CAutoLock lock(&m_lock);
-    if (const HRESULT hr = CheckTakesSamples(pin); hr != S_OK) return hr;
+    if (const HRESULT hr = CheckAcceptsSamples(pin); hr != S_OK) return hr;
     m_recorder->Receive(pin.TrackIndex(), sample, start);
     if (!m_inBatch) m_recorder->FlushToSystem();
     return S_OK;
@@ -115,7 +115,7 @@ bool MuxFilter::IsBeyondStop(const MP4MediaMuxInputPin& pin, REFERENCE_TIME star
 }
 
 /// The base class has looked at the state already, but without the lock: a stop may have come in between.
-HRESULT MuxFilter::CheckTakesSamples(MP4MediaMuxInputPin& pin) {
+HRESULT MuxFilter::CheckAcceptsSamples(MP4MediaMuxInputPin& pin) {
     if (const HRESULT hr = pin.CheckStreaming(); hr != S_OK) return hr;
     return m_recorder->HasEnded(pin.TrackIndex()) ? S_FALSE : S_OK;
 }

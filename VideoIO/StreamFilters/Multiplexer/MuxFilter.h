@@ -23,7 +23,7 @@
 
 namespace Norvane::MediaKit::Filters {
 
-/// One free input pin is always on offer; the output pin comes last.
+/// Always offers one free input pin; the output pin is last.
 ///
 /// Threads: each input pin's upstream thread receives, and writes the file; the graph's thread stops, pauses and seeks;
 /// readers use the index. Lock order: the filter lock, then the index's. All authoring, delivery downstream
@@ -50,8 +50,8 @@ public:
     void OnInputInactive(MP4MediaMuxInputPin& pin) MK_EXCLUDES(m_lock);
     void OnFlush(MP4MediaMuxInputPin& pin) MK_EXCLUDES(m_lock);
     HRESULT OnEndOfStream(MP4MediaMuxInputPin& pin) MK_EXCLUDES(m_lock);
-    /// On the upstream's thread. S_FALSE: no more samples are wanted. In a batch that thread holds the lock already and
-    /// takes it again, which the annotation does not know of.
+    /// On the upstream's thread. S_FALSE: no more samples are wanted. In a batch that thread already holds the lock and
+    /// takes it again, which the annotation cannot express.
     HRESULT OnSampleReceived(MP4MediaMuxInputPin& pin, IMediaSample& sample, REFERENCE_TIME start) MK_EXCLUDES(m_lock);
     /// Keeps the filter lock while several samples are received, and flushes what they wrote at its end. The other
     /// streams, Stop and Pause wait until then: hosts keep batches short, a few milliseconds of writing.
@@ -79,8 +79,8 @@ public:
         MK_EXCLUDES(m_lock);
 
     // CBaseFilter
-    /// Not under the filter lock: a graph that wants to stop the filter looks at its pins first, perhaps while a delivery
-    /// waits.
+    /// Not under the filter lock: a graph that wants to stop the filter looks at its pins first, perhaps while a
+    /// delivery waits.
     int GetPinCount() override MK_EXCLUDES(m_pinsLock);
     CBasePin* GetPin(int n) override MK_EXCLUDES(m_pinsLock);
     bool IsStopped() const override { return CBaseFilter::IsStopped(); }
@@ -136,7 +136,7 @@ private:
     /// A sample after the stop position, if one is set, ends its stream.
     bool IsBeyondStop(const MP4MediaMuxInputPin& pin, REFERENCE_TIME start) const;
     /// S_OK when a sample is welcome; what Receive answers otherwise.
-    HRESULT CheckTakesSamples(MP4MediaMuxInputPin& pin) MK_REQUIRES(m_lock);
+    HRESULT CheckAcceptsSamples(MP4MediaMuxInputPin& pin) MK_REQUIRES(m_lock);
     MP4MediaMuxInputPin* ConnectedPin(REFGUID majorType) MK_REQUIRES(m_lock);
     HRESULT CheckSettingsAreOpen() const MK_REQUIRES(m_lock);
     HRESULT AddMetadata(std::uint32_t fourcc, const wchar_t* text) MK_EXCLUDES(m_lock);

@@ -15,7 +15,8 @@ namespace Norvane::MediaKit::Filters {
 
 class MuxFilter;
 
-/// Takes samples on the upstream's thread for the filter, whose recorder queues and writes them under the filter lock.
+/// Receives samples on the upstream's thread for the filter, whose recorder queues and writes them under the filter
+/// lock.
 /// The track's tables live here, and outlive every file.
 class MP4MediaMuxInputPin : public CBaseInputPin,
                             public qz_DSFilters::IOverrideMediaType,
@@ -56,7 +57,7 @@ public:
     HRESULT Active() override;
     HRESULT Inactive() override;
     HRESULT EndOfStream() override;
-    /// Empties the queue; samples go on being taken.
+    /// Empties the queue; later samples are accepted.
     HRESULT BeginFlush() override;
     HRESULT EndFlush() override { return S_OK; }
     HRESULT NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop, double dRate) override;
@@ -66,9 +67,10 @@ public:
     /// E_INVALIDARG for an allocator of fewer than 20 buffers: samples wait here for the other tracks.
     HRESULT NotifyAllocator(IMemAllocator* pAllocator, BOOL bReadOnly) override;
     HRESULT Receive(IMediaSample* pSample) override;
-    /// Takes the filter lock once for all of them, so that two streams do not meet at it for each sample, and hands
-    /// what was written to the system once, at the end. The other streams and Stop wait for the whole batch: keep it
-    /// short. The first answer other than S_OK ends it and is the result; *nSamplesProcessed is the number taken.
+    /// Takes the filter lock once for all of them, so that two streams do not contend for it with each sample, and
+    /// flushes what was written to the system once, at the end. The other streams and Stop wait for the whole batch:
+    /// keep it short. The first answer other than S_OK ends it and is the result; *nSamplesProcessed is the number
+    /// taken.
     HRESULT ReceiveMultiple(IMediaSample** pSamples, LONG nSamples, LONG* nSamplesProcessed) override;
 
     // IOverrideMediaType

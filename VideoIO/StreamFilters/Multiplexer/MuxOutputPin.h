@@ -15,7 +15,7 @@ namespace Norvane::MediaKit::Filters {
 
 class MuxFilter;
 
-/// Sample times are byte positions x 10,000,000, which IAMAsyncReaderTimestampScaling tells the peer.
+/// Sample times are byte positions x 10,000,000, which IAMAsyncReaderTimestampScaling announces to the peer.
 class MP4MediaMuxOutputPin final : public CBaseOutputPin,
                                    public IMediaSeeking,
                                    public IAMAsyncReaderTimestampScaling,

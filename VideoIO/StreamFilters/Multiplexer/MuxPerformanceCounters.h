@@ -20,7 +20,7 @@ public:
 
     /// A run begins.
     void Start();
-    /// A run ends, or a stop comes to a filter that is stopped.
+    /// A run ends, or a filter that is stopped is stopped again.
     void Stop() { Add(SecondsSinceStart()); }
     void Add(double seconds);
 

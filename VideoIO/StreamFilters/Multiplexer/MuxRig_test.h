@@ -74,7 +74,7 @@ struct MuxRig {
         sink.filter->Stop();
         return hr;
     }
-    /// Sample n of the source, filled with bytes that tell it from others.
+    /// Sample n of the source, filled with bytes of its own.
     HRESULT Send(std::size_t source, int n, std::size_t size = 10, REFERENCE_TIME duration = kFrame) {
         const auto fill = static_cast<BYTE>(source * 100 + static_cast<std::size_t>(n));
         return (*this)[source].send({std::vector<BYTE>(size, fill), n * duration, (n + 1) * duration, n % 5 == 0});
@@ -85,7 +85,7 @@ struct MuxRig {
         std::uint64_t offset;
         std::uint64_t size;
     };
-    /// The top level of the file as far as its sizes hold.
+    /// The top level of the file as far as its sizes are valid.
     std::vector<Box> Boxes() {
         const std::vector<BYTE> bytes = sink->file().bytes();
         std::vector<Box> boxes;

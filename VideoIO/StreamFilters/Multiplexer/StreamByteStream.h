@@ -9,11 +9,11 @@
 
 namespace Norvane::MediaKit::Filters {
 
-/// Write-only: reading always answers false. Each write is passed on as it comes. Failed calls of the stream below are
+/// Write-only: reading always answers false. Each write is forwarded as it comes. Failed calls of the stream below are
 /// logged, and the first is kept for TakeFailure. Used by one thread at a time; after close() every operation fails.
 class StreamByteStream : public vio::byte_stream {
 public:
-    /// The stream's position is taken to be 0.
+    /// Assumes that the stream's position is 0.
     explicit StreamByteStream(IStream* stream) : m_stream(stream) {}
 
     void close() override { m_stream.reset(); }

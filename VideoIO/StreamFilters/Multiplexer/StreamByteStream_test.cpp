@@ -18,7 +18,7 @@ using mediakit_test::memory_istream;
 using mediakit_test::stream_call;
 
 /// The text of the check of a failed call.
-constexpr const wchar_t* FailedCall = L"(((HRESULT)(hr)) >= 0)";
+constexpr const wchar_t* kFailedCall = L"(((HRESULT)(hr)) >= 0)";
 
 class StreamByteStreamTest : public testing::Test {
 protected:
@@ -80,11 +80,11 @@ TEST_F(StreamByteStreamTest, ReportsFailedCalls) {
         std::function<bool(StreamByteStream&)> act;
         const wchar_t* logged;
     } rows[] = {
-        {stream_call::write, [](StreamByteStream& s) { return s.write("d", 1); }, FailedCall},
-        {stream_call::write, [](StreamByteStream& s) { return s.write_zeros(2); }, FailedCall},
-        {stream_call::seek, [](StreamByteStream& s) { return s.seek(3); }, FailedCall},
-        {stream_call::seek, [](StreamByteStream& s) { return s.skip(0); }, FailedCall},
-        {stream_call::stat, [](StreamByteStream& s) { return s.size() != 0; }, FailedCall},
+        {stream_call::write, [](StreamByteStream& s) { return s.write("d", 1); }, kFailedCall},
+        {stream_call::write, [](StreamByteStream& s) { return s.write_zeros(2); }, kFailedCall},
+        {stream_call::seek, [](StreamByteStream& s) { return s.seek(3); }, kFailedCall},
+        {stream_call::seek, [](StreamByteStream& s) { return s.skip(0); }, kFailedCall},
+        {stream_call::stat, [](StreamByteStream& s) { return s.size() != 0; }, kFailedCall},
         {stream_call::commit, [](StreamByteStream& s) { return s.flush(), false; }, L"QZLogHRESULT: "},
     };
     for (const auto& row : rows) {
@@ -123,9 +123,9 @@ TEST_F(StreamByteStreamTest, DoesNothingAfterClose) {
 }
 
 TEST_F(StreamByteStreamTest, MovesRegionsTowardsTheEndWithoutLosingAByte) {
-    constexpr std::uint32_t Buffer = 65536;
-    const std::uint32_t counts[] = {1, 100, Buffer - 1, Buffer, Buffer + 1, 2 * Buffer, 3 * Buffer + 7, 200000};
-    const std::uint32_t distances[] = {1, 8, 4096, Buffer - 1, Buffer, Buffer + 1, 2 * Buffer + 3, 150000};
+    constexpr std::uint32_t kBuffer = 65536;
+    const std::uint32_t counts[] = {1, 100, kBuffer - 1, kBuffer, kBuffer + 1, 2 * kBuffer, 3 * kBuffer + 7, 200000};
+    const std::uint32_t distances[] = {1, 8, 4096, kBuffer - 1, kBuffer, kBuffer + 1, 2 * kBuffer + 3, 150000};
     constexpr std::uint32_t from = 13;
     for (const std::uint32_t count : counts) {
         for (const std::uint32_t distance : distances) {

@@ -40,7 +40,7 @@ public:
 
     ULONG GetMiscFlags() override;
 
-    /// The type is not looked at. Takes effect when the pin becomes active with no file open.
+    /// The type is ignored. Takes effect when the pin becomes active with no file open.
     HRESULT SetFileName(const wchar_t* pszFileName, const AM_MEDIA_TYPE* pmt) override;
     /// E_NOTIMPL.
     HRESULT GetCurFile(wchar_t** ppszFileName, AM_MEDIA_TYPE* pmt) override;

@@ -1,4 +1,4 @@
-// The sink's pin: samples land at the byte position that their start time tells, and IStream reaches the same file.
+// The sink's pin: samples land at the byte position in their start time, and IStream reaches the same file.
 #pragma once
 
 #include "Platform/Com/ComPtr.h"
@@ -33,7 +33,7 @@ public:
 
     /// Any type.
     HRESULT CheckMediaType(const CMediaType* pmt) override;
-    /// Asks the peer how its sample times tell byte positions.
+    /// Asks the peer how its sample times express byte positions.
     HRESULT CompleteConnect(IPin* pReceivePin) override;
     /// Opens the file for writing: made or emptied, others may read and none may write.
     HRESULT Active() override;
@@ -41,7 +41,7 @@ public:
     /// Offers buffers of at least 128 KiB: most samples of video then reach the file by one write.
     HRESULT GetAllocator(IMemAllocator** ppAllocator) override;
     /// Writes the sample's bytes and hands them to the system, so that none is lost with the process. A peer with
-    /// scaled positions is a multiplexer, which commits for a whole run of samples when it is done with it.
+    /// scaled positions is a multiplexer, which commits for all samples of a call at its end.
     HRESULT Receive(IMediaSample* pSample) override;
 
     HRESULT Read(void* pv, ULONG cb, ULONG* pcbRead) override;
